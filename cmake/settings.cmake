@@ -1,0 +1,23 @@
+# What every target of the project is built with.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release)
+endif()
+
+add_library(pdlib_settings INTERFACE)
+# Products and sums are never fused unless the code says so: results are the same on every machine.
+target_compile_options(pdlib_settings INTERFACE -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow
+                                                -Wconversion -Wno-sign-conversion)
+if(PDLIB_WERROR)
+  target_compile_options(pdlib_settings INTERFACE -Werror)
+endif()
