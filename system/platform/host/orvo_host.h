@@ -42,7 +42,7 @@ void FailMutexCreation(bool fail);
 
 struct AllocationCounters {
   uint64_t allocations = 0;  // calls that were answered with memory
-  uint64_t failures = 0;     // calls that were made to fail
+  uint64_t failures = 0;     // calls that were answered with null
   uint64_t releases = 0;     // releases of memory, null not counted
   uint64_t live = 0;         // allocations not yet released
 };
