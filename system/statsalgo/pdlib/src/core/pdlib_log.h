@@ -4,10 +4,8 @@
 
 #include <cstdint>
 
+#include "core/pdlib_switches.h"
 #include "orvo/log.h"
-
-// Log level of the library, a process-wide switch set by PDLibInit.
-extern int32_t PDLIB_LOG;
 
 namespace pdlib {
 
