@@ -14,6 +14,13 @@ if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release)
 endif()
 
+# All code of the process is built with the sanitizers, GoogleTest included.
+set(PDLIB_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize")
+if(PDLIB_SANITIZE)
+  add_compile_options(-fsanitize=${PDLIB_SANITIZE} -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${PDLIB_SANITIZE})
+endif()
+
 add_library(pdlib_settings INTERFACE)
 # Products and sums are never fused unless the code says so: results are the same on every machine.
 target_compile_options(pdlib_settings INTERFACE -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow
