@@ -23,7 +23,7 @@ struct ParseRow {
   int pairCount;
   const uint32_t* leftOffset;  // pixels from the block's start
   const uint32_t* rightOffset;
-  const uint8_t* leftLast;  // 1: this pixel ends a sample
+  const uint8_t* leftLast;  // not 0: this pixel ends a sample; what a block leaves open is dropped
   const uint8_t* rightLast;
   const uint16_t* gainIndex;  // entry of the gain map, from the block's own
   // Correction
@@ -61,10 +61,10 @@ struct OptimizedParseRow {
 struct KernelTable {
   const char* name;  // "scalar", "sse2", "avx2", "neon"
 
-  // See pd_core_sad.
+  // See pd_core_sad; `out` is not null.
   void (*sad)(const uint16_t* left, const uint16_t* right, int16_t rows, int16_t width,
               int16_t stride, int32_t* out, int16_t shiftOffset, int16_t sadLen);
-  void (*gain)(uint16_t* samples, int rows, int cols, uint32_t gain, int shift);
+  void (*gain)(uint16_t* samples, int rows, int cols, uint32_t gain, int shift);  // shift 0 to 63
   void (*bpc)(uint16_t* samples, int rows, int cols, int threshold);
   void (*box1x2)(uint16_t* samples, int rows, int cols);
   void (*box1x4)(uint16_t* samples, int rows, int cols);

@@ -8,6 +8,13 @@
 
 #include <cstdint>
 
+namespace pdlib {
+
+// Vectors up to this many shifts are normalised once, longer ones row by row.
+inline constexpr int kSadTotalMaxShifts = 24;
+
+}  // namespace pdlib
+
 // The right shift that normalises a sum over `rows` rows: the smallest s from 0 to 15 with 1 << s
 // >= rows, else 16.
 uint16_t norm_shift(uint16_t rows);
@@ -18,7 +25,7 @@ uint16_t norm_shift(uint16_t rows);
 // samples apart. Up to 24 shifts the total is shifted once by norm_shift(rows) and limited to
 // 0x7fffffff; from 25 on every row's sum is shifted before it is added, with no limit. That the two
 // differ is intended. Sums are modulo 2^32. A null `out` does nothing; `rows` <= 0 gives zeros.
-// Reads at most 23 samples past the last one used.
+// Reads no sample but those.
 void pd_core_sad(const uint16_t* left, const uint16_t* right, int16_t rows, int16_t width,
                  int16_t stride, int* out, int16_t shift_offset, int16_t sad_len);
 
