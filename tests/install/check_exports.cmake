@@ -1,0 +1,22 @@
+# One symbol goes out of the plug-in, and it needs the C and C++ runtime and the platform layer alone.
+execute_process(COMMAND ${NM} -D --defined-only --format=posix ${PLUGIN} OUTPUT_VARIABLE symbols
+                COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "[^\n]+" symbols "${symbols}")
+list(TRANSFORM symbols REPLACE " .*" "")
+if(NOT symbols STREQUAL "VekPDLibraryEntry")
+  message(FATAL_ERROR "${PLUGIN} exports: ${symbols}")
+endif()
+
+if(SANITIZED)
+  return() # brings runtime libraries of its own
+endif()
+execute_process(COMMAND ${READELF} --dynamic --wide ${PLUGIN} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "NEEDED[^\n]*" needed "${dynamic}")
+list(TRANSFORM needed REPLACE ".*\\[(.*)\\].*" "\\1")
+if(NOT "liborvo.so" IN_LIST needed)
+  message(FATAL_ERROR "${PLUGIN} does not import the platform layer; it needs: ${needed}")
+endif()
+list(FILTER needed EXCLUDE REGEX "^(lib(c|m|stdc\\+\\+|gcc_s|orvo)|ld-linux.*)\\.so(\\.[0-9]+)?$")
+if(needed)
+  message(FATAL_ERROR "${PLUGIN} needs more than the runtime and the platform layer: ${needed}")
+endif()
