@@ -5,7 +5,6 @@
 // measured by one thread.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 
 inline constexpr uint32_t kMaxProfileModules = 30;
@@ -35,8 +34,9 @@ struct PDLibProfile {
   uint32_t cameraId;
 };
 
-// The block of the camera that was last processed; null without one.
-extern std::atomic<PDLibProfile*> m_profile;
+// The block of the camera that this thread processed last; null without one. One per thread, so
+// that cameras on different threads never write into each other's block.
+extern constinit thread_local PDLibProfile* m_profile;
 
 namespace pdlib {
 

@@ -1,5 +1,5 @@
-// Process-wide debugging switches. Every PDLibInit overwrites all of them from its init record: with
-// several cameras the last one wins.
+// Process-wide debugging switches. Every PDLibInit overwrites all of them from its init record:
+// with several cameras the last one wins.
 #pragma once
 
 #include <atomic>
