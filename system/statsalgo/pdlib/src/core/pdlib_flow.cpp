@@ -1,0 +1,102 @@
+#include "core/pdlib_flow.h"
+
+#include <cstring>
+
+#include "afpdlibelements.h"
+#include "core/numeric.h"
+#include "core/pdlib.h"
+#include "core/pdlib_log.h"
+
+using afpdlibelements::tessarinePDLibType;
+
+// ---- The flows of this version
+
+// A flow moves out of this list together with its name in IsPDLibFlowAvailable.
+IPDLIBFlow* CreateDPDFlow() {
+  return nullptr;
+}
+IPDLIBFlow* CreateSparseVerticalFlow() {
+  return nullptr;
+}
+IPDLIBFlow* CreateFullDiagonalFlow() {
+  return nullptr;
+}
+IPDLIBFlow* CreateSparseHVFlow(LogicalDriver* /*driver*/) {
+  return nullptr;
+}
+IPDLIBFlow* CreateHardwareDPDFlow(LogicalDriver* /*driver*/) {
+  return nullptr;
+}
+IPDLIBFlow* CreateSparseHardwareFlow(LogicalDriver* /*driver*/) {
+  return nullptr;
+}
+IPDLIBFlow* CreateHardwareLCRFlow(LogicalDriver* /*driver*/) {
+  return nullptr;
+}
+
+bool IsPDLibFlowAvailable(PDFlowType type) {
+  return type == kFlowSparseHorizontal;
+}
+
+IPDLIBFlow* CreatePDLibFlow(PDFlowType type, LogicalDriver* driver) {
+  switch (type) {
+    case kFlowDPD: return CreateDPDFlow();
+    case kFlowSparseHorizontal: return CreateSparseHorizontalFlow();
+    case kFlowSparseVertical: return CreateSparseVerticalFlow();
+    case kFlowSparseHV: return CreateSparseHVFlow(driver);
+    case kFlowHardwareDPD: return CreateHardwareDPDFlow(driver);
+    case kFlowSparseHardware: return CreateSparseHardwareFlow(driver);
+    case kFlowHardwareLCR: return CreateHardwareLCRFlow(driver);
+    case kFlowFullDiagonal: return CreateFullDiagonalFlow();
+  }
+  return nullptr;
+}
+
+// ---- Selection
+
+namespace {
+
+constexpr uint32_t kAxisVertical = 1;
+constexpr uint32_t kAxisBoth = 2;
+
+PDFlowType SelectDenseFlow(const PDLibInitParam& init, const tessarinePDLibType& tuning) {
+  if (isDiagonalFlowEnable(&tuning)) return kFlowFullDiagonal;
+  // Unlike on sparse sensors both switches have to be exactly 1.
+  const bool isHardware =
+      tuning.hardwareGeometry.enabldHardwarePDModule == 1 && init.DualPDHWEnable == 1;
+  return isHardware ? kFlowHardwareDPD : kFlowDPD;
+}
+
+PDFlowType SelectSparseFlow(const PDLibInitParam& init, const tessarinePDLibType& tuning) {
+  if (tuning.hardwareGeometry.enabldHardwarePDModule != 0 && init.SparsePDHWEnable != 0) {
+    return kFlowSparseHardware;
+  }
+  return tuning.HVControl.PDProcessingAxis == kAxisVertical ? kFlowSparseVertical
+                                                            : kFlowSparseHorizontal;
+}
+
+// One value is read, and yet an entry with a single value doesn't count: the parameter carries a
+// choice for each axis.
+bool IsHVSelection(const afpdlibelements::statsExtensionParamType& entry) {
+  return entry.Name != nullptr && std::strcmp(entry.Name, "HVSelection") == 0 &&
+         entry.enableFlag == 1 && entry.dataCount > 1 && entry.data != nullptr;
+}
+
+}  // namespace
+
+PDFlowType SelectPDLibFlow(const PDLibInitParam& init, const tessarinePDLibType& tuning) {
+  if (tuning.HVControl.PDProcessingAxis == kAxisBoth) return kFlowSparseHV;
+  const PDAFType sensor = init.bufferDataInfo.sensorType;
+  const bool isDualPD = sensor == kSensorDualPD1 || sensor == kSensorDualPD2;
+  return isDualPD ? SelectDenseFlow(init, tuning) : SelectSparseFlow(init, tuning);
+}
+
+bool isDiagonalFlowEnable(const tessarinePDLibType* tuning) {
+  constexpr int32_t kDiagonal = 4;
+  if (tuning == nullptr || tuning->extensionParam == nullptr) return false;
+  for (uint32_t i = 0; i < tuning->extensionParamCount; ++i) {
+    const auto& entry = tuning->extensionParam[i];
+    if (IsHVSelection(entry)) return pdlib::ToInt32(entry.data[0]) == kDiagonal;
+  }
+  return false;
+}
