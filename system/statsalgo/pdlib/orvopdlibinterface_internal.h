@@ -1,0 +1,61 @@
+// What the plug-in's own files share; nothing of this is exported.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/pdlib_profile.h"
+#include "orvo/mutex.h"
+#include "orvopdlibinterface.h"
+
+namespace pdlib::plugin {
+
+// The profile block of one camera.
+struct ProfileSlot {
+  PDLibProfile* profile;
+  uint8_t count;
+};
+
+// Holds the lock of both tables, which exists from the first VekPDLibraryEntry on; without it the
+// plug-in works unlocked.
+class TableLock {
+ public:
+  TableLock();
+  ~TableLock();
+  TableLock(const TableLock&) = delete;
+  TableLock& operator=(const TableLock&) = delete;
+
+ private:
+  Orvo::Mutex* mutex_;
+};
+
+constexpr bool IsCameraId(uint32_t cameraId) {
+  return cameraId < kMaxCameras;
+}
+
+// The session's profile block, made or taken down by the init record's flags. Takes the lock.
+void SetUpProfile(const PDLibInitParam& init);
+// Frees the block of a slot. Under the lock.
+void ReleaseProfile(ProfileSlot& slot);
+
+}  // namespace pdlib::plugin
+
+// Slot = camera id. Guarded by the lock, but for the frame's look at its own camera's profile.
+extern VekPDLib* g_pPDLibData[kMaxCameras];
+extern pdlib::plugin::ProfileSlot g_profileData[kMaxCameras];
+
+// The operations of the VekPDLib table and the callbacks.
+int PDLibInitialize(VekPDLib* lib, const PDLibCreateParams* createParams);
+int PDLibDestroy(VekPDLib* lib, const PDLibParamList* params);
+int PDLibConfigure(VekPDLib* lib, const void* params);
+int PDLibGetParam(VekPDLib* lib, PDLibGetParamRequest* request);
+int PDLibProcess(VekPDLib* lib, const PDLibInputs* inputs, PDLibOutputData* outputs);
+int CreatePDLib(VekPDLib** lib, const PDLibParamList* params);
+
+// Prepares the LCR part of an init record: native pattern, format and geometry of the LCR buffer.
+int PDLibLCRConfigure(PDLibInitParam* init, const afpdlibelements::tessarinePDLibType* tuning);
+
+// The learnt coefficients of a camera, a file without header. Loading doesn't look at how many
+// bytes arrive: what a short file lacks stays as it is in the buffer.
+int PDLibLoadAdaptiveData(void* buffer, size_t size, uint32_t cameraId);
+int PDLibStoreAdaptiveData(const void* buffer, size_t size, uint32_t cameraId);
