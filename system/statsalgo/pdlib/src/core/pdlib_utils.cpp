@@ -1,0 +1,141 @@
+#include "core/pdlib_utils.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "core/numeric.h"
+
+using pdlib::Clamp;
+using pdlib::ToInt32;
+
+namespace {
+
+// Rounded pixel position of a fraction: the product is single precision, the addition double.
+int pixel_of(int imageSize, float fraction) {
+  return ToInt32(static_cast<double>(static_cast<float>(imageSize) * fraction) + 0.5);
+}
+
+int rounded_end(int start, int imageSize, float fraction) {
+  return ToInt32(static_cast<double>(start) +
+                 static_cast<double>(static_cast<float>(imageSize) * fraction) + 0.5);
+}
+
+int block_of(int pixel, int globalOffset, int blockSize, int blockCount) {
+  const int64_t block =
+      blockSize == 0 ? 0 : (static_cast<int64_t>(pixel) - globalOffset) / blockSize;
+  return static_cast<int>(Clamp<int64_t>(block, 0, blockCount - 1));
+}
+
+void grid_axis(int imageSize, float start, float extent, int globalOffset, int blockSize,
+               int blockCount, int* first, int* count) {
+  const int startPixel = pixel_of(imageSize, start);
+  const int endPixel = rounded_end(startPixel, imageSize, extent);
+  *first = block_of(startPixel, globalOffset, blockSize, blockCount);
+  *count = block_of(endPixel, globalOffset, blockSize, blockCount) + 1 - *first;
+}
+
+void crop_axis(int extent, int start, int globalOffset, int blockSize, int blockCount, int* first,
+               int* count) {
+  *first = block_of(start + blockSize - 1, globalOffset, blockSize, blockCount);
+  *count = block_of(start + extent, globalOffset, blockSize, blockCount) - *first;
+}
+
+// The two table lines around a position along one axis of `size` lines.
+int first_line(double relative, int size) {
+  const double position = (relative - 0.01) * size;
+  if (!(position > 0)) return 0;
+  return position < size - 2 ? ToInt32(std::floor(position)) : size - 2;
+}
+
+}  // namespace
+
+void set_window_configure_info(win_config_t* window, const PDLibWindowConfig& config) {
+  window->updated = 1;
+  window->valid = 1;
+  window->horizontalWindowCount = config.horizontalWindowCount;
+  window->verticalWindowCount = config.verticalWindowCount;
+  window->x = config.window.startX;
+  window->y = config.window.startY;
+  window->w = config.window.endX - config.window.startX;
+  window->h = config.window.endY - config.window.startY;
+}
+
+bool window_differs(const win_config_t& window, const PDLibWindowConfig& config) {
+  win_config_t fresh = {};
+  set_window_configure_info(&fresh, config);
+  return window.horizontalWindowCount != fresh.horizontalWindowCount ||
+         window.verticalWindowCount != fresh.verticalWindowCount || window.x != fresh.x ||
+         window.y != fresh.y || window.w != fresh.w || window.h != fresh.h;
+}
+
+bool is_window_valid(const PDLibWindow& window) {
+  const auto is_fraction = [](float value) { return value >= 0.0F && value <= 1.0F; };
+  return is_fraction(window.startX) && is_fraction(window.startY) && is_fraction(window.endX) &&
+         is_fraction(window.endY) && window.startX <= window.endX && window.startY <= window.endY;
+}
+
+bool window_count_fits(const PDLibWindowConfig& config) {
+  const uint64_t windows =
+      static_cast<uint64_t>(config.horizontalWindowCount) * config.verticalWindowCount;
+  const uint64_t sumWindow = config.roiType == kRoiDefault ? 1 : 0;
+  return windows > 0 && windows + sumWindow <= kMaxWindows;
+}
+
+void get_grid_configure(int imageWidth, int imageHeight, float x, float y, float width,
+                        float height, const BlockGeometry& blocks, int* blockX, int* blockY,
+                        int* blockColumns, int* blockRows) {
+  grid_axis(imageWidth, x, width, blocks.globalX, blocks.blockWidth, blocks.horizontalBlockCount,
+            blockX, blockColumns);
+  grid_axis(imageHeight, y, height, blocks.globalY, blocks.blockHeight, blocks.verticalBlockCount,
+            blockY, blockRows);
+}
+
+void get_crop_configure(int cropWidth, int cropHeight, int x, int y, const BlockGeometry& blocks,
+                        int* blockX, int* blockY, int* blockColumns, int* blockRows) {
+  crop_axis(cropWidth, x, blocks.globalX, blocks.blockWidth, blocks.horizontalBlockCount, blockX,
+            blockColumns);
+  crop_axis(cropHeight, y, blocks.globalY, blocks.blockHeight, blocks.verticalBlockCount, blockY,
+            blockRows);
+}
+
+PeripheralRectangle peripheral_rectangle(const win_config_t& roi, uint32_t index) {
+  static constexpr const char* kNames[kPeripheralWindows] = {
+      "TopLeftWindow",       "TopCenterWindow",  "TopRightWindow",     "LEFT_CORNER_WINDOW",
+      "RIGHT_CORNER_WINDOW", "BottomLeftWindow", "BottomCenterWindow", "BottomRightWindow"};
+  // Column and row of each window in the 3 by 3 tiling around the ROI.
+  static constexpr int kColumn[kPeripheralWindows] = {0, 1, 2, 0, 2, 0, 1, 2};
+  static constexpr int kRow[kPeripheralWindows] = {0, 0, 0, 1, 1, 2, 2, 2};
+  const float endX = roi.x + roi.w;
+  const float endY = roi.y + roi.h;
+  const float startX[3] = {0.0F, roi.x, endX};
+  const float startY[3] = {0.0F, roi.y, endY};
+  const float width[3] = {roi.x, roi.w, 1.0F - endX};
+  const float height[3] = {roi.y, roi.h, 1.0F - endY};
+  const int column = kColumn[index];
+  const int row = kRow[index];
+  return {kNames[index], startX[column], startY[row], width[column], height[row]};
+}
+
+float written_ratio(const win_config_t& roi, uint32_t imageHeight, uint32_t lines) {
+  const float height = static_cast<float>(imageHeight);
+  const int top = ToInt32(roi.y * height);
+  const int bottom = ToInt32((roi.y + roi.h) * height);
+  return (static_cast<float>(lines) - static_cast<float>(top)) / static_cast<float>(bottom - top);
+}
+
+int16_t dcc_lookup(const int16_t* table, double relativeX, double relativeY) {
+  const int column = first_line(relativeX, kDccColumns);
+  const int row = first_line(relativeY, kDccRows);
+  const int16_t* upper = table + row * kDccColumns + column;
+  const int16_t* lower = upper + kDccColumns;
+  return static_cast<int16_t>((upper[0] + upper[1] + lower[0] + lower[1]) >> 2);
+}
+
+const float* extension_value(const statsglobalelements::statsExtensionParamType& entry) {
+  const bool usable = entry.enableFlag == 1 && entry.dataCount != 0 && entry.data != nullptr;
+  return usable ? entry.data : nullptr;
+}
+
+void copy_results(const PDLibOutputData& from, PDLibOutputData* to) {
+  std::memcpy(static_cast<void*>(to), &from, offsetof(PDLibOutputData, depthMap));
+}
