@@ -1,0 +1,193 @@
+#include "sparse/pdlib_sparse_utils_pattern.h"
+
+#include <algorithm>
+
+#include "core/numeric.h"
+#include "core/pdlib_log.h"
+
+namespace {
+
+// A block is sampled by the gain map every 16 pixels at most.
+constexpr uint32_t kMaxGainSpacing = 16;
+
+struct PixelList {
+  pdaf_pix_info_t pixels[kMaxPatternPixels];
+  int count = 0;
+
+  void add(const PDLibPixelCoordinate& pixel) {
+    pdaf_pix_info_t& entry = pixels[count];
+    entry = {};
+    entry.x = pixel.x;
+    entry.y = pixel.y;
+    entry.type = pixel.type;
+    entry.index = static_cast<uint32_t>(count++);
+  }
+};
+
+// Entry i takes the buffer position of the pixel that has the rank of the i-th native pixel.
+bool pair_up(const PixelList& native, const PixelList& buffer, int pairCount,
+             pdaf_pix_info_t* out) {
+  for (int i = 0; i < pairCount; ++i) {
+    const pdaf_pix_info_t& nativePixel = native.pixels[i];
+    if (nativePixel.index >= static_cast<uint32_t>(buffer.count)) return false;
+    out[i] = buffer.pixels[nativePixel.index];
+    out[i].nativeX = nativePixel.x;
+    out[i].nativeY = nativePixel.y;
+  }
+  return true;
+}
+
+uint32_t bytes_per_pixel(PDAFBufferDataFormat format) {
+  switch (format) {
+    case kBufferUnpacked16: return 2;
+    case kBufferFormat0:
+    case kBufferFormat1:
+    case kBufferFormat3:
+    case kBufferFormat4: return 1;
+    default: return 0;
+  }
+}
+
+// Where the two processors' parts start in the buffer; the stride that offsets inside a block are
+// counted with.
+uint32_t place_processors(pdaf_context_t* context) {
+  const PDLibDataBufferInfo& buffer = context->bufferDataInfo;
+  const PDLibBlockPattern& isp1 = buffer.isp1BlockPattern;
+  const PDLibBlockPattern& isp2 = buffer.isp2BlockPattern;
+  const PDLibBlockPattern& native = context->nativePatternInfo.blockPattern;
+  const uint32_t bytes = context->bytesPerPixel;
+  uint32_t stride = buffer.isp1BufferStride;
+  context->bufferOffset = 0;
+  context->isp2BufferOffset = 0;
+  context->isp2FirstBlock = 0;
+  if (buffer.sensorType != kSensorSparseInFrame) return stride;
+  if (buffer.imageOverlap != 0) {
+    stride += buffer.isp2BufferStride;
+    context->isp2BufferOffset =
+        buffer.isp1BufferStride + stride * isp2.verticalPDOffset + bytes * isp2.horizontalPDOffset;
+    const int64_t start = static_cast<int64_t>(buffer.imageOverlap) + buffer.isp2ImageOffset -
+                          native.horizontalPDOffset;
+    const int64_t block =
+        native.blockDimension.width == 0 ? 0 : start / native.blockDimension.width;
+    context->isp2FirstBlock = static_cast<uint32_t>(
+        pdlib::Clamp<int64_t>(block, 0, context->sensor.horizontalBlockCount));
+  }
+  context->bufferOffset = bytes * isp1.horizontalPDOffset + isp1.verticalPDOffset * stride;
+  return stride;
+}
+
+uint32_t pixel_offset(const pdaf_pix_info_t& pixel, uint32_t stride, uint32_t bytes) {
+  return (stride * pixel.y + bytes * pixel.x) >> (bytes - 1);
+}
+
+// Marks the pixels that end a sample: consecutive pixels of one native column fold into one.
+void mark_samples(const pdaf_pix_info_t* pixels, int count, uint8_t* last) {
+  for (int i = 0; i < count; ++i) {
+    last[i] = i + 1 == count || pixels[i + 1].nativeX != pixels[i].nativeX;
+  }
+}
+
+void fill_gain_geometry(pdaf_context_t* context, const pdaf_pix_info_t* left) {
+  const sensor_logic_t& sensor = context->sensor;
+  context->gainStepX = sensor.blockWidth / std::min(sensor.blockWidth, kMaxGainSpacing);
+  context->gainStepY = sensor.blockHeight / std::min(sensor.blockHeight, kMaxGainSpacing);
+  context->gainMapStepBlock = context->gainStepX;
+  context->gainMapStepRow =
+      static_cast<uint16_t>(sensor.horizontalBlockCount * context->gainStepX * context->gainStepY);
+  const uint32_t spacing = sensor.blockWidth / context->gainStepX;
+  const uint32_t mapWidth = context->gainStepX * sensor.horizontalBlockCount;
+  for (int i = 0; i < context->pairCount; ++i) {
+    const uint8_t column = static_cast<uint8_t>(left[i].nativeX / spacing);
+    const uint8_t row = static_cast<uint8_t>(left[i].nativeY / spacing);
+    context->gainIndex[i] = static_cast<uint16_t>(column + mapWidth * row);
+  }
+}
+
+}  // namespace
+
+void swap_data(pdaf_pix_info_t* first, pdaf_pix_info_t* second) {
+  std::swap(*first, *second);
+}
+
+void pixel_sort_x(pdaf_pix_info_t* pixels, int low, int high) {
+  while (low < high) {
+    const uint32_t pivot = pixels[(low + high) / 2].x;
+    int left = low;
+    int right = high;
+    while (left <= right) {
+      while (pixels[left].x < pivot) ++left;
+      while (pixels[right].x > pivot) --right;
+      if (left <= right) swap_data(&pixels[left++], &pixels[right--]);
+    }
+    if (right > low) pixel_sort_x(pixels, low, right);
+    low = left;
+  }
+}
+
+int sort_pd_pixel(const PDLibBlockPattern& native, const PDLibBlockPattern& buffer,
+                  pdaf_pix_info_t* left, pdaf_pix_info_t* right) {
+  PixelList nativeType0;
+  PixelList nativeOther;
+  PixelList bufferType0;
+  PixelList bufferType1;
+  for (int i = 0; i < buffer.pixelCount; ++i) {
+    const PDLibPixelCoordinate& inBuffer = buffer.pixelCoordinate[i];
+    if (inBuffer.type == kShieldHorizontal1) bufferType1.add(inBuffer);
+    if (inBuffer.type == kShieldHorizontal0) bufferType0.add(inBuffer);
+    const PDLibPixelCoordinate& inSensor = native.pixelCoordinate[i];
+    (inSensor.type == kShieldHorizontal0 ? nativeType0 : nativeOther).add(inSensor);
+  }
+  pixel_sort_x(nativeType0.pixels, 0, nativeType0.count - 1);
+  pixel_sort_x(nativeOther.pixels, 0, nativeOther.count - 1);
+  const int pairCount = buffer.pixelCount / 2;
+  const bool enough = nativeType0.count >= pairCount && nativeOther.count >= pairCount;
+  if (enough && pair_up(nativeType0, bufferType1, pairCount, left) &&
+      pair_up(nativeOther, bufferType0, pairCount, right)) {
+    return 0;
+  }
+  PDLIB_ERROR(
+      "PD pattern needs %d pixels of each polarity: native has %d of type 0 and %d others, "
+      "buffer has %d of type 1 and %d of type 0",
+      pairCount, nativeType0.count, nativeOther.count, bufferType1.count, bufferType0.count);
+  return 1;
+}
+
+int count_num_of_ones(const uint8_t* flags, int count) {
+  return static_cast<int>(std::count(flags, flags + count, 1));
+}
+
+int calculate_pd_pixel_offset(pdaf_context_t* context) {
+  const PDLibDataBufferInfo& buffer = context->bufferDataInfo;
+  context->bytesPerPixel = bytes_per_pixel(buffer.bufferFormat);
+  if (context->bytesPerPixel == 0) {
+    PDLIB_ERROR("PD buffer format %u can't be read", buffer.bufferFormat);
+    return 1;
+  }
+  const uint32_t stride = place_processors(context);
+  pdaf_pix_info_t left[kMaxPairs];
+  pdaf_pix_info_t right[kMaxPairs];
+  if (sort_pd_pixel(context->nativePatternInfo.blockPattern, buffer.isp1BlockPattern, left,
+                    right) != 0) {
+    return 1;
+  }
+  context->pairCount = buffer.isp1BlockPattern.pixelCount / 2;
+  uint32_t uniqueColumns = 0;
+  for (int i = 0; i < context->pairCount; ++i) {
+    context->leftOffset[i] = pixel_offset(left[i], stride, context->bytesPerPixel);
+    context->rightOffset[i] = pixel_offset(right[i], stride, context->bytesPerPixel);
+    if (i == 0 || left[i].nativeX != left[i - 1].nativeX) {
+      context->uniqueColumn[uniqueColumns++] = left[i].nativeX;
+    }
+  }
+  mark_samples(left, context->pairCount, context->leftLast);
+  mark_samples(right, context->pairCount, context->rightLast);
+  context->unique_num_L_pixel =
+      static_cast<uint16_t>(count_num_of_ones(context->leftLast, context->pairCount));
+  context->unique_num_R_pixel =
+      static_cast<uint16_t>(count_num_of_ones(context->rightLast, context->pairCount));
+  fill_gain_geometry(context, left);
+  context->isp1Block = buffer.isp1BlockPattern.blockDimension;
+  context->isp2Block = buffer.isp2BlockPattern.blockDimension;
+  context->lineStride = buffer.isp1BufferStride + buffer.isp2BufferStride;
+  return 0;
+}

@@ -1,0 +1,239 @@
+#include "sparse/sparse_horizontal_flow.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <memory>
+
+#include "core/numeric.h"
+#include "core/pdlib_log.h"
+#include "core/pdlib_switches.h"
+#include "diagnostics/xmlWriteParam.h"
+#include "sparse/pdlib_sparse_context.h"
+#include "sparse/pdlib_sparse_utils_check.h"
+#include "sparse/pdlib_sparse_utils_init.h"
+#include "sparse/pdlib_sparse_utils_window.h"
+#include "sparse/pdlib_sparse_wrapper.h"
+
+namespace {
+
+pdaf_context_t* create_context() {
+  void* memory = OrvoCalloc(sizeof(pdaf_context_t));
+  return memory == nullptr ? nullptr : new (memory) pdaf_context_t{};
+}
+
+void destroy_context(pdaf_context_t** context) {
+  std::destroy_at(*context);
+  pdaf_free(*context);
+}
+
+// Pixels that serve both axes count by their horizontal polarity here.
+void fold_shared_pixels(PDLibInitParam* init) {
+  PDLibBlockPattern& native = init->nativePatternInfo.blockPattern;
+  PDLibBlockPattern& buffer = init->bufferDataInfo.isp1BlockPattern;
+  const int count = pdlib::Clamp(buffer.pixelCount, 0, kMaxPatternPixels);
+  for (int i = 0; i < count; ++i) {
+    PDAFPixelShieldInformation polarity = {};
+    switch (buffer.pixelCoordinate[i].type) {
+      case kShieldBoth4:
+      case kShieldBoth6: polarity = kShieldHorizontal1; break;
+      case kShieldBoth5:
+      case kShieldBoth7: polarity = kShieldHorizontal0; break;
+      default: continue;
+    }
+    buffer.pixelCoordinate[i].type = polarity;
+    native.pixelCoordinate[i].type = polarity;
+  }
+}
+
+bool is_buffer_usable(const pdaf_context_t& context, const PDLibParam& param) {
+  if (param.PDBuffer == nullptr) {
+    PDLIB_ERROR("null PD buffer");
+    return false;
+  }
+  if (param.PDBufferSize >= 0 &&
+      static_cast<uint64_t>(param.PDBufferSize) >= context.requiredBufferBytes) {
+    return true;
+  }
+  PDLIB_ERROR("PD buffer of %lld bytes is too small, the PD area needs %llu",
+              static_cast<long long>(param.PDBufferSize),
+              static_cast<unsigned long long>(context.requiredBufferBytes));
+  return false;
+}
+
+bool is_window_usable(const PDLibWindowConfig& config) {
+  if (!is_window_valid(config.window)) {
+    PDLIB_ERROR(
+        "Invalid window [%f %f %f %f], expected fractions of the image with start before end",
+        static_cast<double>(config.window.startX), static_cast<double>(config.window.startY),
+        static_cast<double>(config.window.endX), static_cast<double>(config.window.endY));
+    return false;
+  }
+  if (window_count_fits(config)) return true;
+  PDLIB_ERROR("Invalid window count %u x %u, the results hold %u", config.horizontalWindowCount,
+              config.verticalWindowCount, kMaxWindows);
+  return false;
+}
+
+bool learns_from(PDLibRoiType roiType) {
+  return roiType == kRoiDefault || roiType == kRoiLearning;
+}
+
+void learn(pdaf_context_t* context) {
+  if (context->adaptiveK.enable != 1 || !learns_from(context->roiType)) return;
+  PDLIB_VERBOSE("ADAPTK: S901 - Enter adaptive k ");
+  adaptive_k_process_frame(&context->adaptiveK, context->actuatorSensitivity, context->lensPosition,
+                           &context->output);
+}
+
+void report(const pdaf_context_t& context, int16_t lensPosition) {
+  const PDLibDefocusInfo& first = context.output.defocusInfo[0];
+  PDLIB_INFO(
+      "frame_idx: %d, phaseDiff %.2f, defocus_um: %.1f conf_level %d cur_lens_pos %d "
+      "processingResult %d isPeripheralValid %d",
+      static_cast<int>(context.frameIndex), static_cast<double>(first.phaseDiff),
+      static_cast<double>(static_cast<float>(first.defocus) * context.actuatorSensitivity),
+      static_cast<int>(first.confidence), lensPosition,
+      static_cast<int>(context.output.processingResult), context.output.isPeripheralValid);
+}
+
+void close_call(pdaf_context_t* context, const PDLibParam& param, bool frameIsOver,
+                bool frameStarted) {
+  if (frameIsOver) {
+    context->output = {};
+    ++context->frameIndex;
+  }
+  if (frameStarted) context->previousLensPosition = static_cast<int16_t>(param.lensPosition);
+  context->window.updated = 0;
+}
+
+// The buffers are those of this call, whatever an earlier call of the frame had.
+void take_buffers(pdaf_context_t* context, const PDLibParam& param) {
+  context->pdBuffer = param.PDBuffer;
+  context->lcrBuffer = param.lcrBuffer;
+}
+
+}  // namespace
+
+IPDLIBFlow* CreateSparseHorizontalFlow() {
+  return new (std::nothrow) SparseHorizontalFlow();
+}
+
+SparseHorizontalFlow::~SparseHorizontalFlow() {
+  if (context_ != nullptr) DeInit();
+}
+
+int SparseHorizontalFlow::Init(const PDLibInitParam* init,
+                               const afpdlibelements::tessarinePDLibType* tuning) {
+  if (init == nullptr || tuning == nullptr || init->calibration == nullptr) {
+    PDLIB_ERROR("null pointer");
+    initFailed_ = true;
+    return kPDStatusBadInput;
+  }
+  if (context_ != nullptr) DeInit();
+  initFailed_ = true;
+  context_ = create_context();
+  if (context_ == nullptr) return kPDStatusNoMemory;
+  PDLibInitParam folded = *init;
+  fold_shared_pixels(&folded);
+  context_->testMode = PDLIB_TEST_MODE != 0;
+  if (set_pd_context_init_info(context_, folded, *tuning) != 0) {
+    destroy_context(&context_);
+    PDLIB_ERROR("set init info error");
+    return kPDStatusFlowFailed;
+  }
+  context_->calibration = *init->calibration;
+  adaptive_k_pd_init(&context_->adaptiveK, &context_->tuning.adaptiveK,
+                     context_->calibration.DCC_map, context_->dcc_q_format,
+                     static_cast<int>(folded.nativePatternInfo.horizontalBlockCount),
+                     static_cast<int>(folded.nativePatternInfo.verticalBlockCount));
+  context_->status = kContextInitialised;
+  initFailed_ = false;
+  return kPDStatusOk;
+}
+
+int SparseHorizontalFlow::Process(const PDLibParam* param, uint32_t lines,
+                                  PDLibOutputData* output) {
+  if (context_ == nullptr || param == nullptr || output == nullptr) {
+    PDLIB_ERROR("null pointer");
+    return initFailed_ ? kPDStatusFlowFailed : kPDStatusBadInput;
+  }
+  if (!is_window_usable(param->windowConfig) || !is_buffer_usable(*context_, *param))
+    return kPDStatusBadInput;
+
+  const bool frameIsOver = lines == context_->sensor.imageHeight;
+  PDMetaOutput(context_->bufferDataInfo, param, frameIsOver);
+
+  if (PdlibSkipControlProcess(context_, param, lines) != 0) {
+    context_->output = context_->lastOutput;
+    copy_results(context_->output, output);
+    report(*context_, static_cast<int16_t>(param->lensPosition));
+    close_call(context_, *param, frameIsOver, false);
+    return kPDStatusOk;
+  }
+
+  const bool frameStarts = context_->output.processingResult == kResultNone;
+  if (frameStarts && configure_pd_context_info(context_, *param) != 0) {
+    PDLIB_ERROR("config pd context info failed");
+    return kPDStatusFlowFailed;
+  }
+  if (context_->testMode) {
+    check_data(context_, param);
+    return kPDStatusOk;
+  }
+  take_buffers(context_, *param);
+  pd_incremental_processing(context_, static_cast<uint16_t>(std::min<uint32_t>(
+                                          lines, std::numeric_limits<uint16_t>::max())));
+  learn(context_);
+  context_->lastOutput = context_->output;
+  copy_results(context_->output, output);
+  report(*context_, context_->lensPosition);
+  close_call(context_, *param, frameIsOver, frameStarts);
+  return kPDStatusOk;
+}
+
+int SparseHorizontalFlow::DeInit() {
+  if (context_ == nullptr) {
+    PDLIB_ERROR("null pointer");
+    return kPDStatusBadInput;
+  }
+  context_->status = kContextClosed;
+  context_->leftGain.reset();
+  context_->rightGain.reset();
+  context_->centerGain.reset();
+  set_pd_context_deinit(context_);
+  if (context_->window.valid != 0) free_pdaf_grid_memory(context_);
+  destroy_context(&context_);
+  return kPDStatusOk;
+}
+
+int SparseHorizontalFlow::GetAdaptiveData(const void** data, int* size) {
+  if (context_ == nullptr || data == nullptr || size == nullptr) {
+    if (size != nullptr) *size = 0;
+    PDLIB_ERROR("null pointer");
+    return kPDStatusBadInput;
+  }
+  adaptive_k_get_data(&context_->adaptiveK, context_->adaptiveData, size);
+  *data = context_->adaptiveData;
+  return kPDStatusOk;
+}
+
+int SparseHorizontalFlow::SetAdaptiveData(const void* data, int size) {
+  if (context_ == nullptr || data == nullptr) {
+    PDLIB_ERROR("null pointer");
+    return kPDStatusBadInput;
+  }
+  const int copied = pdlib::Clamp(size, 0, kAdaptiveDataSize);
+  std::memcpy(context_->adaptiveData, data, static_cast<size_t>(copied));
+  adaptive_k_set_data(&context_->adaptiveK, context_->adaptiveData, size);
+  return kPDStatusOk;
+}
+
+int SparseHorizontalFlow::GetTuningData(void** tuning) {
+  if (context_ == nullptr || tuning == nullptr) {
+    PDLIB_ERROR("null pointer");
+    return kPDStatusBadInput;
+  }
+  *tuning = &context_->tuning;
+  return kPDStatusOk;
+}

@@ -1,0 +1,31 @@
+// The software flow for sensors with sparse left and right PD pixels.
+//
+// Init builds the tables from the sensor description; the first frame of a window builds its grids;
+// every further frame parses, cleans and correlates the PD pixels of its windows. A frame may
+// arrive in several calls with a growing number of lines: the centre grid runs at the first of
+// them, the peripheral windows follow when the centre found nothing, and the call with as many
+// lines as the image is high closes the frame.
+#pragma once
+
+#include "core/pdlib_flow.h"
+
+struct pdaf_context_t;
+
+class SparseHorizontalFlow final : public IPDLIBFlow {
+ public:
+  SparseHorizontalFlow() = default;
+  ~SparseHorizontalFlow() override;
+  SparseHorizontalFlow(const SparseHorizontalFlow&) = delete;
+  SparseHorizontalFlow& operator=(const SparseHorizontalFlow&) = delete;
+
+  int Init(const PDLibInitParam* init, const afpdlibelements::tessarinePDLibType* tuning) override;
+  int Process(const PDLibParam* param, uint32_t lines, PDLibOutputData* output) override;
+  int DeInit() override;
+  int GetAdaptiveData(const void** data, int* size) override;
+  int SetAdaptiveData(const void* data, int size) override;
+  int GetTuningData(void** tuning) override;
+
+ private:
+  pdaf_context_t* context_ = nullptr;
+  bool initFailed_ = false;  // then Process fails the frame instead of taking it for a misuse
+};
