@@ -33,5 +33,6 @@ install(FILES ${PROJECT_BINARY_DIR}/pdlibConfig.cmake ${PROJECT_BINARY_DIR}/pdli
 
 # The prefix is found from the place of the file, so that an installed tree can be moved.
 file(RELATIVE_PATH prefix_from_pkgconfig ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" prefix_from_pkgconfig ${prefix_from_pkgconfig})
 configure_file(cmake/pdlib.pc.in ${PROJECT_BINARY_DIR}/pdlib.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/pdlib.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

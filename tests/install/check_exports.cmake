@@ -1,4 +1,6 @@
 # One symbol goes out of the plug-in, and it needs the C and C++ runtime and the platform layer alone.
+cmake_minimum_required(VERSION 3.25)
+
 execute_process(COMMAND ${NM} -D --defined-only --format=posix ${PLUGIN} OUTPUT_VARIABLE symbols
                 COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "[^\n]+" symbols "${symbols}")

@@ -1,4 +1,6 @@
 # Builds the consumer with nothing but what pkg-config tells, and runs it.
+cmake_minimum_required(VERSION 3.25)
+
 set(ENV{PKG_CONFIG_PATH} ${PACKAGE_DIR})
 function(ask variable)
   execute_process(COMMAND ${PKG_CONFIG} ${ARGN} pdlib OUTPUT_VARIABLE answer OUTPUT_STRIP_TRAILING_WHITESPACE
