@@ -1,0 +1,74 @@
+// The camera and the stack around it: exposes frames and takes them through the PD library call by
+// call, as line interrupts come in.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "frame_renderer.h"
+#include "pd_library.h"
+#include "sensor.h"
+
+namespace simcam {
+
+struct CameraSettings {
+  std::string scene = "mixed";
+  uint64_t seed = 1;  // of the scene and of the noise
+  OpticsSettings optics;
+  NoiseSettings noise;
+  double shading = 0.35;
+  PDLibWindow roi{0.35f, 0.35f, 0.65f, 0.65f};
+  uint32_t columns = 3;  // grid of result windows
+  uint32_t rows = 3;
+  int callsPerFrame = 1;
+  double frameRate = 30;
+  double sensorGain = 1;
+  uint32_t logLevel = 0;
+  uint32_t cameraId = 0;
+};
+
+// What the library said of one frame, in its last call.
+struct FrameResult {
+  bool isProcessed = false;
+  PDLibOutputData output{};
+  bool hasSumWindow = false;
+
+  // The result for the ROI as a whole.
+  const PDLibDefocusInfo& Roi() const {
+    return output
+        .defocusInfo[hasSumWindow ? output.horizontalWindowCount * output.verticalWindowCount : 0];
+  }
+};
+
+class Camera {
+ public:
+  Camera(const PdLibrary& library, const SensorDescription& sensor, const CameraSettings& settings);
+
+  // Exposes a frame with this true phase difference and processes it. `lensCode` is what the stack
+  // believes of the lens.
+  FrameResult Shoot(double truePhasePx, int lensCode);
+
+  const SensorDescription& Sensor() const { return sensor_; }
+  const CameraSettings& Settings() const { return settings_; }
+  const std::vector<uint8_t>& Buffer() const { return buffer_; }
+  const FrameRenderer& Renderer() const { return renderer_; }
+  CameraSession& Session() { return session_; }
+
+ private:
+  SensorDescription sensor_;
+  CameraSettings settings_;
+  FrameRenderer renderer_;
+  CameraSession session_;
+  std::vector<uint8_t> buffer_;
+  std::vector<uint32_t> interrupts_;
+  uint64_t frameIndex_ = 0;
+};
+
+// Lines written at each call of a frame. The first comes when the ROI is complete: the library
+// measures at the first call of a frame and would otherwise see only a part of it. The last is the
+// whole image.
+std::vector<uint32_t> LineInterrupts(int imageHeight, double roiBottom, int calls);
+
+}  // namespace simcam

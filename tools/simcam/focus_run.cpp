@@ -1,0 +1,107 @@
+#include "focus_run.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "random.h"
+
+namespace simcam {
+namespace {
+
+constexpr double kExposureShare = 0.3;  // of the frame time
+
+// Focus lies near the middle of the travel, elsewhere for each seed, so that both ways are open.
+double FocusCode(const LensDescription& lens, uint64_t seed) {
+  const double share = 0.44 + 0.12 * Unit(Mix(seed, 0xf0c5));
+  return lens.travelFrom + share * (lens.travelTo - lens.travelFrom);
+}
+
+double StartCode(const FocusSettings& settings, const LensDescription& lens, double focusCode) {
+  if (settings.startCode) return *settings.startCode;
+  return focusCode - settings.startPhasePx * lens.codesPerPx;
+}
+
+}  // namespace
+
+FocusScores ScoreFocus(const std::vector<FocusFrame>& frames, std::optional<int> heldFrom) {
+  FocusScores scores;
+  scores.heldFrom = heldFrom;
+  if (frames.empty()) return scores;
+  scores.finalTruePhasePx = frames.back().truePhasePx;
+
+  const auto lastOutside =
+      std::find_if(frames.rbegin(), frames.rend(),
+                   [](const FocusFrame& frame) { return std::abs(frame.truePhasePx) > 1; });
+  const int framesBefore = static_cast<int>(frames.rend() - lastOutside);
+  if (framesBefore < static_cast<int>(frames.size())) scores.framesToFocus = framesBefore;
+
+  const double side = frames.front().truePhasePx > 0 ? 1 : -1;
+  for (const FocusFrame& frame : frames)
+    scores.overshootSteps = std::max(scores.overshootSteps, -side * frame.truePhasePx);
+
+  const auto first = frames.begin() + heldFrom.value_or(0);
+  const auto share = [&](double steps) {
+    const auto count = std::count_if(first, frames.end(), [&](const FocusFrame& frame) {
+      return std::abs(frame.truePhasePx) <= steps;
+    });
+    return static_cast<double>(count) / static_cast<double>(frames.end() - first);
+  };
+  scores.within1Step = share(1);
+  scores.within2Steps = share(2);
+  scores.within4Steps = share(4);
+  return scores;
+}
+
+FocusRun::FocusRun(const PdLibrary& library, const SensorDescription& sensor,
+                   const CameraSettings& camera, const FocusSettings& settings)
+    : settings_(settings),
+      camera_(library, sensor, camera),
+      focusCode_(FocusCode(sensor.lens, camera.seed)),
+      lens_(sensor.lens, StartCode(settings, sensor.lens, focusCode_)),
+      autofocus_(sensor) {}
+
+// Positive where the lens has to go to higher codes, as the library reports it.
+double FocusRun::TruePhase(double lensCode) const {
+  return (focusCode_ - lensCode) / lens_.Description().codesPerPx;
+}
+
+const FocusFrame& FocusRun::Step() {
+  const double period = 1000 / camera_.Settings().frameRate;
+  FocusFrame frame;
+  frame.index = static_cast<int>(frames_.size());
+  const double begin = frame.index * period;
+  const double middle = begin + period * kExposureShare / 2;
+  const bool wasSettled = lens_.IsSettled(begin);
+  frame.lensPosition = lens_.Position(middle);
+  frame.lensCode = static_cast<int>(std::lround(lens_.DriverCode(middle)));
+  frame.truePhasePx = TruePhase(frame.lensPosition);
+
+  const FrameResult result = camera_.Shoot(frame.truePhasePx, frame.lensCode);
+  frame.roi = result.Roi();
+  frame.isProcessed = result.isProcessed;
+  frame.processingResult = result.output.processingResult;
+  frame.isPeripheralValid = result.output.isPeripheralValid != 0;
+  const PDLibDefocusInfo* infos = result.output.defocusInfo;
+  frame.windows.assign(infos, infos + camera_.Settings().columns * camera_.Settings().rows);
+
+  // The result is there when the frame is; the next exposure already sees the lens on its way.
+  const Autofocus::Decision decision = autofocus_.Decide(result, frame.lensCode, wasSettled);
+  frame.action = decision.action;
+  const bool isDriven =
+      decision.action == FocusAction::kMove || decision.action == FocusAction::kSearch;
+  if (isDriven) {
+    lens_.MoveTo(decision.targetCode, begin + period);
+    heldFrom_.reset();
+  } else if (autofocus_.IsInFocus() && !heldFrom_) {
+    heldFrom_ = frame.index;
+  }
+  frames_.push_back(std::move(frame));
+  return frames_.back();
+}
+
+FocusResult FocusRun::Result() const {
+  return {camera_.Sensor(), camera_.Settings(), focusCode_, frames_,
+          ScoreFocus(frames_, heldFrom_)};
+}
+
+}  // namespace simcam

@@ -1,0 +1,147 @@
+#include "library_records.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "frame_renderer.h"
+
+namespace simcam {
+namespace {
+
+using afpdlibelements::tessarinePDProcessingMode;
+using afpdlibelements::tessarineTuningProcessLevel;
+
+// Row ratio by the covered area alone.
+constexpr auto kModeByArea = static_cast<tessarinePDProcessingMode>(2);
+
+PDLibBlockPattern MakePattern(const Pattern& pattern) {
+  PDLibBlockPattern record{};
+  record.pixelCount = static_cast<int32_t>(pattern.pixels.size());
+  for (size_t i = 0; i < pattern.pixels.size(); ++i) {
+    const PatternPixel& pixel = pattern.pixels[i];
+    record.pixelCoordinate[i] = {static_cast<uint32_t>(pixel.x), static_cast<uint32_t>(pixel.y),
+                                 static_cast<PDAFPixelShieldInformation>(pixel.type)};
+  }
+  record.horizontalPDOffset = static_cast<uint32_t>(pattern.offsetX);
+  record.verticalPDOffset = static_cast<uint32_t>(pattern.offsetY);
+  record.blockDimension = {static_cast<uint32_t>(pattern.width),
+                           static_cast<uint32_t>(pattern.height)};
+  return record;
+}
+
+PDLibSensorNativeInfo MakeNativeInfo(const SensorDescription& sensor) {
+  PDLibSensorNativeInfo info{};
+  info.blockPattern = MakePattern(sensor.native);
+  info.horizontalBlockCount = static_cast<uint32_t>(sensor.blocksAcross);
+  info.verticalBlockCount = static_cast<uint32_t>(sensor.blocksDown);
+  const uint32_t width = static_cast<uint32_t>(sensor.imageWidth);
+  const uint32_t height = static_cast<uint32_t>(sensor.imageHeight);
+  info.cropRegion = {0, 0, width, height};
+  info.originalImageWidth = info.currentImageWidth = width;
+  info.originalImageHeight = info.currentImageHeight = height;
+  info.orientation = static_cast<PDAFOrientation>(sensor.orientation);
+  info.bufferFormat = kBufferUnpacked16;
+  info.horizontalDownscaleFactor = 1;
+  info.verticalDownscaleFactor = 1;
+  info.PDOffsetCorrection = static_cast<float>(sensor.pdOffsetCorrection);
+  return info;
+}
+
+PDLibDataBufferInfo MakeBufferInfo(const SensorDescription& sensor) {
+  const BufferLayout& buffer = sensor.buffer;
+  PDLibDataBufferInfo info{};
+  info.isp1BlockPattern = MakePattern(buffer.first);
+  info.isp1BufferWidth = static_cast<uint32_t>(buffer.firstWidth);
+  info.isp1BufferStride = static_cast<uint32_t>(buffer.firstStride);
+  info.ispBufferHeight = static_cast<uint32_t>(buffer.height);
+  info.bufferFormat = kBufferUnpacked16;
+  info.sensorType = static_cast<PDAFType>(sensor.sensorType);
+  if (!sensor.HasTwoProcessors()) return info;
+  Pattern second = buffer.second;
+  second.pixels = buffer.first.pixels;
+  info.isp2BlockPattern = MakePattern(second);
+  info.isp2BufferWidth = static_cast<uint32_t>(buffer.secondWidth);
+  info.isp2BufferStride = static_cast<uint32_t>(buffer.secondStride);
+  info.imageOverlap = static_cast<uint32_t>(buffer.overlap);
+  info.isp2ImageOffset = static_cast<uint32_t>(buffer.secondImageX);
+  return info;
+}
+
+}  // namespace
+
+TuningRecord::TuningRecord(const TuningChoices& choices) {
+  auto& pre = record_.preProcess;
+  pre.boxFilterLength = choices.boxFilterLength;
+  pre.antiAliasFilterThreshold = choices.antiAliasFilterThreshold;
+  for (auto& set : pre.filterTrigger.filterSet) set.verticalMode = choices.verticalBinning;
+
+  auto& correlation = record_.correlation;
+  correlation.minimumConfidenceLevel = static_cast<float>(choices.minimumConfidenceLevel);
+  correlation.defocusConfidenceThreshold = static_cast<float>(choices.defocusConfidenceThreshold);
+  correlation.searchRange = {choices.searchFrom, choices.searchTo};
+  correlation.lcrSearchRange = {-8, 8};
+
+  auto& post = record_.postProcess;
+  post.biasVectorStrength = static_cast<float>(choices.biasVectorStrength);
+  post.temporalFilterStaticWeight = static_cast<float>(choices.staticWeight);
+  post.temporalFilterDynamicWeight = static_cast<float>(choices.dynamicWeight);
+  post.enableGridOverlap = choices.gridOverlap ? 1 : 0;
+  post.confIntegralWidth = choices.confIntegralWidth;
+
+  record_.enablePeripheralWindows = choices.peripheralWindows ? 1 : 0;
+  for (tessarineTuningProcessLevel* level :
+       {&record_.singleWindowProcessingLevel, &record_.gridProcessingLevel,
+        &record_.PeripheralProcessing})
+    *level = {kModeByArea, 100, 100};
+  record_.skipControl = {choices.staticFrameCount, choices.maxFrameRate};
+
+  AddExtension("verticalBinningControl", choices.verticalBinning > 1 ? 1 : 0);
+  AddExtension("EnableSparsePDAFIIRFilter", choices.bandPass ? 1 : 0);
+  AddExtension("EnableOptimizedSparseParsing", choices.optimizedParsing ? 1 : 0);
+  record_.extensionParamCount = static_cast<uint32_t>(extensions_.size());
+  record_.extensionParam = extensions_.data();
+}
+
+void TuningRecord::AddExtension(const char* name, float value) {
+  values_.push_back(std::make_unique<float>(value));
+  afpdlibelements::statsExtensionParamType extension{};
+  extension.ID = static_cast<int32_t>(extensions_.size());
+  extension.Name = const_cast<char*>(name);  // the record's type; no one writes through it
+  extension.enableFlag = 1;
+  extension.dataCount = 1;
+  extension.data = values_.back().get();
+  extensions_.push_back(extension);
+}
+
+PDLibInitParam MakeInitParam(const SensorDescription& sensor) {
+  PDLibInitParam init{};
+  init.nativePatternInfo = MakeNativeInfo(sensor);
+  init.blackLevel = static_cast<uint32_t>(sensor.blackLevel);
+  init.pixelDepth = static_cast<uint32_t>(sensor.pixelDepth);
+  init.PDPixelOverflowThreshold = static_cast<uint32_t>(sensor.MaxCode());
+  init.macroDac = static_cast<int16_t>(sensor.lens.travelTo);
+  init.infinityDac = static_cast<int16_t>(sensor.lens.travelFrom);
+  init.actuatorSensitivity = static_cast<float>(sensor.lens.micronsPerCode);
+  init.defocusBitShift = static_cast<uint32_t>(sensor.calibration.FractionBits());
+  init.defocusConfidenceThreshold = static_cast<int32_t>(sensor.tuning.defocusConfidenceThreshold);
+  init.bufferDataInfo = MakeBufferInfo(sensor);
+  init.disableLCR = 1;
+  return init;
+}
+
+BlockArea BlocksOf(const SensorDescription& sensor, const PDLibWindow& window) {
+  const Pattern& native = sensor.native;
+  const auto block = [](double pixel, int offset, int size, int count) {
+    return std::clamp(static_cast<int>(std::floor((pixel - offset) / size)), 0, count - 1);
+  };
+  const double width = sensor.imageWidth;
+  const double height = sensor.imageHeight;
+  return BlockArea{
+      block(width * window.startX - 1, native.offsetX, native.width, sensor.blocksAcross),
+      block(height * window.startY - 1, native.offsetY, native.height, sensor.blocksDown),
+      block(width * window.endX + 1, native.offsetX, native.width, sensor.blocksAcross) + 1,
+      block(height * window.endY + 1, native.offsetY, native.height, sensor.blocksDown) + 1};
+}
+
+}  // namespace simcam

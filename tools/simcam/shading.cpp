@@ -1,0 +1,81 @@
+#include "shading.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace simcam {
+namespace {
+
+constexpr double kUnityGain = 256;
+// The expanded maps hold one entry for every cell of at most this many pixels.
+constexpr int kLargestCell = 16;
+
+int CellSize(int block) {
+  return block / (block / std::min(block, kLargestCell));
+}
+
+void FillGainMap(const CalibrationLayout& layout, const Shading& shading, Side side,
+                 uint16_t* map) {
+  for (int row = 0; row < layout.gainMapHeight; ++row) {
+    for (int column = 0; column < layout.gainMapWidth; ++column) {
+      const double u = -1 + 2.0 * column / (layout.gainMapWidth - 1);
+      const double v = -1 + 2.0 * row / (layout.gainMapHeight - 1);
+      map[row * layout.gainMapWidth + column] =
+          static_cast<uint16_t>(std::lround(kUnityGain / shading.AtMap(side, u, v)));
+    }
+  }
+}
+
+}  // namespace
+
+// The expanded maps' first and last cells stand in the first and last block of the PD area.
+Shading::Shading(const SensorDescription& sensor, double loss) : loss_(loss) {
+  const Pattern& native = sensor.native;
+  const double width = sensor.blocksAcross * native.width;
+  const double height = sensor.blocksDown * native.height;
+  const double left =
+      sensor.IsMirrored() ? sensor.imageWidth - native.offsetX - width : native.offsetX;
+  const double top =
+      sensor.IsFlipped() ? sensor.imageHeight - native.offsetY - height : native.offsetY;
+  centerX_ = left + (width - 1) / 2;
+  centerY_ = top + (height - 1) / 2;
+  halfWidth_ = std::max((width - CellSize(native.width)) / 2, 1.0);
+  halfHeight_ = std::max((height - CellSize(native.height)) / 2, 1.0);
+}
+
+double Shading::At(Side side, double x, double y) const {
+  return AtMap(side, (x - centerX_) / halfWidth_, (y - centerY_) / halfHeight_);
+}
+
+double Shading::AtMap(Side side, double u, double v) const {
+  const double corner = (u * u + v * v) / 2;
+  const double tilt = (side == Side::kLeft ? 1 + u : 1 - u) / 2;
+  return 1 - loss_ * std::clamp(0.5 * corner + 0.5 * tilt, 0.0, 1.0);
+}
+
+_pdaf_cal_param_t MakeCalibration(const SensorDescription& sensor, const Shading& shading) {
+  const CalibrationLayout& layout = sensor.calibration;
+  _pdaf_cal_param_t calibration{};
+  calibration.isAvailable = 1;
+  calibration.VersionNum = static_cast<uint16_t>(layout.version);
+  calibration.MapWidth = static_cast<uint16_t>(layout.gainMapWidth);
+  calibration.MapHeight = static_cast<uint16_t>(layout.gainMapHeight);
+  const bool isStraight = layout.AreMapsNamedStraight();
+  FillGainMap(layout, shading, Side::kLeft,
+              isStraight ? calibration.Left_GainMap : calibration.Right_GainMap);
+  FillGainMap(layout, shading, Side::kRight,
+              isStraight ? calibration.Right_GainMap : calibration.Left_GainMap);
+  std::fill(calibration.Center_GainMap, calibration.Center_GainMap + kGainMapEntries,
+            static_cast<uint16_t>(kUnityGain));
+
+  const double coefficient = sensor.lens.codesPerPx * (1 << layout.FractionBits());
+  const int entries = layout.dccMapWidth * layout.dccMapHeight;
+  std::fill(calibration.DCC_map, calibration.DCC_map + entries,
+            static_cast<int16_t>(std::lround(coefficient)));
+  calibration.DCC_param.Q_factor = static_cast<uint16_t>(layout.qFactor);
+  calibration.DCC_param.MapWidth = static_cast<uint16_t>(layout.dccMapWidth);
+  calibration.DCC_param.MapHeight = static_cast<uint16_t>(layout.dccMapHeight);
+  return calibration;
+}
+
+}  // namespace simcam

@@ -1,0 +1,57 @@
+// The lens goes through its travel; what is measured is set against what is true.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "camera.h"
+
+namespace simcam {
+
+struct SweepSettings {
+  double from = -20;  // true phase difference, pixels
+  double to = 20;
+  double step = 1;
+};
+
+struct SweepPoint {
+  double truePhasePx = 0;
+  double trueDefocus = 0;  // actuator codes
+  int window = 0;          // row by row
+  PDLibDefocusInfo measured{};
+  bool isConfident = false;
+};
+
+// Errors are measured minus true phase difference, pixels.
+struct ErrorScores {
+  int points = 0;
+  double bias = 0;
+  double meanAbs = 0;
+  double rms = 0;
+  double worst = 0;  // largest without regard to sign
+  double slope = 0;  // of measured against true, least squares; 0 with a single true value
+  double confidentShare = 0;
+};
+
+struct SweepResult {
+  SensorDescription sensor;
+  CameraSettings camera;
+  std::vector<SweepPoint> points;     // of the result windows, step by step
+  std::vector<SweepPoint> roiPoints;  // of the ROI as a whole; window is -1
+  int failedFrames = 0;
+  ErrorScores scores;                // all windows and steps, certain or not
+  ErrorScores confidentScores;       // points above the confidence threshold alone
+  ErrorScores roiScores;             // the ROI as a whole
+  std::vector<ErrorScores> windows;  // by window
+};
+
+ErrorScores ScoreErrors(const std::vector<SweepPoint>& points);
+
+using SweepProgress = std::function<void(int done, int all)>;
+
+SweepResult RunSweep(const PdLibrary& library, const SensorDescription& sensor,
+                     const CameraSettings& camera, const SweepSettings& settings,
+                     const SweepProgress& progress);
+
+}  // namespace simcam
