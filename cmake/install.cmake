@@ -20,7 +20,6 @@ install(TARGETS pdlib orvo_host LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(TARGET pdcam)
   file(RELATIVE_PATH libraries_from_programs ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   set_target_properties(pdcam PROPERTIES INSTALL_RPATH $ORIGIN/${libraries_from_programs})
-  install(TARGETS pdcam RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
 set(pdlib_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/pdlib)
