@@ -140,15 +140,18 @@ bool CheckWindowCounts(const PDLibWindowConfig& config) {
 }
 
 int RunFlow(PDLibHandle& handle, const PDLibParam& param, uint32_t lines, PDLibOutputData& output) {
-  if (handle.flow != nullptr) {
-    return pdlib::RunGuarded("Process",
-                             [&] { return handle.flow->Process(&param, lines, &output); });
+  if (handle.flow == nullptr) {
+    PDLIB_ERROR("PDLibFlow ptr is NULL");
+    return kPDStatusFlowFailed;
   }
-  PDLIB_ERROR("PDLibFlow ptr is NULL");
-  // In the place of the flow that should have said which windows it answers.
-  output.horizontalWindowCount = param.windowConfig.horizontalWindowCount;
-  output.verticalWindowCount = param.windowConfig.verticalWindowCount;
-  return kPDStatusFlowFailed;
+  return pdlib::RunGuarded("Process", [&] { return handle.flow->Process(&param, lines, &output); });
+}
+
+// A flow may fail before it has said which windows it answers: they are those that were asked for.
+void FailFrame(const PDLibWindowConfig& config, PDLibOutputData& output) {
+  output.horizontalWindowCount = config.horizontalWindowCount;
+  output.verticalWindowCount = config.verticalWindowCount;
+  PDLibFailState(&output);
 }
 
 // `kind` names the windows: "multi-window" or "peripheral window".
@@ -242,7 +245,7 @@ int PDLibPhaseDetection(void* handle, const PDLibParam* param, uint32_t lines,
 
   auto& owned = *static_cast<PDLibHandle*>(handle);
   const int status = RunFlow(owned, *param, lines, *output);
-  if (status != kPDStatusOk) PDLibFailState(output);
+  if (status != kPDStatusOk) FailFrame(param->windowConfig, *output);
   LogResults(param->windowConfig, *output);
   if (owned.testFlow != nullptr) {
     pdlib::RunGuarded("test Process",
