@@ -1,0 +1,103 @@
+// A flow whose answers a test sets, and a handle around it.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "core/pdlib.h"
+#include "core/pdlib_handle.h"
+#include "core/pdlib_switches.h"
+#include "host/orvo_host.h"
+
+namespace test {
+
+// Outlives the flow, so that a test can ask after the flow's end.
+struct FlowRecord {
+  std::function<int(const PDLibParam*, uint32_t, PDLibOutputData*)> process;
+  int deInitStatus = 0;
+  int adaptiveStatus = 0;
+  void* tuning = nullptr;
+  std::vector<std::string> calls;
+};
+
+class FakeFlow : public IPDLIBFlow {
+ public:
+  explicit FakeFlow(FlowRecord& record) : record_(record) {}
+  ~FakeFlow() override { record_.calls.push_back("destroy"); }
+  int Init(const PDLibInitParam*, const afpdlibelements::tessarinePDLibType*) override { return 0; }
+  int Process(const PDLibParam* param, uint32_t lines, PDLibOutputData* output) override {
+    record_.calls.push_back("process");
+    return record_.process ? record_.process(param, lines, output) : 0;
+  }
+  int DeInit() override {
+    record_.calls.push_back("deinit");
+    return record_.deInitStatus;
+  }
+  int GetAdaptiveData(const void** data, int* size) override {
+    *data = &record_;
+    *size = 7;
+    return record_.adaptiveStatus;
+  }
+  int SetAdaptiveData(const void*, int) override {
+    record_.calls.push_back("set");
+    return record_.adaptiveStatus;
+  }
+  int GetTuningData(void** tuning) override {
+    if (record_.tuning != nullptr) *tuning = record_.tuning;
+    return 0;
+  }
+
+ private:
+  FlowRecord& record_;
+};
+
+// A handle as PDLibInit makes it, without driver; PDLibDeinit releases it.
+inline PDLibHandle* MakeHandle(FlowRecord* flow, FlowRecord* testFlow = nullptr) {
+  auto* handle = static_cast<PDLibHandle*>(OrvoCalloc(sizeof(PDLibHandle)));
+  if (flow != nullptr) handle->flow = new (std::nothrow) FakeFlow(*flow);
+  if (testFlow != nullptr) handle->testFlow = new (std::nothrow) FakeFlow(*testFlow);
+  return handle;
+}
+
+inline PDLibParam ParamWithWindows(uint32_t columns, uint32_t rows,
+                                   PDLibRoiType roiType = kRoiDefault) {
+  PDLibParam param{};
+  param.windowConfig = {roiType, {0.25f, 0.375f, 0.75f, 0.625f}, columns, rows};
+  return param;
+}
+
+// The text of a line behind its prefix.
+inline std::string TextOf(const Orvo::Host::LogLine& line) {
+  return line.text.substr(line.text.find("() ") + 3);
+}
+
+// Captures the log of its life and puts the switches back.
+class LogCapture {
+ public:
+  explicit LogCapture(int32_t level = 0) {
+    PDLIB_LOG = level;
+    Orvo::Host::StartLogCapture();
+  }
+  ~LogCapture() {
+    Orvo::Host::StopLogCapture();
+    PDLIB_LOG = 0;
+    PDLIB_PROFILING = 0;
+    PDLIB_TEST_MODE = 0;
+    PDLIB_DUMP = 0;
+    PDLIB_LCR_DISABLE = 0;
+  }
+  std::vector<std::string> texts() const {
+    std::vector<std::string> all;
+    for (const auto& line : Orvo::Host::CapturedLog()) all.push_back(TextOf(line));
+    return all;
+  }
+  bool has(const std::string& text) const {
+    for (const auto& line : texts()) {
+      if (line == text) return true;
+    }
+    return false;
+  }
+};
+
+}  // namespace test

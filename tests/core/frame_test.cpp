@@ -1,0 +1,172 @@
+// PDLibPhaseDetection and the fail state.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <stdexcept>
+
+#include "fake_flow.h"
+
+using test::FlowRecord;
+using test::LogCapture;
+using test::MakeHandle;
+using test::ParamWithWindows;
+
+namespace {
+
+constexpr uint8_t kPoison = 0xa5;
+
+struct PoisonedOutput {
+  PDLibOutputData data;
+  PoisonedOutput() { std::memset(&data, kPoison, sizeof(data)); }
+  bool isUntouched() const {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&data);
+    for (size_t i = 0; i < sizeof(data); ++i) {
+      if (bytes[i] != kPoison) return false;
+    }
+    return true;
+  }
+};
+
+bool IsRestingWindow(const PDLibDefocusInfo& window) {
+  return window.defocus == 0 && window.phaseDiff == 0.0f && window.confidence == 1023;
+}
+
+class Frame : public testing::Test {
+ protected:
+  ~Frame() override { PDLibDeinit(handle_); }
+  LogCapture log_;
+  FlowRecord flow_;
+  FlowRecord testFlow_;
+  PDLibHandle* handle_ = MakeHandle(&flow_, &testFlow_);
+  PoisonedOutput output_;
+};
+
+TEST_F(Frame, HandsTheCallToTheFlowAndItsResultBack) {
+  const PDLibParam param = ParamWithWindows(3, 2);
+  for (FlowRecord* record : {&flow_, &testFlow_}) {
+    record->process = [&, record](const PDLibParam* seen, uint32_t lines, PDLibOutputData* output) {
+      EXPECT_EQ(seen, &param);
+      EXPECT_EQ(lines, 77u);
+      EXPECT_EQ(output, &output_.data);
+      return record == &flow_ ? 0 : 3;
+    };
+  }
+  EXPECT_EQ(PDLibPhaseDetection(handle_, &param, 77, &output_.data), kPDStatusOk);
+  EXPECT_EQ(flow_.calls.size(), 1u);
+  EXPECT_EQ(testFlow_.calls.size(), 1u);
+  EXPECT_TRUE(output_.isUntouched());
+}
+
+TEST_F(Frame, FailedFlowLeavesTheFailStateOfTheGridAskedFor) {
+  const PDLibParam param = ParamWithWindows(3, 2);
+  for (const int failure : {1, 2, 3}) {
+    PoisonedOutput output;
+    flow_.process = [=](const PDLibParam*, uint32_t, PDLibOutputData*) { return failure; };
+    EXPECT_EQ(PDLibPhaseDetection(handle_, &param, 1, &output.data), failure);
+    for (int i = 0; i < 6; ++i) EXPECT_TRUE(IsRestingWindow(output.data.defocusInfo[i])) << i;
+    EXPECT_FALSE(IsRestingWindow(output.data.defocusInfo[6]));
+    EXPECT_EQ(output.data.horizontalWindowCount, 3u);
+    EXPECT_EQ(output.data.verticalWindowCount, 2u);
+    EXPECT_EQ(output.data.defocusInfo[0].rangeLow, static_cast<int16_t>(0xa5a5));
+    EXPECT_EQ(output.data.processingResult, 0xa5a5a5a5u);
+    EXPECT_EQ(output.data.peripheralInfo[0].confidence, 0xa5a5a5a5u);
+  }
+  EXPECT_TRUE(
+      log_.has("PDLIB FAILED PROCESSING - Please check above error messages and fixed "
+               "information needed"));
+}
+
+TEST_F(Frame, ExceptionOfAFlowStaysInside) {
+  flow_.process = [](const PDLibParam*, uint32_t, PDLibOutputData*) -> int {
+    throw std::runtime_error("flow");
+  };
+  testFlow_.process = [](const PDLibParam*, uint32_t, PDLibOutputData*) -> int { throw 1; };
+  const PDLibParam param = ParamWithWindows(1, 1);
+  EXPECT_EQ(PDLibPhaseDetection(handle_, &param, 1, &output_.data), kPDStatusFlowFailed);
+  EXPECT_TRUE(IsRestingWindow(output_.data.defocusInfo[0]));
+}
+
+struct CountCase {
+  uint32_t columns;
+  uint32_t rows;
+  uint32_t roiType;
+  bool isAccepted;
+};
+
+TEST_F(Frame, RefusesGridsThatTheOutputCannotHold) {
+  const CountCase cases[] = {
+      {0, 3, 0, false},           {3, 0, 0, false},
+      {0, 0, 2, false},           {199, 1, 0, true},
+      {200, 1, 0, false},  // no place for the sum window
+      {20, 10, 1, true},          {10, 20, 2, true},
+      {201, 1, 1, false},         {0x10000, 0x10000, 1, false},  // a product of 0 in 32 bits
+      {0x80000000u, 2, 0, false}, {0xffffffffu, 0xffffffffu, 0, false},
+  };
+  for (const CountCase& c : cases) {
+    flow_.calls.clear();
+    const PDLibParam param =
+        ParamWithWindows(c.columns, c.rows, static_cast<PDLibRoiType>(c.roiType));
+    const int status = PDLibPhaseDetection(handle_, &param, 1, &output_.data);
+    EXPECT_EQ(status, c.isAccepted ? kPDStatusOk : kPDStatusBadInput) << c.columns << "x" << c.rows;
+    EXPECT_EQ(flow_.calls.size(), c.isAccepted ? 1u : 0u) << c.columns << "x" << c.rows;
+    EXPECT_TRUE(output_.isUntouched()) << c.columns << "x" << c.rows;
+  }
+  EXPECT_TRUE(log_.has("Invalid Zero-window 0 x 3"));
+}
+
+TEST_F(Frame, RefusesNull) {
+  const PDLibParam param = ParamWithWindows(1, 1);
+  EXPECT_EQ(PDLibPhaseDetection(nullptr, &param, 1, &output_.data), kPDStatusBadInput);
+  EXPECT_EQ(PDLibPhaseDetection(handle_, nullptr, 1, &output_.data), kPDStatusBadInput);
+  EXPECT_EQ(PDLibPhaseDetection(handle_, &param, 1, nullptr), kPDStatusBadInput);
+  EXPECT_EQ(log_.texts(), std::vector<std::string>(3, "null pointer"));
+  EXPECT_TRUE(flow_.calls.empty());
+}
+
+TEST(FailState, StaysInsideTheArrayWhateverTheCounts) {
+  const LogCapture log;
+  for (const uint32_t count : {200u, 0x10000u, 0xffffffffu}) {
+    PoisonedOutput output;
+    output.data.horizontalWindowCount = count;
+    output.data.verticalWindowCount = count;
+    PDLibFailState(&output.data);
+    EXPECT_TRUE(IsRestingWindow(output.data.defocusInfo[kMaxWindows - 1]));
+    EXPECT_EQ(output.data.isPeripheralValid, 0xa5a5);
+    EXPECT_EQ(output.data.peripheralInfo[0].confidence, 0xa5a5a5a5u);
+  }
+  PDLibFailState(nullptr);
+}
+
+TEST(FrameLog, ListsWindowsAtVerboseLevelOnly) {
+  FlowRecord flow;
+  flow.process = [](const PDLibParam*, uint32_t, PDLibOutputData* output) {
+    output->defocusInfo[0] = {-12, 640, -1.5f, 0, 0};
+    output->defocusInfo[1] = {7, 1023, 0.25f, 0, 0};
+    output->isPeripheralValid = 1;
+    output->peripheralInfo[7] = {3, 9, 2.0f, 0, 0};
+    return 0;
+  };
+  PDLibHandle* handle = MakeHandle(&flow);
+  const PDLibParam param = ParamWithWindows(2, 1);
+  const std::string configured =
+      "window configure: type: 0, size: [2, 1], coord: [0.25 0.38 0.75 0.62]";
+  PDLibOutputData output{};
+  {
+    const LogCapture log(1);
+    PDLibPhaseDetection(handle, &param, 1, &output);
+    EXPECT_EQ(log.texts(), std::vector{configured});
+  }
+  const LogCapture log(2);
+  PDLibPhaseDetection(handle, &param, 1, &output);
+  const auto texts = log.texts();
+  ASSERT_EQ(texts.size(), 1u + 3 + 9);
+  EXPECT_EQ(texts[0], configured);
+  EXPECT_EQ(texts[1], "Multi-Window result");
+  EXPECT_EQ(texts[2], "multi-window id 0, phaseDiff: -1.50, defocus: -12, confidence: 640");
+  EXPECT_EQ(texts[3], "multi-window id 1, phaseDiff: 0.25, defocus: 7, confidence: 1023");
+  EXPECT_EQ(texts[4], "Peripheral process result");
+  EXPECT_EQ(texts[12], "peripheral window id 7, phaseDiff: 2.00, defocus: 3, confidence: 9");
+  PDLibDeinit(handle);
+}
+
+}  // namespace
