@@ -6,5 +6,11 @@
 namespace pdlib {
 
 extern const KernelTable kScalarKernels;
+#if defined(__x86_64__)
+extern const KernelTable kSse2Kernels;
+extern const KernelTable kAvx2Kernels;
+#elif defined(__aarch64__)
+extern const KernelTable kNeonKernels;
+#endif
 
 }  // namespace pdlib

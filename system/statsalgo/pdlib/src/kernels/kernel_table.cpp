@@ -17,11 +17,21 @@ struct FormList {
 
   FormList() {
     Add(kScalarKernels);
+#if defined(__x86_64__)
+    Add(kSse2Kernels);
+    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) Add(kAvx2Kernels);
+#elif defined(__aarch64__)
+    Add(kNeonKernels);
+#endif
     current = Best();
   }
 
-  void Add(const KernelTable& form) { forms[count++] = &form; }
-  const KernelTable* Best() const { return forms[count - 1]; }
+  void Add(const KernelTable& form) {
+    forms[count++] = &form;
+  }
+  const KernelTable* Best() const {
+    return forms[count - 1];
+  }
 };
 
 FormList& Forms() {

@@ -216,7 +216,7 @@ void ParseOptimized(const OptimizedParseRow& row, uint16_t* left, uint16_t* righ
 
 }  // namespace scalar
 
-const KernelTable kScalarKernels = {
+constinit const KernelTable kScalarKernels = {
     .name = "scalar",
     .sad = scalar::Sad,
     .gain = scalar::Gain,

@@ -1,0 +1,91 @@
+// Vectors of unsigned 16-bit samples on AArch64, in the vocabulary that the vector kernels are
+// written in (see vectors_x86.h).
+#pragma once
+
+#include <arm_neon.h>
+
+#include <cstdint>
+
+namespace pdlib {
+namespace {
+
+struct U16x8 {
+  static constexpr int kLanes = 8;
+  uint16x8_t value;
+
+  static U16x8 Load(const uint16_t* from) { return {vld1q_u16(from)}; }
+  void Store(uint16_t* to) const { vst1q_u16(to, value); }
+  static U16x8 Splat(uint16_t sample) { return {vdupq_n_u16(sample)}; }
+
+  friend U16x8 operator+(U16x8 a, U16x8 b) { return {vaddq_u16(a.value, b.value)}; }
+  friend U16x8 operator-(U16x8 a, U16x8 b) { return {vsubq_u16(a.value, b.value)}; }
+  friend U16x8 operator&(U16x8 a, U16x8 b) { return {vandq_u16(a.value, b.value)}; }
+  friend U16x8 operator|(U16x8 a, U16x8 b) { return {vorrq_u16(a.value, b.value)}; }
+  friend U16x8 operator^(U16x8 a, U16x8 b) { return {veorq_u16(a.value, b.value)}; }
+  friend U16x8 operator<<(U16x8 a, int bits) {
+    return {vshlq_u16(a.value, vdupq_n_s16(static_cast<int16_t>(bits)))};
+  }
+  friend U16x8 operator>>(U16x8 a, int bits) { return a << -bits; }
+  friend U16x8 SubtractLimited(U16x8 a, U16x8 b) { return {vqsubq_u16(a.value, b.value)}; }
+  friend U16x8 Equal(U16x8 a, U16x8 b) { return {vceqq_u16(a.value, b.value)}; }
+  friend U16x8 MultiplyLow(U16x8 a, U16x8 b) { return {vmulq_u16(a.value, b.value)}; }
+  friend U16x8 InterleaveLow(U16x8 a, U16x8 b) { return {vzip1q_u16(a.value, b.value)}; }
+  friend U16x8 InterleaveHigh(U16x8 a, U16x8 b) { return {vzip2q_u16(a.value, b.value)}; }
+  friend U16x8 AddPairs(U16x8 a, U16x8 b) { return {vpaddq_u16(a.value, b.value)}; }
+
+  friend U16x8 MultiplyShift(U16x8 a, U16x8 b, int bits) {
+    const Products p = Multiply(a, b, bits);
+    return {vmovn_high_u32(vmovn_u32(p.low), p.high)};
+  }
+  friend U16x8 MultiplyShiftLimited(U16x8 a, U16x8 b, int bits) {
+    const Products p = Multiply(a, b, bits);
+    return {vqmovn_high_u32(vqmovn_u32(p.low), p.high)};
+  }
+
+ private:
+  struct Products {
+    uint32x4_t low;
+    uint32x4_t high;
+  };
+  static Products Multiply(U16x8 a, U16x8 b, int bits) {
+    const int32x4_t right = vdupq_n_s32(-bits);
+    return {vshlq_u32(vmull_u16(vget_low_u16(a.value), vget_low_u16(b.value)), right),
+            vshlq_u32(vmull_high_u16(a.value, b.value), right)};
+  }
+};
+
+// Eight numbers in single precision.
+struct F32x8 {
+  float32x4_t low;
+  float32x4_t high;
+
+  static F32x8 Splat(float number) { return {vdupq_n_f32(number), vdupq_n_f32(number)}; }
+  static F32x8 FromSamples(U16x8 samples) {
+    return {vcvtq_f32_u32(vmovl_u16(vget_low_u16(samples.value))),
+            vcvtq_f32_u32(vmovl_high_u16(samples.value))};
+  }
+  friend F32x8 operator*(F32x8 a, F32x8 b) {
+    return {vmulq_f32(a.low, b.low), vmulq_f32(a.high, b.high)};
+  }
+  // a * b + c, rounded once.
+  friend F32x8 MultiplyAdd(F32x8 a, F32x8 b, F32x8 c) {
+    return {vfmaq_f32(c.low, a.low, b.low), vfmaq_f32(c.high, a.high, b.high)};
+  }
+  // Nearest integer, halves away from zero, limited to 16 bits, plus 32768.
+  friend U16x8 RoundToSamples(F32x8 number) {
+    const int16x8_t limited =
+        vqmovn_high_s32(vqmovn_s32(vcvtaq_s32_f32(number.low)), vcvtaq_s32_f32(number.high));
+    return {veorq_u16(vreinterpretq_u16_s16(limited), vdupq_n_u16(0x8000))};
+  }
+};
+
+// Sum of all samples of full vectors; count is a multiple of the lanes. Modulo 2^32.
+template <class V>
+uint32_t SumSamples(const uint16_t* samples, int count) {
+  uint32x4_t sum = vdupq_n_u32(0);
+  for (int i = 0; i < count; i += V::kLanes) sum = vpadalq_u16(sum, V::Load(samples + i).value);
+  return vaddvq_u32(sum);
+}
+
+}  // namespace
+}  // namespace pdlib
