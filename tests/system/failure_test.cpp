@@ -1,0 +1,91 @@
+// Flows that don't come up, frames that are refused, memory that isn't there.
+#include "plugin.h"
+
+using test::Camera;
+using test::ParamList;
+using test::Plugin;
+
+namespace {
+
+using Failure = Plugin;
+
+TEST_F(Failure, AFlowThatThisVersionLacksFailsClearly) {
+  enter();
+  VekPDLib* lib = open(0);
+  Camera camera(0);
+  camera.tuning.HVControl.PDProcessingAxis = afpdlibelements::tessarinePDAxisControl{2};
+  EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibFailed);
+  EXPECT_TRUE(wasLogged("PDLibFlow type 3 is not part of this version"));
+  EXPECT_NE(lib->pPrivate, nullptr);
+  EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);  // finds the handle
+
+  const PDLibInputs inputs = camera.inputs(3, 3);
+  EXPECT_EQ(lib->pfnProcess(lib, &inputs, &output_), kPDLibFailed);
+  for (int i = 0; i < 9; ++i) EXPECT_EQ(output_.defocusInfo[i].confidence, 1023u);
+  EXPECT_EQ(output_.defocusInfo[9].confidence, 0u);
+  close(0);
+}
+
+TEST_F(Failure, AFlowWhoseInitFailedStaysSafe) {
+  enter();
+  VekPDLib* lib = open(0);
+  Camera camera(0);
+  camera.createParams.initParam.calibration = nullptr;
+  EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibFailed);
+  const PDLibInputs inputs = camera.inputs();
+  EXPECT_EQ(lib->pfnProcess(lib, &inputs, &output_), kPDLibFailed);
+  EXPECT_EQ(output_.defocusInfo[3].confidence, 1023u);
+  close(0);
+  EXPECT_FALSE(std::filesystem::exists(dataFile(0)));
+}
+
+TEST_F(Failure, ARefusedGridLeavesTheOutputAlone) {
+  enter();
+  VekPDLib* lib = open(0);
+  const Camera camera(0);
+  ASSERT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
+  output_.defocusInfo[0].confidence = 4711;
+  for (const auto& [columns, rows] : {std::pair{0u, 2u}, {2u, 0u}, {20u, 10u}, {65536u, 65536u}}) {
+    const PDLibInputs inputs = camera.inputs(columns, rows);
+    EXPECT_EQ(lib->pfnProcess(lib, &inputs, &output_), kPDLibFailed);
+    EXPECT_EQ(output_.defocusInfo[0].confidence, 4711u);
+  }
+  close(0);
+}
+
+// Whatever allocation fails, nothing leaks, every answer is a status, and once there is memory
+// again the next frame or the next session works.
+TEST_F(Failure, EveryAllocationMayFail) {
+  enter();
+  const Camera camera(0);
+  const PDLibInputs inputs = camera.inputs();
+  int64_t index = 0;
+  for (bool hasFailed = true; hasFailed; ++index) {
+    const uint64_t failuresBefore = Orvo::Host::Allocations().failures;
+    Orvo::Host::FailAllocation(index);
+    VekPDLib* lib = nullptr;
+    EXPECT_EQ(callbacks_.pfnCreate(&lib, ParamList::Open(0).get()), kPDLibSuccess);
+    int initialised = kPDLibFailed;
+    int processed = kPDLibFailed;
+    output_ = {};
+    if (lib != nullptr) {
+      initialised = lib->pfnInitialize(lib, &camera.createParams);
+      processed = lib->pfnProcess(lib, &inputs, &output_);
+    }
+    hasFailed = Orvo::Host::Allocations().failures != failuresBefore;
+    Orvo::Host::NeverFailAllocation();
+    EXPECT_EQ(hasFailed, processed != kPDLibSuccess) << index;
+    if (lib == nullptr) continue;
+    if (lib->pPrivate != nullptr && processed != kPDLibSuccess) {
+      EXPECT_EQ(output_.defocusInfo[3].confidence, 1023u) << index;
+    }
+    if (initialised == kPDLibSuccess) {
+      EXPECT_EQ(lib->pfnProcess(lib, &inputs, &output_), kPDLibSuccess) << index;
+    }
+    lib->pfnDestroy(lib, ParamList::Close(0).get());
+    EXPECT_EQ(Orvo::Host::Allocations().live, liveBefore_) << index;
+  }
+  EXPECT_GT(index, 8);
+}
+
+}  // namespace

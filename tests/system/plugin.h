@@ -1,0 +1,88 @@
+// The shared library as a camera stack sees it, and a camera to go with it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "afpdlibelements.h"
+#include "host/orvo_host.h"
+#include "orvopdlibinterface.h"
+
+namespace test {
+
+// A folder of its own that goes away with the object.
+class TempFolder {
+ public:
+  TempFolder();
+  ~TempFolder();
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+// The list of CreatePDLib and PDLibDestroy. Lives as long as the call that it is given to.
+class ParamList {
+ public:
+  static ParamList Open(uint32_t cameraId, int32_t override = 1);
+  static ParamList Close(uint32_t cameraId, int32_t override = 1);
+  ParamList& addCamera(uint32_t type, uint32_t cameraId, uint32_t size = sizeof(PDLibCameraInfo));
+  ParamList& addOverride(uint32_t type, int32_t value, uint32_t size = sizeof(int32_t));
+  const PDLibParamList* get();
+
+ private:
+  struct Item {
+    uint32_t type;
+    uint32_t size;
+    int32_t words[2];
+  };
+  std::vector<Item> items_;
+  std::vector<PDLibListEntry> entries_;
+  PDLibParamList list_{};
+};
+
+// A sparse sensor of 40 by 30 blocks of 16 by 16 pixels, four pairs each: 640 by 480 pixels in 16
+// bits. Left and right see the same texture.
+struct Camera {
+  explicit Camera(uint32_t cameraId);
+  Camera(const Camera&) = delete;  // the records point into the object
+  Camera& operator=(const Camera&) = delete;
+
+  PDLibInputs inputs(uint32_t columns = 2, uint32_t rows = 2) const;
+
+  static constexpr uint32_t kWidth = 640;
+  static constexpr uint32_t kHeight = 480;
+  _pdaf_cal_param_t calibration{};
+  afpdlibelements::tessarinePDLibType tuning{};
+  PDLibCreateParams createParams{};
+  std::vector<uint16_t> frame;
+};
+
+// Loads a copy of the library, so that its globals are new in every test; captures the log, and
+// takes all files below a folder of its own.
+class Plugin : public testing::Test {
+ protected:
+  Plugin();
+  ~Plugin() override;
+
+  // Calls the entry and takes the callbacks.
+  void enter();
+  VekPDLib* open(uint32_t cameraId);
+  void close(uint32_t cameraId);
+
+  std::filesystem::path dataFile(uint32_t cameraId) const;
+  static std::vector<std::string> logTexts();
+  static bool wasLogged(const std::string& text);
+
+  TempFolder folder_;
+  void* library_ = nullptr;
+  void (*entry_)(PDLibCallbacks*) = nullptr;
+  PDLibCallbacks callbacks_{};
+  PDLibOutputData output_{};
+  const uint64_t liveBefore_ = Orvo::Host::Allocations().live;
+};
+
+}  // namespace test

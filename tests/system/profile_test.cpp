@@ -1,0 +1,117 @@
+// The profile block of a camera, seen in the log.
+#include "plugin.h"
+
+using test::Camera;
+using test::Plugin;
+
+namespace {
+
+class ProfileSession : public Plugin {
+ protected:
+  ProfileSession() {
+    camera_.createParams.initParam.profileFlags = 1u << 5;
+    enter();
+    Orvo::Host::SetClock(5'000'000'000, 1'000'000);  // a millisecond per look
+  }
+  static size_t summaries() {
+    size_t count = 0;
+    for (const std::string& text : logTexts()) {
+      count += text.find("Profile PDLIB Summary(ms) Start") != std::string::npos ? 1 : 0;
+    }
+    return count;
+  }
+  int processFrame(VekPDLib* lib) {
+    const PDLibInputs inputs = camera_.inputs();
+    return lib->pfnProcess(lib, &inputs, &output_);
+  }
+  Camera camera_{2};
+};
+
+TEST_F(ProfileSession, ListsModulesAndSumsUpInitAndFrames) {
+  VekPDLib* lib = open(2);
+  ASSERT_EQ(lib->pfnInitialize(lib, &camera_.createParams), kPDLibSuccess);
+  const std::string prefix = "CID:2 Profile Module";
+  EXPECT_EQ(logTexts(),
+            (std::vector<std::string>{
+                "CID:2 Profile PDLIB module enabled:", prefix + " PDLIB Sub:PDLIBProfileInit",
+                prefix + " PDLIB Sub:PDLIBProfilePhaseDetect",
+                prefix + " PDLIB Sub:PDLIBProfileLrCenterWindow",
+                prefix + " PDLIB Sub:PDLIBProfileLcrCenterWindow",
+                prefix + " PDLIB Sub:PDLIBProfilePeripheralWindow",
+                "===== CID:2 Profile PDLIB Summary(ms) Start, Frame:00001 ======",
+                prefix + ": PDLIBProfileInit = 1.000", prefix + ": PDLIBProfilePhaseDetect = 0.000",
+                prefix + ": PDLIBProfileLrCenterWindow = 0.000",
+                prefix + ": PDLIBProfileLcrCenterWindow = 0.000",
+                prefix + ": PDLIBProfilePeripheralWindow = 0.000",
+                "========== CID:2 Profile Profiling Summary End ============="}));
+  Orvo::Host::StartLogCapture();
+  ASSERT_EQ(processFrame(lib), kPDLibSuccess);
+  EXPECT_EQ(summaries(), 1u);
+  EXPECT_TRUE(wasLogged("===== CID:2 Profile PDLIB Summary(ms) Start, Frame:00002 ======"));
+  EXPECT_TRUE(wasLogged(prefix + ": PDLIBProfileInit = 0.000"));
+  EXPECT_FALSE(wasLogged(prefix + ": PDLIBProfilePhaseDetect = 0.000"));
+  EXPECT_FALSE(wasLogged(prefix + ": PDLIBProfileLrCenterWindow = 0.000"));
+  close(2);
+}
+
+TEST_F(ProfileSession, EndsWithTheFirstClose) {
+  VekPDLib* lib = open(2);
+  ASSERT_EQ(lib->pfnInitialize(lib, &camera_.createParams), kPDLibSuccess);
+  open(2);
+  ASSERT_EQ(lib->pfnInitialize(lib, &camera_.createParams), kPDLibSuccess);
+  EXPECT_EQ(summaries(), 1u);  // the second session has no block of its own
+  close(2);
+  // The count fell to 0 while the instance lives on; frames go on without a block.
+  EXPECT_EQ(processFrame(lib), kPDLibSuccess);
+  EXPECT_EQ(summaries(), 1u);
+  close(2);
+}
+
+TEST_F(ProfileSession, BelongsToOneCamera) {
+  VekPDLib* lib = open(2);
+  ASSERT_EQ(lib->pfnInitialize(lib, &camera_.createParams), kPDLibSuccess);
+  Camera other(3);
+  VekPDLib* otherLib = open(3);
+  ASSERT_EQ(otherLib->pfnInitialize(otherLib, &other.createParams), kPDLibSuccess);
+  const PDLibInputs inputs = other.inputs();
+  EXPECT_EQ(otherLib->pfnProcess(otherLib, &inputs, &output_), kPDLibSuccess);
+  EXPECT_EQ(summaries(), 1u);
+  EXPECT_EQ(processFrame(lib), kPDLibSuccess);
+  EXPECT_EQ(summaries(), 2u);
+  close(3);
+  EXPECT_EQ(processFrame(lib), kPDLibSuccess);
+  EXPECT_EQ(summaries(), 3u);
+  close(2);
+}
+
+TEST_F(ProfileSession, IsDisabledForACameraThatTheFlagsDoNotMean) {
+  camera_.createParams.initParam.profileFlags |= 1u << 24 | 3u << 25;
+  VekPDLib* lib = open(2);
+  ASSERT_EQ(lib->pfnInitialize(lib, &camera_.createParams), kPDLibSuccess);
+  EXPECT_TRUE(wasLogged("CID:2 Profile PDLIB module enabled:"));
+  EXPECT_EQ(processFrame(lib), kPDLibSuccess);
+  EXPECT_EQ(summaries(), 0u);
+  close(2);
+}
+
+TEST_F(ProfileSession, MissingMemoryCostsOnlyTheProfile) {
+  VekPDLib* lib = open(2);
+  // The last allocation of an initialisation is the block: find its place by counting.
+  camera_.createParams.initParam.profileFlags = 0;
+  const uint64_t before = Orvo::Host::Allocations().allocations;
+  ASSERT_EQ(lib->pfnInitialize(lib, &camera_.createParams), kPDLibSuccess);
+  const auto place = static_cast<int64_t>(Orvo::Host::Allocations().allocations - before);
+  lib->pfnDestroy(lib, test::ParamList::Close(2).get());
+
+  camera_.createParams.initParam.profileFlags = 1u << 5;
+  lib = open(2);
+  Orvo::Host::FailAllocation(place);
+  EXPECT_EQ(lib->pfnInitialize(lib, &camera_.createParams), kPDLibSuccess);
+  Orvo::Host::NeverFailAllocation();
+  EXPECT_TRUE(wasLogged("out of memory for the profile block of camera 2"));
+  EXPECT_EQ(processFrame(lib), kPDLibSuccess);
+  EXPECT_EQ(summaries(), 0u);
+  close(2);
+}
+
+}  // namespace
