@@ -29,16 +29,16 @@ bool crop_is_valid(const PDLibCropRegion& crop, int64_t frameWidth, int64_t fram
          crop.y < frameHeight;
 }
 
-int validate_crop(const PDLibSensorNativeInfo& native) {
+// `caller` names the step in the log.
+int validate_crop(const PDLibSensorNativeInfo& native, const char* caller) {
   const bool haveOriginal = native.originalImageWidth != 0 && native.originalImageHeight != 0;
   const uint32_t width = haveOriginal ? native.originalImageWidth : native.currentImageWidth;
   const uint32_t height = haveOriginal ? native.originalImageHeight : native.currentImageHeight;
-  if (width == 0 || height == 0) {
-    PDLIB_ERROR("%s: pdaf init failed due to invalid ori image dimension\n", __func__);
-    return 1;
-  }
   if (crop_is_valid(native.cropRegion, width, height)) return 0;
-  PDLIB_ERROR("%s: pdaf init failed due to invalid crop region input\n", __func__);
+  PDLIB_ERROR("%s: pdaf init failed due to invalid crop region input\n", caller);
+  if (width == 0 || height == 0) {
+    PDLIB_ERROR("%s: pdaf init failed due to invalid ori image dimension\n", caller);
+  }
   return 1;
 }
 
@@ -115,13 +115,13 @@ int16_t pixels_per_sample(const pdaf_context_t& context) {
       Clamp(ToInt32(static_cast<float>(unit) / context.xCFA_factor), 1, 32));
 }
 
-void warn_of_narrow_range(const pdaf_context_t& context) {
+void warn_of_narrow_range(const pdaf_context_t& context, const char* caller) {
   const auto& range = context.tuning.correlation.searchRange;
   const int width = context.tuning.postProcess.confIntegralWidth;
   if (width <= range.to - range.from) return;
   PDLIB_ERROR(
       "\n%s: error: PD search range is smaller than required for reliable confidence estimation. ",
-      __func__);
+      caller);
   PDLIB_ERROR("Increase PD search range |far - near| to at least %d\n", width);
 }
 
@@ -204,7 +204,7 @@ void copy_init_record(pdaf_context_t* context, const PDLibInitParam& init) {
 int init_sensor_info(sensor_logic_t* sensor, const PDLibSensorNativeInfo& native) {
   const float offset = native.PDOffsetCorrection;
   sensor->pdOffset = offset > -kMaxPDOffset && offset < kMaxPDOffset ? offset : 0.0F;
-  int result = validate_crop(native);
+  int result = validate_crop(native, __func__);
 
   const PDLibBlockPattern& pattern = native.blockPattern;
   const PDLibCropRegion& crop = native.cropRegion;
@@ -292,7 +292,7 @@ int set_pd_context_init_info(pdaf_context_t* context, const PDLibInitParam& init
     return 1;
   }
   set_correlation_info(context);
-  warn_of_narrow_range(*context);
+  warn_of_narrow_range(*context, __func__);
   if (validate_tables(context) != 0) return 1;
   context->frameIndex = 0;
   set_resampling(context);
