@@ -114,8 +114,8 @@ struct pdaf_context_t {
   uint16_t gainMapStepRow;  // gain entries from one block row to the next, 16 bits
   uint32_t bytesPerPixel;
   uint32_t lineStride;        // bytes from one line of the buffer to the next, both processors
-  uint32_t bufferOffset;      // bytes to the first processor's first block
-  uint32_t isp2BufferOffset;  // bytes to the second processor's first block
+  uint64_t bufferOffset;      // bytes to the first processor's first block
+  uint64_t isp2BufferOffset;  // bytes to the second processor's first block
   uint32_t isp2FirstBlock;    // blocks from here on come from the second processor
   PDLibBlockDimension isp1Block;
   PDLibBlockDimension isp2Block;
@@ -143,7 +143,7 @@ struct pdaf_context_t {
   // LCR
   bool lcrEnabled;
   bool skipLcr;        // this frame runs without LCR
-  bool lcrFirstFrame;  // no frame has been measured yet
+  bool lcrFirstFrame;  // no frame has been measured yet; the first one runs without LCR
   int16_t lcrShiftTo;  // pixels
   int16_t lcrShiftFrom;
   int16_t lcr_sad_len;

@@ -84,7 +84,7 @@ size_t gain_offset(const pdaf_context_t& context, uint32_t x, uint32_t y) {
          static_cast<size_t>(y) * context.gainMapStepRow;
 }
 
-const uint8_t* line_of_block_row(const pdaf_context_t& context, uint32_t partOffset,
+const uint8_t* line_of_block_row(const pdaf_context_t& context, uint64_t partOffset,
                                  uint32_t blockHeight, uint32_t y) {
   return context.pdBuffer + partOffset + static_cast<size_t>(y) * blockHeight * context.lineStride;
 }

@@ -48,36 +48,54 @@ uint32_t bytes_per_pixel(PDAFBufferDataFormat format) {
   }
 }
 
+// Bytes from a part's start to its first block.
+uint64_t first_block_offset(const PDLibBlockPattern& pattern, uint64_t stride, uint64_t bytes) {
+  return bytes * pattern.horizontalPDOffset + stride * pattern.verticalPDOffset;
+}
+
 // Where the two processors' parts start in the buffer; the stride that offsets inside a block are
-// counted with.
-uint32_t place_processors(pdaf_context_t* context) {
+// counted with. PD pixels that stay inside the frame alone start behind an offset and share their
+// lines with the second processor.
+uint64_t place_processors(pdaf_context_t* context) {
   const PDLibDataBufferInfo& buffer = context->bufferDataInfo;
-  const PDLibBlockPattern& isp1 = buffer.isp1BlockPattern;
-  const PDLibBlockPattern& isp2 = buffer.isp2BlockPattern;
   const PDLibBlockPattern& native = context->nativePatternInfo.blockPattern;
-  const uint32_t bytes = context->bytesPerPixel;
-  uint32_t stride = buffer.isp1BufferStride;
-  context->bufferOffset = 0;
-  context->isp2BufferOffset = 0;
-  context->isp2FirstBlock = 0;
-  if (buffer.sensorType != kSensorSparseInFrame) return stride;
-  if (buffer.imageOverlap != 0) {
-    stride += buffer.isp2BufferStride;
-    context->isp2BufferOffset =
-        buffer.isp1BufferStride + stride * isp2.verticalPDOffset + bytes * isp2.horizontalPDOffset;
-    const int64_t start = static_cast<int64_t>(buffer.imageOverlap) + buffer.isp2ImageOffset -
-                          native.horizontalPDOffset;
-    const int64_t block =
-        native.blockDimension.width == 0 ? 0 : start / native.blockDimension.width;
-    context->isp2FirstBlock = static_cast<uint32_t>(
-        pdlib::Clamp<int64_t>(block, 0, context->sensor.horizontalBlockCount));
-  }
-  context->bufferOffset = bytes * isp1.horizontalPDOffset + isp1.verticalPDOffset * stride;
+  const bool inFrame = buffer.sensorType == kSensorSparseInFrame;
+  const bool twoProcessors = buffer.imageOverlap != 0;
+  const uint64_t stride =
+      uint64_t{buffer.isp1BufferStride} + (inFrame && twoProcessors ? buffer.isp2BufferStride : 0);
+  context->bufferOffset =
+      inFrame ? first_block_offset(buffer.isp1BlockPattern, stride, context->bytesPerPixel) : 0;
+  context->isp2BufferOffset =
+      buffer.isp1BufferStride +
+      first_block_offset(buffer.isp2BlockPattern, stride, context->bytesPerPixel);
+  const int64_t start =
+      int64_t{buffer.imageOverlap} + buffer.isp2ImageOffset - native.horizontalPDOffset;
+  const int64_t block = native.blockDimension.width == 0 ? 0 : start / native.blockDimension.width;
+  context->isp2FirstBlock =
+      static_cast<uint32_t>(pdlib::Clamp<int64_t>(block, 0, context->sensor.horizontalBlockCount));
   return stride;
 }
 
-uint32_t pixel_offset(const pdaf_pix_info_t& pixel, uint32_t stride, uint32_t bytes) {
-  return (stride * pixel.y + bytes * pixel.x) >> (bytes - 1);
+uint64_t pixel_offset(const pdaf_pix_info_t& pixel, uint64_t stride, uint32_t bytes) {
+  return (stride * pixel.y + uint64_t{bytes} * pixel.x) >> (bytes - 1);
+}
+
+bool fill_offsets(const pdaf_pix_info_t* pixels, int count, uint64_t stride, uint32_t bytes,
+                  uint32_t* offsets) {
+  for (int i = 0; i < count; ++i) {
+    const uint64_t offset = pixel_offset(pixels[i], stride, bytes);
+    offsets[i] = static_cast<uint32_t>(offset);
+    if (offset == offsets[i]) continue;
+    PDLIB_ERROR("PD pixel (%u, %u) lies too far into the buffer", pixels[i].x, pixels[i].y);
+    return false;
+  }
+  return true;
+}
+
+void list_columns(const pdaf_pix_info_t* left, int count, uint32_t* columns) {
+  for (int i = 0; i < count; ++i) {
+    if (i == 0 || left[i].nativeX != left[i - 1].nativeX) *columns++ = left[i].nativeX;
+  }
 }
 
 // Marks the pixels that end a sample: consecutive pixels of one native column fold into one.
@@ -163,28 +181,24 @@ int calculate_pd_pixel_offset(pdaf_context_t* context) {
     PDLIB_ERROR("PD buffer format %u can't be read", buffer.bufferFormat);
     return 1;
   }
-  const uint32_t stride = place_processors(context);
+  const uint64_t stride = place_processors(context);
   pdaf_pix_info_t left[kMaxPairs];
   pdaf_pix_info_t right[kMaxPairs];
   if (sort_pd_pixel(context->nativePatternInfo.blockPattern, buffer.isp1BlockPattern, left,
                     right) != 0) {
     return 1;
   }
-  context->pairCount = buffer.isp1BlockPattern.pixelCount / 2;
-  uint32_t uniqueColumns = 0;
-  for (int i = 0; i < context->pairCount; ++i) {
-    context->leftOffset[i] = pixel_offset(left[i], stride, context->bytesPerPixel);
-    context->rightOffset[i] = pixel_offset(right[i], stride, context->bytesPerPixel);
-    if (i == 0 || left[i].nativeX != left[i - 1].nativeX) {
-      context->uniqueColumn[uniqueColumns++] = left[i].nativeX;
-    }
+  const int pairs = buffer.isp1BlockPattern.pixelCount / 2;
+  context->pairCount = pairs;
+  if (!fill_offsets(left, pairs, stride, context->bytesPerPixel, context->leftOffset) ||
+      !fill_offsets(right, pairs, stride, context->bytesPerPixel, context->rightOffset)) {
+    return 1;
   }
-  mark_samples(left, context->pairCount, context->leftLast);
-  mark_samples(right, context->pairCount, context->rightLast);
-  context->unique_num_L_pixel =
-      static_cast<uint16_t>(count_num_of_ones(context->leftLast, context->pairCount));
-  context->unique_num_R_pixel =
-      static_cast<uint16_t>(count_num_of_ones(context->rightLast, context->pairCount));
+  list_columns(left, pairs, context->uniqueColumn);
+  mark_samples(left, pairs, context->leftLast);
+  mark_samples(right, pairs, context->rightLast);
+  context->unique_num_L_pixel = static_cast<uint16_t>(count_num_of_ones(context->leftLast, pairs));
+  context->unique_num_R_pixel = static_cast<uint16_t>(count_num_of_ones(context->rightLast, pairs));
   fill_gain_geometry(context, left);
   context->isp1Block = buffer.isp1BlockPattern.blockDimension;
   context->isp2Block = buffer.isp2BlockPattern.blockDimension;

@@ -9,7 +9,8 @@ namespace {
 
 constexpr uint32_t kMaxCount = std::numeric_limits<uint16_t>::max();  // blocks, lines, block sizes
 constexpr uint32_t kMaxBytes = 1U << 24;                              // strides and offsets
-constexpr uint64_t kMaxAreaSize = 1ULL << 20;                         // pixels along one side
+constexpr uint32_t kMaxRows = std::numeric_limits<int16_t>::max();    // correlation's rows
+constexpr uint64_t kMaxArea = 1ULL << 28;                             // pixels of the PD area
 constexpr uint64_t kMaxSamples = 1ULL << 27;                          // PD pairs of one frame
 
 bool within(const char* what, uint64_t value, uint64_t low, uint64_t high) {
@@ -57,6 +58,13 @@ bool valid_buffer_pixels(const PDLibBlockPattern& pattern) {
     }
   }
   return true;
+}
+
+bool valid_area(const PDLibSensorNativeInfo& native) {
+  const PDLibBlockDimension& block = native.blockPattern.blockDimension;
+  const uint64_t width = uint64_t{native.horizontalBlockCount} * block.width;
+  const uint64_t height = uint64_t{native.verticalBlockCount} * block.height;
+  return within("pixel count of the PD area", width * height, 1, kMaxArea);
 }
 
 // Bytes from the buffer's start to behind the last pixel of a part of `columns` blocks.
@@ -109,15 +117,8 @@ int validate_sensor_description(const PDLibSensorNativeInfo& native,
       (buffer.imageOverlap == 0 ||
        valid_block("second buffer block size", buffer.isp2BlockPattern.blockDimension)) &&
       within("horizontal block count", native.horizontalBlockCount, 1, kMaxCount) &&
-      within("vertical block count", native.verticalBlockCount, 1, kMaxCount) &&
-      within("width of the PD area",
-             static_cast<uint64_t>(native.horizontalBlockCount) *
-                 native.blockPattern.blockDimension.width,
-             1, kMaxAreaSize) &&
-      within("height of the PD area",
-             static_cast<uint64_t>(native.verticalBlockCount) *
-                 native.blockPattern.blockDimension.height,
-             1, kMaxAreaSize) &&
+      within("vertical block count", native.verticalBlockCount, 1, kMaxRows) &&
+      valid_area(native) &&
       within("second buffer block height", buffer.isp2BlockPattern.blockDimension.height, 0,
              kMaxCount) &&
       within("image width", native.currentImageWidth, 1, kMaxCount) &&
