@@ -20,9 +20,8 @@ int rounded_end(int start, int imageSize, float fraction) {
                  static_cast<double>(static_cast<float>(imageSize) * fraction) + 0.5);
 }
 
-int block_of(int pixel, int globalOffset, int blockSize, int blockCount) {
-  const int64_t block =
-      blockSize == 0 ? 0 : (static_cast<int64_t>(pixel) - globalOffset) / blockSize;
+int block_of(int64_t pixel, int globalOffset, int blockSize, int blockCount) {
+  const int64_t block = blockSize == 0 ? 0 : (pixel - globalOffset) / blockSize;
   return static_cast<int>(Clamp<int64_t>(block, 0, blockCount - 1));
 }
 
@@ -36,8 +35,8 @@ void grid_axis(int imageSize, float start, float extent, int globalOffset, int b
 
 void crop_axis(int extent, int start, int globalOffset, int blockSize, int blockCount, int* first,
                int* count) {
-  *first = block_of(start + blockSize - 1, globalOffset, blockSize, blockCount);
-  *count = block_of(start + extent, globalOffset, blockSize, blockCount) - *first;
+  *first = block_of(int64_t{start} + blockSize - 1, globalOffset, blockSize, blockCount);
+  *count = block_of(int64_t{start} + extent, globalOffset, blockSize, blockCount) - *first;
 }
 
 // The two table lines around a position along one axis of `size` lines.

@@ -7,7 +7,6 @@
 #include "core/pdlib_common.h"
 
 // ---- Maps
-// -------------------------------------------------------------------------------------------------
 //
 // A map is `width` by `height` values, row by row. Positions are in map columns and rows. Blends
 // are fused single-precision steps from the nearer to the farther neighbour; neighbours beyond the
@@ -50,7 +49,6 @@ int flipud_int16(int16_t* map, int width, int height);
 int flipud_float(float* map, int width, int height);
 
 // ---- Windows
-// ----------------------------------------------------------------------------------------------
 
 // A window as a flow keeps it. Fractions of the image; w and h are the distances between the
 // corners.
@@ -113,7 +111,6 @@ PeripheralRectangle peripheral_rectangle(const win_config_t& roi, uint32_t index
 float written_ratio(const win_config_t& roi, uint32_t imageHeight, uint32_t lines);
 
 // ---- Conversion table
-// -------------------------------------------------------------------------------------
 
 // The usual size of a calibrated table of conversion coefficients.
 inline constexpr int kDccColumns = 8;
@@ -124,14 +121,12 @@ inline constexpr int kDccRows = 6;
 int16_t dcc_lookup(const int16_t* table, double relativeX, double relativeY);
 
 // ---- Tuning
-// -----------------------------------------------------------------------------------------------
 
 // The first value of an extension parameter that is enabled and holds data; null when `entry` is
 // none.
 const float* extension_value(const statsglobalelements::statsExtensionParamType& entry);
 
 // ---- Results
-// ----------------------------------------------------------------------------------------------
 
 // Copies everything but the depth map, which stays the caller's in flows that make none.
 void copy_results(const PDLibOutputData& from, PDLibOutputData* to);

@@ -154,8 +154,8 @@ int make_dcc_map(pdaf_context_t* context) {
 }
 
 bool has_usable_gain_maps(const _pdaf_cal_param_t& calibration) {
-  const int entries = calibration.MapWidth * calibration.MapHeight;
-  if (entries > 0 && entries <= kGainMapEntries) return true;
+  const uint32_t entries = uint32_t{calibration.MapWidth} * calibration.MapHeight;
+  if (entries > 0 && entries <= uint32_t{kGainMapEntries}) return true;
   PDLIB_ERROR("pdaf cal: gain maps of %u by %u entries, expected 1 to %d", calibration.MapWidth,
               calibration.MapHeight, kGainMapEntries);
   return false;
