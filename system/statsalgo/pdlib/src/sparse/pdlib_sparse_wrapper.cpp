@@ -60,9 +60,10 @@ void decide_lcr(pdaf_context_t* context, const PDLibOutputData& output) {
     return;
   }
   const bool smallPhase = context->skipLCRPDThreshold > std::fabs(output.defocusInfo[0].phaseDiff);
-  context->skipLcr = !context->lcrFirstFrame && context->staticCount >= kStillCount &&
+  const bool still = context->staticCount >= kStillCount &&
                      context->skipLCRInMonitorAndSmallPD == 1 && smallPhase &&
                      !pdlib::ProfileRunning();
+  context->skipLcr = context->lcrFirstFrame || still;
   if (context->skipLcr) PDLIB_VERBOSE("Dynamic skip LCR processing");
 }
 
@@ -175,9 +176,8 @@ int PdlibSkipControlProcess(pdaf_context_t* context, const PDLibParam* param, ui
   const int skip = context->accumRatio < 1.0F ? 1 : 0;
   if (skip != 0) {
     PDLIB_INFO(
-        "Idx: %d curPos: %d, prevPos: %d staticCnt: %d, staticCntThres: %d, fps: %f, targetFps: "
-        "%d, "
-        "accumRatio: %f, skipResult: %s",
+        "Idx: %d curPos: %d, prevPos: %d staticCnt: %d, staticCntThres: %d, fps: %f, "
+        "targetFps: %d, accumRatio: %f, skipResult: %s",
         static_cast<int>(context->frameIndex), lensPosition, context->previousLensPosition,
         context->staticCount, control.staticFrameCountThres, static_cast<double>(param->fps),
         target, static_cast<double>(context->accumRatio), "skip");
