@@ -172,7 +172,9 @@ int SparseHorizontalFlow::Process(const PDLibParam* param, uint32_t lines,
     return kPDStatusOk;
   }
 
-  const bool frameStarts = context_->output.processingResult == kResultNone;
+  // A repeated result doesn't stand for grids: those of a changed window may have failed.
+  const bool frameStarts =
+      context_->output.processingResult == kResultNone || context_->status != kContextConfigured;
   if (frameStarts && configure_pd_context_info(context_, *param) != 0) {
     PDLIB_ERROR("config pd context info failed");
     return kPDStatusFlowFailed;
