@@ -1,9 +1,14 @@
 // Parts of the plug-in that can't be seen from outside.
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+#include <numeric>
+
 #include "afpdlibelements.h"
 #include "fake_flow.h"
 #include "orvopdlibinterface_internal.h"
+#include "support/temp_folder.h"
 
 using afpdlibelements::tessarinePDLibType;
 using test::LogCapture;
@@ -90,6 +95,57 @@ TEST(LcrConfigure, LeavesARecordWithoutBlockAlone) {
   EXPECT_EQ(log.texts().back(), "Invalid sensor pattern dimensions width=16, height=0");
   EXPECT_EQ(PDLibLCRConfigure(nullptr, &tuning), kPDLibInvalidPointer);
   EXPECT_EQ(PDLibLCRConfigure(&init, nullptr), kPDLibInvalidPointer);
+}
+
+class LearntDataFile : public testing::Test {
+ protected:
+  LearntDataFile() {
+    std::filesystem::create_directories(file_.parent_path());
+    Orvo::Host::SetRootFolder(folder_.path().string());
+    std::iota(data_.begin(), data_.end(), uint8_t{1});
+  }
+  ~LearntDataFile() override { Orvo::Host::SetRootFolder(""); }
+  std::vector<uint8_t> content() const {
+    std::ifstream file(file_, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  const LogCapture log_{1};
+  const test::TempFolder folder_;
+  const std::filesystem::path file_ = folder_.path() / "var/cache/camera/pdlibdata3.bin";
+  std::vector<uint8_t> data_ = std::vector<uint8_t>(kAdaptiveDataSize);
+};
+
+TEST_F(LearntDataFile, HoldsTheBytesAndNothingElse) {
+  std::ofstream(file_) << std::string(5000, 'x');
+  EXPECT_EQ(PDLibStoreAdaptiveData(data_.data(), data_.size(), 3), kPDLibSuccess);
+  EXPECT_EQ(content(), data_);
+  std::vector<uint8_t> loaded(kAdaptiveDataSize);
+  EXPECT_EQ(PDLibLoadAdaptiveData(loaded.data(), loaded.size(), 3), kPDLibSuccess);
+  EXPECT_EQ(loaded, data_);
+  EXPECT_EQ(log_.texts(),
+            std::vector<std::string>(2, "pFilePath is /var/cache/camera/pdlibdata3.bin"));
+}
+
+TEST_F(LearntDataFile, ShortFileLeavesTheRestOfTheBuffer) {
+  std::ofstream(file_) << "abc";
+  std::vector<uint8_t> loaded(kAdaptiveDataSize, 0);
+  EXPECT_EQ(PDLibLoadAdaptiveData(loaded.data(), loaded.size(), 3), kPDLibSuccess);
+  std::vector<uint8_t> expected(kAdaptiveDataSize, 0);
+  std::copy_n("abc", 3, expected.begin());
+  EXPECT_EQ(loaded, expected);
+}
+
+TEST_F(LearntDataFile, FailuresAreReported) {
+  EXPECT_EQ(PDLibLoadAdaptiveData(data_.data(), data_.size(), 4), kPDLibFailed);
+  EXPECT_EQ(log_.texts().back(), "Failed to open the adaptive k data file");
+  std::filesystem::create_directory(file_);  // can't be opened for writing
+  EXPECT_EQ(PDLibStoreAdaptiveData(data_.data(), data_.size(), 3), kPDLibFailed);
+  EXPECT_EQ(log_.texts().back(), "Failed to open the adaptive k data file");
+  // Opens, but takes no byte.
+  std::filesystem::remove(file_);
+  std::filesystem::create_symlink("/dev/full", file_);
+  EXPECT_EQ(PDLibStoreAdaptiveData(data_.data(), data_.size(), 3), kPDLibFailed);
+  EXPECT_EQ(log_.texts().back(), "Failed to write the adaptive k data file");
 }
 
 }  // namespace

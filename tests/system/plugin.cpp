@@ -2,23 +2,11 @@
 
 #include <dlfcn.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <utility>
 
 namespace test {
 
 namespace fs = std::filesystem;
-
-TempFolder::TempFolder() {
-  std::string name = (fs::temp_directory_path() / "pdlib-system-XXXXXX").string();
-  path_ = mkdtemp(name.data());
-}
-
-TempFolder::~TempFolder() {
-  std::error_code ignored;
-  fs::remove_all(path_, ignored);
-}
 
 // ---- ParamList
 

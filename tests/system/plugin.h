@@ -10,19 +10,9 @@
 #include "afpdlibelements.h"
 #include "host/orvo_host.h"
 #include "orvopdlibinterface.h"
+#include "support/temp_folder.h"
 
 namespace test {
-
-// A folder of its own that goes away with the object.
-class TempFolder {
- public:
-  TempFolder();
-  ~TempFolder();
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
 
 // The list of CreatePDLib and PDLibDestroy. Lives as long as the call that it is given to.
 class ParamList {
