@@ -1,0 +1,250 @@
+#include <algorithm>
+#include <numeric>
+
+#include "core/pdlib_log.h"
+#include "host/orvo_host.h"
+#include "kernel_inputs.h"
+#include "kernels/pd_core_correlation.h"
+
+namespace {
+
+using kernel_test::Content;
+using kernel_test::Random;
+using kernel_test::Samples;
+
+TEST(NormShift, IsTheLeastThatReachesTheRows) {
+  const struct {
+    uint16_t rows;
+    int shift;
+  } cases[] = {{0, 0}, {1, 0}, {2, 1},      {3, 2},      {4, 2},      {5, 3},
+               {8, 3}, {9, 4}, {16384, 14}, {32768, 15}, {32769, 16}, {65535, 16}};
+  for (const auto& c : cases) EXPECT_EQ(norm_shift(c.rows), c.shift) << c.rows;
+}
+
+// The definition, in 64 bits.
+std::vector<int> NaiveSad(const Samples& left, const Samples& right, int rows, int width,
+                          int stride, int shiftOffset, int sadLen) {
+  const int shift = norm_shift(static_cast<uint16_t>(rows));
+  std::vector<int> sads;
+  for (int k = 0; k < sadLen; ++k) {
+    int64_t total = 0;
+    for (int row = 0; row < rows; ++row) {
+      int64_t sum = 0;
+      for (int i = 0; i < std::max(width - sadLen, 0) + 1; ++i) {
+        const int l = left.data()[row * stride + i + k + (shiftOffset < 0 ? -shiftOffset : 0)];
+        const int r = right.data()[row * stride + i + (shiftOffset > 0 ? shiftOffset : 0)];
+        sum += l > r ? l - r : r - l;
+      }
+      total += sadLen <= 24 ? sum : sum >> shift;
+    }
+    sads.push_back(static_cast<int>(sadLen <= 24 ? total >> shift : total));
+  }
+  return sads;
+}
+
+TEST(Sad, FollowsItsDefinition) {
+  Random random(1);
+  const Samples left(9 * 60 + 50, 0, random, Content::kTenBit);
+  const Samples right(9 * 60 + 50, 0, random, Content::kTenBit);
+  for (int sadLen : {1, 7, 8, 16, 17, 24, 25, 33}) {
+    for (int rows : {1, 2, 5, 9}) {
+      for (int shiftOffset : {-11, 0, 6}) {
+        std::vector<int> sads(static_cast<size_t>(sadLen));
+        pd_core_sad(left.data(), right.data(), static_cast<int16_t>(rows), 50, 60, sads.data(),
+                    static_cast<int16_t>(shiftOffset), static_cast<int16_t>(sadLen));
+        EXPECT_EQ(sads, NaiveSad(left, right, rows, 50, 60, shiftOffset, sadLen)) << sadLen;
+      }
+    }
+  }
+}
+
+TEST(Sad, FindsTheShiftBetweenTheImages) {
+  Random random(2);
+  const Samples scene(400, 0, random, Content::kFullRange);
+  for (int shift : {-10, -3, 0, 4, 10}) {
+    constexpr int16_t kOffset = 10;
+    int sads[21];
+    // left[j] = right[j - shift]
+    pd_core_sad(scene.data() + 50 - shift, scene.data() + 50, 2, 100, 150, sads, kOffset, 21);
+    const auto least = std::min_element(std::begin(sads), std::end(sads));
+    EXPECT_EQ(*least, 0);
+    EXPECT_EQ(least - sads - kOffset, shift);
+  }
+}
+
+// Three rows of one difference of 3: 9 >> 2 in one go, 3 >> 2 in each row.
+TEST(Sad, UpTo24ShiftsAreNormalisedOnceAndMoreRowByRow) {
+  const Samples zeros(3 * 25);
+  Samples threes(3 * 25);
+  std::fill(threes.begin(), threes.end(), uint16_t{3});
+  int sads[25];
+  pd_core_sad(threes.data(), zeros.data(), 3, 24, 25, sads, 0, 24);
+  EXPECT_TRUE(std::all_of(sads, sads + 24, [](int sad) { return sad == 2; }));
+  pd_core_sad(threes.data(), zeros.data(), 3, 25, 25, sads, 0, 25);
+  EXPECT_TRUE(std::all_of(sads, sads + 25, [](int sad) { return sad == 0; }));
+}
+
+TEST(Sad, WithoutRowsOrOutput) {
+  const Samples image(8);
+  int sads[3] = {7, 7, 7};
+  pd_core_sad(image.data(), image.data(), 1, 8, 8, nullptr, 0, 3);
+  pd_core_sad(image.data(), image.data(), 1, 8, 8, sads, 0, 0);
+  EXPECT_EQ(sads[0], 7);
+  pd_core_sad(image.data(), image.data(), -1, 8, 8, sads, 0, 2);
+  EXPECT_EQ(sads[0], 0);
+  EXPECT_EQ(sads[1], 0);
+  EXPECT_EQ(sads[2], 7);
+}
+
+TEST(SadBias, MultipliesInQ12) {
+  const struct {
+    int sad;
+    unsigned short bias;
+    int biased;
+  } cases[] = {
+      {1000, 4096, 1000},
+      {1000, 2048, 500},
+      {1000, 0, 0},
+      {-1, 4096, -1},
+      {-3, 2048, -2},  // -1.5 rounds down
+      {0x7fffffff, 4096, 0x7fffffff},
+      {1 << 30, 65535, -262144},  // 65535 * 2^18 less 4 * 2^32
+  };
+  for (const auto& c : cases) {
+    int sad = c.sad;
+    pd_core_sad_bias(&sad, &c.bias, 1);
+    EXPECT_EQ(sad, c.biased) << c.sad << " * " << c.bias;
+  }
+}
+
+TEST(SadTemporalFilter, TruncatesEachPartOnItsOwn) {
+  const struct {
+    int state;
+    int fresh;
+    float weight;
+    int filtered;
+  } cases[] = {
+      {100, 10, 0.25f, 77},  // 75 + 2
+      {3, 3, 0.5f, 2},       // 1 + 1
+      {-3, 3, 0.5f, 0},      // -1 + 1
+      {123, 456, 1.0f, 456}, {123, 456, 0.0f, 123},
+      {1000, 10, 1.5f, 15},  {0, 16777217, 1.0f, 16777216},  // single precision
+  };
+  for (const auto& c : cases) {
+    int state = c.state;
+    pd_core_sad_temporal_filter(&c.fresh, &state, c.weight, 1);
+    EXPECT_EQ(state, c.filtered) << c.state << " and " << c.fresh << " at " << c.weight;
+  }
+}
+
+TEST(PhaseDifference, FitsAParabolaInsideAndCountsWholeSamplesAtTheEdges) {
+  const struct {
+    std::vector<int> sad;
+    int16_t offset;
+    int16_t minimum;
+    float phase;     // in units
+    float hardware;  // the same with the opposite sign of the offset
+  } cases[] = {
+      // (5 - 3) / (2 * 8 - 4) = 1/6 beyond the minimum
+      {{5, 1, 3}, 1, 1, -1.0f / 6, -(1.0f / 6 + 2)},
+      {{9, 5, 1, 5, 9}, 0, 2, -2, -2},
+      {{9, 5, 1, 5, 9}, 4, 2, 2, -6},
+      {{1, 5, 9}, 2, 0, 2, -2},
+      {{9, 5, 1}, 1, 2, -1, -3},
+      {{4, 4, 4}, -1, 1, -2, 0},
+      {{3}, 1, 0, 1, -1},
+  };
+  for (const auto& c : cases) {
+    constexpr int16_t kUnit = 4;
+    float phase = 0;
+    pd_core_pd(c.sad.data(), static_cast<int16_t>(c.sad.size()), c.offset, c.minimum, kUnit,
+               &phase);
+    EXPECT_FLOAT_EQ(phase, c.phase * kUnit);
+    pd_core_pd_hw(c.sad.data(), static_cast<int16_t>(c.sad.size()), c.offset, c.minimum, kUnit,
+                  &phase);
+    EXPECT_FLOAT_EQ(phase, c.hardware * kUnit);
+  }
+}
+
+TEST(PhaseDifference, OfNothingIsZero) {
+  float phase = 5;
+  pd_core_pd(nullptr, 3, 1, 1, 4, &phase);
+  EXPECT_EQ(phase, 0);
+  const int sad = 1;
+  pd_core_pd(&sad, 1, 0, 0, 4, nullptr);
+  phase = 5;
+  pd_core_pd_hw(&sad, 0, 0, 0, 4, &phase);
+  EXPECT_EQ(phase, 0);
+}
+
+struct ConfidenceCase {
+  std::vector<int> sad;
+  int16_t minimum;
+  int16_t halfWidth;
+  int16_t scale;
+  int confidence;
+};
+
+const ConfidenceCase kConfidences[] = {
+    {{100, 50, 100}, 1, 1, 140, 409},  // (1 - 150/250) * 1024
+    {{100, 50, 100}, 1, 1, 70, 204},
+    {{100, 50, 100}, 1, 1, -140, 0},
+    {{100, 0, 100}, 1, 1, 140, 1023},  // 1024, limited
+    {{100, 100, 100}, 1, 1, 140, 0},   // flat
+    {{0, 0, 0}, 1, 1, 140, 0},
+    {{100, 200, 100}, 1, 1, 140, 0},  // no minimum
+    // The range keeps its five entries at the edges: (1 - 5 * 10/150) * 1024.
+    {{10, 20, 30, 40, 50, 600}, 0, 2, 140, 682},
+    {{600, 50, 40, 30, 20, 10}, 5, 2, 140, 682},
+    {{600, 50, 40, 30, 10, 20}, 4, 2, 140, 682},
+    {{600, 50, 40, 10, 30, 20}, 3, 2, 140, 682},
+    {{10, 20, 30, 40, 50}, 2, 100, 140, 0},  // the whole vector, 1 - 5 * 30/150
+    {{10, 20, 30, 40, 50}, 0, 100, 140, 682},
+    {{10, 20, 30, 40, 50}, -7, 2, 140, 682},  // outside counts as the edge
+    {{50, 40, 30, 20, 10}, 99, 2, 140, 682},
+    {{10, 20, 30, 40, 50}, 2, -1, 140, 0},
+    {{100, 50, 100}, 1, 0, 140, 0},  // alone: 1 - 50/50
+};
+
+TEST(Confidence, MeasuresTheDepthOfTheMinimum) {
+  for (const ConfidenceCase& c : kConfidences) {
+    const int16_t length = static_cast<int16_t>(c.sad.size());
+    const std::vector<long> wide(c.sad.begin(), c.sad.end());
+    unsigned short confidence = 7;
+    pd_core_conf(c.sad.data(), length, c.minimum, c.halfWidth, c.scale, 0, &confidence);
+    EXPECT_EQ(confidence, c.confidence);
+    confidence = 7;
+    pd_core_conf(wide.data(), length, c.minimum, c.halfWidth, c.scale, &confidence);
+    EXPECT_EQ(confidence, c.confidence) << "64-bit vector";
+  }
+}
+
+TEST(Confidence, OfAFlatImageIsZero) {
+  const int sad[] = {100, 40, 100};  // mean 80
+  const struct {
+    int16_t level;
+    bool trusted;
+  } cases[] = {{-5, true}, {0, true}, {79, true}, {80, true}, {81, false}, {32767, false}};
+  for (const auto& c : cases) {
+    unsigned short confidence = 7;
+    pd_core_conf(sad, 3, 1, 1, 140, c.level, &confidence);
+    EXPECT_EQ(confidence, c.trusted ? 512 : 0) << c.level;  // (1 - 120/240) * 1024
+  }
+}
+
+TEST(Confidence, LogsTheLevelTest) {
+  const int sad[] = {100, 40, 100};
+  unsigned short confidence = 7;
+  Orvo::Host::StartLogCapture();
+  PDLIB_LOG = 2;
+  pd_core_conf(sad, 3, 1, 1, 140, 81, &confidence);
+  PDLIB_LOG = 0;
+  pd_core_conf(sad, 3, 1, 1, 140, 81, &confidence);
+  const auto lines = Orvo::Host::StopLogCapture();
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_NE(lines[0].text.find("min_mean_sad_level = 81 sad_len=3"), std::string::npos);
+  EXPECT_NE(lines[1].text.find("sad_sum = 240 min_mean_sad_level = 81 sad_len=3"),
+            std::string::npos);
+}
+
+}  // namespace
