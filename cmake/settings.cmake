@@ -14,7 +14,7 @@ if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release)
 endif()
 
-# All code of the process is built with the sanitizers, GoogleTest included.
+# Sanitizers cover all code of the project.
 set(PDLIB_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize")
 if(PDLIB_SANITIZE)
   add_compile_options(-fsanitize=${PDLIB_SANITIZE} -fno-sanitize-recover=all)
