@@ -1,6 +1,7 @@
 // Sessions of a camera: sharing, frames, files, several cameras.
 #include <fstream>
 #include <iterator>
+#include <latch>
 #include <thread>
 
 #include "hardware/pdlib_hw_config.h"
@@ -248,8 +249,11 @@ TEST_F(Session, CamerasRunSideBySide) {
 TEST_F(Session, ThreadsShareOneCameraByCount) {
   enter();
   VekPDLib* lib = open(0);
+  constexpr int kThreads = 4;
+  std::latch start(kThreads);
   const auto churn = [&] {
-    for (int i = 0; i < 500; ++i) {
+    start.arrive_and_wait();
+    for (int i = 0; i < 20000; ++i) {
       VekPDLib* mine = nullptr;
       callbacks_.pfnCreate(&mine, ParamList::Open(0).get());
       EXPECT_EQ(mine, lib);
@@ -257,7 +261,7 @@ TEST_F(Session, ThreadsShareOneCameraByCount) {
     }
   };
   std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) threads.emplace_back(churn);
+  for (int i = 0; i < kThreads; ++i) threads.emplace_back(churn);
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(lib->instanceCount, 1u);
   close(0);
