@@ -182,7 +182,7 @@ void DigestForm(Digest& digest) {
 // From vector to phase difference and confidence.
 void DigestMeasurement(Digest& digest) {
   for (uint32_t range : kRanges) {
-    for (int16_t sadLen : {8, 24, 33}) {
+    for (const int16_t sadLen : {int16_t{8}, int16_t{24}, int16_t{33}}) {
       std::vector<int> fresh = Sad(range, 28, sadLen, sadLen / 2);
       std::vector<int> state = Sad(range, 27, sadLen, 0);
       const Image bias = MakeImage(5, sadLen, 8192);

@@ -1,0 +1,30 @@
+// What the benchmarks share. Each subject is a source of its own with a function that registers its
+// benchmarks; main.cpp calls them all.
+//
+// Names are "<subject>/<form>[/<size>:<number>...]". Benchmarks that differ in the form alone are
+// set against each other in the table of ratios that ends a run: the base is the form "scalar".
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace pdlib_bench {
+
+// Registers a benchmark for each form that this processor has. While one runs, its form's kernel
+// table is in force. `run` does the whole work once; `items` is what one such run gets through.
+// `sizes` is "" or as "rows:32/width:800".
+void RegisterForms(const std::string& subject, const std::string& sizes, int64_t items,
+                   std::function<void()> run);
+
+// Samples of `bits` bits, the same in every run.
+std::vector<uint16_t> RandomSamples(size_t count, int bits);
+
+void RegisterSad();
+void RegisterFilters();
+void RegisterParsers();
+
+}  // namespace pdlib_bench
