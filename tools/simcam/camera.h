@@ -19,6 +19,7 @@ struct CameraSettings {
   OpticsSettings optics;
   NoiseSettings noise;
   double shading = 0.35;
+  double dccError = 0;  // the calibration's coefficients are too large by this share
   PDLibWindow roi{0.35f, 0.35f, 0.65f, 0.65f};
   uint32_t columns = 3;  // grid of result windows
   uint32_t rows = 3;

@@ -1,6 +1,5 @@
 #include "focus_run.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "random.h"
@@ -22,35 +21,6 @@ double StartCode(const FocusSettings& settings, const LensDescription& lens, dou
 }
 
 }  // namespace
-
-FocusScores ScoreFocus(const std::vector<FocusFrame>& frames, std::optional<int> heldFrom) {
-  FocusScores scores;
-  scores.heldFrom = heldFrom;
-  if (frames.empty()) return scores;
-  scores.finalTruePhasePx = frames.back().truePhasePx;
-
-  const auto lastOutside =
-      std::find_if(frames.rbegin(), frames.rend(),
-                   [](const FocusFrame& frame) { return std::abs(frame.truePhasePx) > 1; });
-  const int framesBefore = static_cast<int>(frames.rend() - lastOutside);
-  if (framesBefore < static_cast<int>(frames.size())) scores.framesToFocus = framesBefore;
-
-  const double side = frames.front().truePhasePx > 0 ? 1 : -1;
-  for (const FocusFrame& frame : frames)
-    scores.overshootSteps = std::max(scores.overshootSteps, -side * frame.truePhasePx);
-
-  const auto first = frames.begin() + heldFrom.value_or(0);
-  const auto share = [&](double steps) {
-    const auto count = std::count_if(first, frames.end(), [&](const FocusFrame& frame) {
-      return std::abs(frame.truePhasePx) <= steps;
-    });
-    return static_cast<double>(count) / static_cast<double>(frames.end() - first);
-  };
-  scores.within1Step = share(1);
-  scores.within2Steps = share(2);
-  scores.within4Steps = share(4);
-  return scores;
-}
 
 FocusRun::FocusRun(const PdLibrary& library, const SensorDescription& sensor,
                    const CameraSettings& camera, const FocusSettings& settings)
@@ -96,12 +66,30 @@ const FocusFrame& FocusRun::Step() {
     heldFrom_ = frame.index;
   }
   frames_.push_back(std::move(frame));
+  if (frames_.back().index == settings_.curveFrame) KeepCurve();
   return frames_.back();
 }
 
+void FocusRun::KeepCurve() {
+  const CameraSettings& settings = camera_.Settings();
+  const SensorDescription& sensor = camera_.Sensor();
+  const PDLibWindow window = ResultWindow(settings.roi, static_cast<int>(settings.columns),
+                                          static_cast<int>(settings.rows),
+                                          sensor.tuning.gridOverlap, settings_.curveWindow);
+  curve_ = ShiftCurve(sensor, ReadSamples(sensor, camera_.Renderer().LensShading(),
+                                          camera_.Buffer(), BlocksOf(sensor, window)));
+}
+
 FocusResult FocusRun::Result() const {
-  return {camera_.Sensor(), camera_.Settings(), focusCode_, frames_,
-          ScoreFocus(frames_, heldFrom_)};
+  std::vector<double> truePhases;
+  for (const FocusFrame& frame : frames_) truePhases.push_back(frame.truePhasePx);
+  return {camera_.Sensor(),
+          camera_.Settings(),
+          settings_,
+          focusCode_,
+          frames_,
+          ScoreFocus(truePhases, heldFrom_),
+          curve_};
 }
 
 }  // namespace simcam

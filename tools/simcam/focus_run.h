@@ -2,19 +2,22 @@
 #pragma once
 
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "autofocus.h"
 #include "camera.h"
 #include "lens.h"
+#include "scores.h"
+#include "window_samples.h"
 
 namespace simcam {
 
 struct FocusSettings {
-  double startPhasePx = 32;         // true phase difference at the start
+  double startPhasePx = 36;         // true phase difference at the start
   std::optional<double> startCode;  // the lens position instead, actuator codes
   int frames = 30;
+  int curveFrame = 0;  // frame and window whose curve is kept
+  int curveWindow = 4;
 };
 
 struct FocusFrame {
@@ -22,7 +25,7 @@ struct FocusFrame {
   double lensPosition = 0;  // actuator codes, the lens itself at the middle of the exposure
   int lensCode = 0;         // what the stack told the library
   double truePhasePx = 0;
-  PDLibDefocusInfo roi{};
+  PDLibDefocusInfo roi{};  // the ROI as a whole
   uint32_t processingResult = 0;
   bool isProcessed = false;
   bool isPeripheralValid = false;
@@ -30,31 +33,15 @@ struct FocusFrame {
   std::vector<PDLibDefocusInfo> windows;  // row by row
 };
 
-// A lens step is the travel that changes the true phase difference by one pixel of the full
-// resolution.
-struct FocusScores {
-  // Frames delivered before the true phase difference came within one lens step for good; none if
-  // it did not.
-  std::optional<int> framesToFocus;
-  double finalTruePhasePx = 0;
-  double overshootSteps = 0;  // furthest past focus, seen from the start
-  // Share of the frames within so many lens steps, counted from the frame in which the stack first
-  // held the lens for good; from the first one if it never did.
-  double within1Step = 0;
-  double within2Steps = 0;
-  double within4Steps = 0;
-  std::optional<int> heldFrom;  // that frame
-};
-
 struct FocusResult {
   SensorDescription sensor;
   CameraSettings camera;
+  FocusSettings settings;
   double focusCode = 0;
   std::vector<FocusFrame> frames;
   FocusScores scores;
+  std::vector<CurvePoint> curve;  // of the frame and window asked for
 };
-
-FocusScores ScoreFocus(const std::vector<FocusFrame>& frames, std::optional<int> heldFrom);
 
 // Runs one frame at a time, so that several cameras can take turns.
 class FocusRun {
@@ -65,10 +52,10 @@ class FocusRun {
   bool IsDone() const { return static_cast<int>(frames_.size()) >= settings_.frames; }
   const FocusFrame& Step();
   FocusResult Result() const;
-  const Camera& TheCamera() const { return camera_; }
 
  private:
   double TruePhase(double lensCode) const;
+  void KeepCurve();
 
   FocusSettings settings_;
   Camera camera_;
@@ -77,6 +64,7 @@ class FocusRun {
   Autofocus autofocus_;
   std::vector<FocusFrame> frames_;
   std::optional<int> heldFrom_;
+  std::vector<CurvePoint> curve_;
 };
 
 }  // namespace simcam

@@ -14,7 +14,7 @@ namespace {
 constexpr double kLayoutWidth = 4000;
 
 float Noise(uint64_t seed, float x, float y) {
-  return 0.05f + 0.8f * FractalNoise(seed, x, y, 512, 2, 1.0f);
+  return 0.05f + 0.8f * FractalNoise(seed, x, y, 512, 2, 0.25f);
 }
 
 // Fine and faint, under light that falls off slowly to one side.
@@ -49,16 +49,16 @@ enum class Patch { kLeaves, kFaint, kBars, kText, kSoft };
 
 Patch PatchKind(uint64_t key) {
   const double unit = Unit(key);
-  if (unit < 0.45) return Patch::kLeaves;
-  if (unit < 0.62) return Patch::kFaint;
-  if (unit < 0.74) return Patch::kBars;
+  if (unit < 0.36) return Patch::kLeaves;
+  if (unit < 0.66) return Patch::kFaint;
+  if (unit < 0.76) return Patch::kBars;
   if (unit < 0.86) return Patch::kText;
   return Patch::kSoft;
 }
 
 // The patch at a place: the nearest of one random point per cell.
 uint64_t PatchAt(uint64_t seed, float x, float y) {
-  constexpr float kCell = 210;
+  constexpr float kCell = 300;
   const int cx = static_cast<int>(std::floor(x / kCell));
   const int cy = static_cast<int>(std::floor(y / kCell));
   float nearest = 1e30f;

@@ -62,10 +62,10 @@ struct CalibrationLayout {
 struct TuningChoices {
   int searchFrom = -44;  // pixels
   int searchTo = 44;
-  int boxFilterLength = 2;              // samples: 0, 2 or 4
-  int antiAliasFilterThreshold = 1023;  // 1/1024 of the neighbours' mean
-  int verticalBinning = 1;              // rows: 1 (off), 2, 4, 8, 16
-  bool bandPass = false;                // the filter along rows instead of plain smoothing
+  int boxFilterLength = 4;             // samples: 0, 2 or 4
+  int antiAliasFilterThreshold = 100;  // 1/1024 of the neighbours' mean
+  int verticalBinning = 1;             // rows: 1 (off), 2, 4, 8, 16
+  bool bandPass = false;               // the filter along rows instead of plain smoothing
   bool optimizedParsing = false;
   double biasVectorStrength = 0;
   int confIntegralWidth = 24;  // pixels

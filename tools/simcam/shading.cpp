@@ -53,7 +53,8 @@ double Shading::AtMap(Side side, double u, double v) const {
   return 1 - loss_ * std::clamp(0.5 * corner + 0.5 * tilt, 0.0, 1.0);
 }
 
-_pdaf_cal_param_t MakeCalibration(const SensorDescription& sensor, const Shading& shading) {
+_pdaf_cal_param_t MakeCalibration(const SensorDescription& sensor, const Shading& shading,
+                                  double dccError) {
   const CalibrationLayout& layout = sensor.calibration;
   _pdaf_cal_param_t calibration{};
   calibration.isAvailable = 1;
@@ -68,10 +69,10 @@ _pdaf_cal_param_t MakeCalibration(const SensorDescription& sensor, const Shading
   std::fill(calibration.Center_GainMap, calibration.Center_GainMap + kGainMapEntries,
             static_cast<uint16_t>(kUnityGain));
 
-  const double coefficient = sensor.lens.codesPerPx * (1 << layout.FractionBits());
+  const double coefficient = sensor.lens.codesPerPx * (1 + dccError) * (1 << layout.FractionBits());
   const int entries = layout.dccMapWidth * layout.dccMapHeight;
   std::fill(calibration.DCC_map, calibration.DCC_map + entries,
-            static_cast<int16_t>(std::lround(coefficient)));
+            static_cast<int16_t>(std::clamp(std::lround(coefficient), 1L, 32767L)));
   calibration.DCC_param.Q_factor = static_cast<uint16_t>(layout.qFactor);
   calibration.DCC_param.MapWidth = static_cast<uint16_t>(layout.dccMapWidth);
   calibration.DCC_param.MapHeight = static_cast<uint16_t>(layout.dccMapHeight);

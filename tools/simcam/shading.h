@@ -28,7 +28,9 @@ class Shading {
   double halfHeight_;
 };
 
-// What the factory would have measured of this module.
-_pdaf_cal_param_t MakeCalibration(const SensorDescription& sensor, const Shading& shading);
+// What the factory would have measured of this module, its coefficients too large by the share
+// `dccError`.
+_pdaf_cal_param_t MakeCalibration(const SensorDescription& sensor, const Shading& shading,
+                                  double dccError = 0);
 
 }  // namespace simcam

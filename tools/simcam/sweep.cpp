@@ -5,60 +5,17 @@
 namespace simcam {
 namespace {
 
-double ErrorOf(const SweepPoint& point) {
-  return static_cast<double>(point.measured.phaseDiff) - point.truePhasePx;
-}
-
-double SlopeOf(const std::vector<SweepPoint>& points) {
-  double meanTrue = 0;
-  double meanMeasured = 0;
-  for (const SweepPoint& point : points) {
-    meanTrue += point.truePhasePx / static_cast<double>(points.size());
-    meanMeasured +=
-        static_cast<double>(point.measured.phaseDiff) / static_cast<double>(points.size());
-  }
-  double together = 0;
-  double spread = 0;
-  for (const SweepPoint& point : points) {
-    const double offset = point.truePhasePx - meanTrue;
-    together += offset * (static_cast<double>(point.measured.phaseDiff) - meanMeasured);
-    spread += offset * offset;
-  }
-  return spread > 0 ? together / spread : 0;
-}
-
 template <class Test>
-std::vector<SweepPoint> Select(const std::vector<SweepPoint>& points, Test test) {
-  std::vector<SweepPoint> selected;
+ErrorScores Score(const std::vector<SweepPoint>& points, Test isCounted) {
+  std::vector<PhaseSample> samples;
   for (const SweepPoint& point : points)
-    if (test(point)) selected.push_back(point);
-  return selected;
+    if (isCounted(point))
+      samples.push_back(
+          {point.truePhasePx, static_cast<double>(point.measured.phaseDiff), point.isConfident});
+  return ScoreErrors(samples);
 }
 
 }  // namespace
-
-ErrorScores ScoreErrors(const std::vector<SweepPoint>& points) {
-  ErrorScores scores;
-  scores.points = static_cast<int>(points.size());
-  if (points.empty()) return scores;
-  double squares = 0;
-  int confident = 0;
-  for (const SweepPoint& point : points) {
-    const double error = ErrorOf(point);
-    scores.bias += error;
-    scores.meanAbs += std::abs(error);
-    squares += error * error;
-    scores.worst = std::max(scores.worst, std::abs(error));
-    confident += point.isConfident;
-  }
-  const double count = scores.points;
-  scores.bias /= count;
-  scores.meanAbs /= count;
-  scores.rms = std::sqrt(squares / count);
-  scores.slope = SlopeOf(points);
-  scores.confidentShare = confident / count;
-  return scores;
-}
 
 SweepResult RunSweep(const PdLibrary& library, const SensorDescription& sensor,
                      const CameraSettings& cameraSettings, const SweepSettings& settings,
@@ -88,13 +45,14 @@ SweepResult RunSweep(const PdLibrary& library, const SensorDescription& sensor,
     result.roiPoints.push_back(take(-1, frame.Roi()));
     if (progress) progress(i + 1, steps + 1);
   }
-  result.scores = ScoreErrors(result.points);
+  const auto all = [](const SweepPoint&) { return true; };
+  result.scores = Score(result.points, all);
   result.confidentScores =
-      ScoreErrors(Select(result.points, [](const SweepPoint& p) { return p.isConfident; }));
-  result.roiScores = ScoreErrors(result.roiPoints);
+      Score(result.points, [](const SweepPoint& point) { return point.isConfident; });
+  result.roiScores = Score(result.roiPoints, all);
   for (int window = 0; window < windows; ++window)
-    result.windows.push_back(ScoreErrors(
-        Select(result.points, [&](const SweepPoint& p) { return p.window == window; })));
+    result.windows.push_back(
+        Score(result.points, [&](const SweepPoint& point) { return point.window == window; }));
   return result;
 }
 

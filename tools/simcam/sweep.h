@@ -2,10 +2,10 @@
 #pragma once
 
 #include <functional>
-#include <string>
 #include <vector>
 
 #include "camera.h"
+#include "scores.h"
 
 namespace simcam {
 
@@ -23,17 +23,6 @@ struct SweepPoint {
   bool isConfident = false;
 };
 
-// Errors are measured minus true phase difference, pixels.
-struct ErrorScores {
-  int points = 0;
-  double bias = 0;
-  double meanAbs = 0;
-  double rms = 0;
-  double worst = 0;  // largest without regard to sign
-  double slope = 0;  // of measured against true, least squares; 0 with a single true value
-  double confidentShare = 0;
-};
-
 struct SweepResult {
   SensorDescription sensor;
   CameraSettings camera;
@@ -45,8 +34,6 @@ struct SweepResult {
   ErrorScores roiScores;             // the ROI as a whole
   std::vector<ErrorScores> windows;  // by window
 };
-
-ErrorScores ScoreErrors(const std::vector<SweepPoint>& points);
 
 using SweepProgress = std::function<void(int done, int all)>;
 

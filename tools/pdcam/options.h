@@ -1,0 +1,76 @@
+// The options that commands share.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "camera.h"
+#include "sensor.h"
+
+namespace pdcam {
+
+// Exit status.
+inline constexpr int kDone = 0;
+inline constexpr int kCheckFailed = 1;
+inline constexpr int kWrongUsage = 2;
+inline constexpr int kBadInput = 3;
+inline constexpr int kNoDevice = 4;
+
+struct CameraOptions {
+  std::string sensor = "s16";
+  bool isSensorNamed = false;
+  std::string scene = "mixed";
+  std::string noise = "little";
+  double noiseVariance = -1;  // negative: what `noise` says
+  double readNoise = -1;
+  std::string windows = "3x3";
+  bool isOverlapped = true;
+  std::vector<double> roi = {0.35, 0.35, 0.65, 0.65};
+  std::string library;
+  std::string dataFolder;
+  simcam::CameraSettings settings;
+
+  void AddTo(CLI::App& command);
+  // The settings with all options worked in. Throws CLI::ValidationError.
+  simcam::CameraSettings Settings() const;
+  simcam::SensorDescription Sensor(const std::string& nameOrPath) const;
+};
+
+struct OutputOptions {
+  bool isJson = false;
+  std::string csv;
+  std::string report;
+
+  void AddTo(CLI::App& command);
+};
+
+// A data folder, the library in it and its log level, in the order they must come and go.
+class Device {
+ public:
+  explicit Device(const CameraOptions& options);
+  const simcam::PdLibrary& Library() const { return library_; }
+
+ private:
+  simcam::DataFolder folder_;
+  simcam::PdLibrary library_;
+};
+
+// A line on standard error that is rewritten as work goes on; nothing unless that is a terminal.
+class Progress {
+ public:
+  explicit Progress(bool isWanted);
+  ~Progress();
+  void Show(const std::string& text);
+
+ private:
+  bool isOn_;
+};
+
+// The commands; each adds its options and, when it is the one asked for, runs and sets `status`.
+void AddFocusCommand(CLI::App& app, int& status);
+void AddSweepCommand(CLI::App& app, int& status);
+void AddSensorsCommand(CLI::App& app, int& status);
+
+}  // namespace pdcam

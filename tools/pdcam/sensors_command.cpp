@@ -1,0 +1,61 @@
+// pdcam sensors: the descriptions that come with the program.
+#include <cstdio>
+
+#include "json_output.h"
+#include "options.h"
+
+namespace pdcam {
+namespace {
+
+void List(bool isJson) {
+  simcam::OrderedJson list = simcam::OrderedJson::array();
+  if (!isJson) std::printf("%-16s %9s %5s  %s\n", "name", "step, px", "pairs", "about");
+  for (const simcam::EmbeddedSensor& embedded : simcam::EmbeddedSensors()) {
+    const simcam::SensorDescription sensor = simcam::LoadSensor(embedded.name);
+    const size_t pairs = sensor.native.pixels.size() / 2;
+    if (isJson)
+      list.push_back({{"name", sensor.name},
+                      {"about", sensor.about},
+                      {"sample_step_px", sensor.SampleStepPx()},
+                      {"pairs_per_block", pairs}});
+    else
+      std::printf("%-16s %9d %5zu  %s\n", sensor.name.c_str(), sensor.SampleStepPx(), pairs,
+                  sensor.about.c_str());
+  }
+  if (isJson) std::printf("%s\n", list.dump(2).c_str());
+}
+
+// The file as it is, to be copied and changed.
+void Print(const std::string& name) {
+  simcam::LoadSensor(name);
+  for (const simcam::EmbeddedSensor& embedded : simcam::EmbeddedSensors())
+    if (name == embedded.name) std::fputs(embedded.json, stdout);
+}
+
+}  // namespace
+
+void AddSensorsCommand(CLI::App& app, int& status) {
+  struct Options {
+    std::string name;
+    bool isJson = false;
+  };
+  const auto options = std::make_shared<Options>();
+  CLI::App* command = app.add_subcommand("sensors", "Lists the sensor descriptions, prints one");
+  command->add_option("name", options->name, "Prints this one as a JSON file to copy")
+      ->check([](const std::string& name) {
+        for (const simcam::EmbeddedSensor& embedded : simcam::EmbeddedSensors())
+          if (name == embedded.name) return std::string();
+        return "no description is called '" + name + "'";
+      });
+  command->add_flag("--json", options->isJson, "The list as JSON");
+  command->footer("Example:\n  pdcam sensors s16 > mine.json");
+  command->callback([options, &status] {
+    if (options->name.empty())
+      List(options->isJson);
+    else
+      Print(options->name);
+    status = kDone;
+  });
+}
+
+}  // namespace pdcam

@@ -1,0 +1,22 @@
+// Results for other programs.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "focus_run.h"
+#include "sweep.h"
+
+namespace simcam {
+
+using OrderedJson = nlohmann::ordered_json;
+
+OrderedJson ToJson(const FocusResult& result);
+OrderedJson ToJson(const SweepResult& result);
+
+// One line per frame, and one per point.
+std::string FocusCsv(const FocusResult& result);
+std::string SweepCsv(const SweepResult& result);
+
+}  // namespace simcam

@@ -1,0 +1,36 @@
+// The parts that all reports are put together from.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "camera.h"
+
+namespace simcam {
+
+namespace color {
+inline constexpr const char* kTruth = "#8a8f98";
+inline constexpr const char* kMeasured = "#1f6fd0";
+inline constexpr const char* kConfidence = "#2a9162";
+inline constexpr const char* kWarn = "#c8502b";
+}  // namespace color
+
+std::string Page(const std::string& title, const std::string& subtitle, const std::string& body);
+// A row of large numbers with what they mean.
+std::string Cards(const std::vector<std::pair<std::string, std::string>>& cards);
+// Figures side by side as far as there is room; each is an SVG with a line below it.
+std::string Figures(const std::vector<std::pair<std::string, std::string>>& figures);
+std::string Table(const std::string& caption, const std::vector<std::string>& head,
+                  const std::vector<std::vector<std::string>>& rows);
+
+// The settings a reader needs to repeat the run.
+std::string SettingsTable(const SensorDescription& sensor, const CameraSettings& settings);
+
+// The whole scene with the ROI drawn in.
+std::string SceneFigure(const SensorDescription& sensor, const CameraSettings& settings);
+// The ROI at a true phase difference, each window's place coloured by what was measured in it.
+std::string RoiFigure(const SensorDescription& sensor, const CameraSettings& settings,
+                      double truePhasePx, const std::vector<PDLibDefocusInfo>& windows);
+
+}  // namespace simcam
