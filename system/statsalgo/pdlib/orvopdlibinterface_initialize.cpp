@@ -8,8 +8,6 @@
 
 using afpdlibelements::tessarinePDLibType;
 using pdlib::plugin::IsCameraId;
-using pdlib::plugin::ProfileSlot;
-using pdlib::plugin::TableLock;
 
 namespace {
 
