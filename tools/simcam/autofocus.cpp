@@ -8,8 +8,8 @@ namespace {
 
 // The lens stands while the measured defocus stays below this many lens steps; once it stands, it
 // leaves only for more than that.
-constexpr double kArrivedSteps = 0.4;
-constexpr double kLeaveSteps = 0.9;
+constexpr double kArrivedSteps = 0.2;
+constexpr double kLeaveSteps = 0.5;
 // A search goes on by this many lens steps a frame.
 constexpr double kSearchSteps = 10;
 

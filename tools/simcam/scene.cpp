@@ -56,43 +56,69 @@ Patch PatchKind(uint64_t key) {
   return Patch::kSoft;
 }
 
-// The patch at a place: the nearest of one random point per cell.
-uint64_t PatchAt(uint64_t seed, float x, float y) {
-  constexpr float kCell = 300;
-  const int cx = static_cast<int>(std::floor(x / kCell));
-  const int cy = static_cast<int>(std::floor(y / kCell));
-  float nearest = 1e30f;
-  uint64_t found = 0;
-  for (int row = cy - 1; row <= cy + 1; ++row) {
-    for (int column = cx - 1; column <= cx + 1; ++column) {
-      const uint64_t key = Mix(seed, static_cast<uint32_t>(column), static_cast<uint32_t>(row));
-      const float dx =
-          (static_cast<float>(column) + static_cast<float>(Unit(Mix(key, 1)))) * kCell - x;
-      const float dy =
-          (static_cast<float>(row) + static_cast<float>(Unit(Mix(key, 2)))) * kCell - y;
-      if (dx * dx + dy * dy >= nearest) continue;
-      nearest = dx * dx + dy * dy;
-      found = key;
-    }
-  }
-  return found;
-}
+// Finds the patch at a place: the nearest of one random point per cell. The points around a cell
+// are kept while the places asked for stay in it.
+class Patches {
+ public:
+  explicit Patches(uint64_t seed) : seed_(seed) {}
 
-// Patches of fine and coarse, strong and faint content side by side; `leaf` is the leaf scene here.
-float Mixed(uint64_t seed, float x, float y, float leaf) {
-  const uint64_t patch = PatchAt(seed, x, y);
-  switch (PatchKind(patch)) {
-    case Patch::kLeaves: return leaf;
-    case Patch::kFaint:
-      return 0.35f * (1 + 0.25f * (FractalNoise(patch, x, y, 96, 3, 0.6f) - 0.5f));
-    case Patch::kBars: {
-      const float angle = static_cast<float>(Unit(Mix(patch, 3))) * 2 - 1;
-      return RandomBars(patch, x, y, 9, angle);
-    }
-    case Patch::kText: return TextMarks(patch, x, y, 18);
-    case Patch::kSoft: return 0.15f + 0.5f * FractalNoise(patch, x, y, 128, 64, 1);
+  uint64_t At(float x, float y) {
+    GoTo(static_cast<int>(std::floor(x / kCell)), static_cast<int>(std::floor(y / kCell)));
+    const auto distance = [&](const Point& point) {
+      return (point.x - x) * (point.x - x) + (point.y - y) * (point.y - y);
+    };
+    return std::min_element(
+               std::begin(points_), std::end(points_),
+               [&](const Point& a, const Point& b) { return distance(a) < distance(b); })
+        ->key;
   }
-  return leaf;
+
+ private:
+  static constexpr float kCell = 300;
+  struct Point {
+    float x;
+    float y;
+    uint64_t key;
+  };
+
+  void GoTo(int column, int row) {
+    if (isFilled_ && column == column_ && row == row_) return;
+    column_ = column;
+    row_ = row;
+    isFilled_ = true;
+    Point* point = points_;
+    for (int y = row - 1; y <= row + 1; ++y) {
+      for (int x = column - 1; x <= column + 1; ++x) {
+        const uint64_t key = Mix(seed_, static_cast<uint32_t>(x), static_cast<uint32_t>(y));
+        const float partX = static_cast<float>(Unit(Mix(key, 1)));
+        const float partY = static_cast<float>(Unit(Mix(key, 2)));
+        *point++ = {(static_cast<float>(x) + partX) * kCell,
+                    (static_cast<float>(y) + partY) * kCell, key};
+      }
+    }
+  }
+
+  uint64_t seed_;
+  bool isFilled_ = false;
+  int column_ = 0;
+  int row_ = 0;
+  Point points_[9];
+};
+
+// Fine and coarse, strong and faint content; false where the leaves show.
+bool PatchLight(uint64_t patch, float x, float y, float& light) {
+  switch (PatchKind(patch)) {
+    case Patch::kLeaves: return false;
+    case Patch::kFaint:
+      light = 0.35f * (1 + 0.25f * (FractalNoise(patch, x, y, 96, 3, 0.6f) - 0.5f));
+      break;
+    case Patch::kBars:
+      light = RandomBars(patch, x, y, 9, static_cast<float>(Unit(Mix(patch, 3))) * 2 - 1);
+      break;
+    case Patch::kText: light = TextMarks(patch, x, y, 18); break;
+    case Patch::kSoft: light = 0.15f + 0.5f * FractalNoise(patch, x, y, 128, 64, 1); break;
+  }
+  return true;
 }
 
 using PointFunction = float (*)(uint64_t seed, float x, float y);
@@ -126,13 +152,16 @@ class LeafScene : public Scene {
 
   Image Render(const Area& area) const override {
     const double scale = width_ / kLayoutWidth;
-    Image image = RenderLeaves(area, width_, height_, scale, seed_);
-    if (!isMixed_) return image;
-    for (int y = 0; y < image.height; ++y) {
-      for (int x = 0; x < image.width; ++x) {
-        float& light = image.Row(y)[x];
-        light = Mixed(Mix(seed_, 77), static_cast<float>((x + area.x0) / scale),
-                      static_cast<float>((y + area.y0) / scale), light);
+    const Leaves leaves(area, width_, height_, scale, seed_);
+    Patches patches(Mix(seed_, 77));
+    Image image(area);
+    for (int y = area.y0; y < area.y1; ++y) {
+      float* row = image.Row(y - area.y0);
+      for (int x = area.x0; x < area.x1; ++x) {
+        const float sx = static_cast<float>(x / scale);
+        const float sy = static_cast<float>(y / scale);
+        float& light = row[x - area.x0];
+        if (!isMixed_ || !PatchLight(patches.At(sx, sy), sx, sy, light)) light = leaves.At(x, y);
       }
     }
     return image;

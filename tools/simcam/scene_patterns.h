@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "image.h"
 
@@ -21,8 +22,36 @@ float RandomBars(uint64_t seed, float x, float y, float width, float angle);
 float TextMarks(uint64_t seed, float x, float y, float size);
 
 // Opaque, textured discs and ovals of all sizes before one another, the usual model of a natural
-// scene: edges of every sharpness of bend, and statistics that don't depend on scale. `scale` is
-// pixels of `area` per pixel of a 4000 wide image.
-Image RenderLeaves(const Area& area, int imageWidth, int imageHeight, double scale, uint64_t seed);
+// scene: edges of every sharpness of bend, and statistics that don't depend on scale.
+class Leaves {
+ public:
+  // `scale` is pixels of the image per pixel of a 4000 wide one.
+  Leaves(const Area& area, int imageWidth, int imageHeight, double scale, uint64_t seed);
+
+  // The light at a pixel of `area`.
+  float At(int x, int y) const;
+
+ private:
+  struct Leaf {
+    double x;
+    double y;
+    double radius;
+    double stretch;
+    double cosine;
+    double sine;
+    float light;
+    float textureDepth;
+    float textureSize;
+    uint64_t seed;
+  };
+
+  static Leaf MakeLeaf(uint64_t seed, double width, double height);
+  void Paint(const Leaf& leaf, int index);
+
+  Area area_;
+  double scale_;
+  std::vector<Leaf> leaves_;
+  std::vector<int> owner_;  // the leaf on top at each pixel, -1 for the ground
+};
 
 }  // namespace simcam
