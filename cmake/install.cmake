@@ -12,6 +12,7 @@ set(pdlib_public_headers
     api/generated/g_tessarine/tuningfields.h)
 install(FILES ${pdlib_public_headers} DESTINATION ${pdlib_include_dir})
 install(FILES system/statsalgo/pdlib/src/core/pdlib_common.h DESTINATION ${pdlib_include_dir}/core)
+install(FILES system/statsalgo/pdlib/src/hardware/pdlib_hw_config.h DESTINATION ${pdlib_include_dir}/hardware)
 install(DIRECTORY system/platform/orvo DESTINATION ${pdlib_include_dir} FILES_MATCHING PATTERN "*.h")
 install(FILES system/platform/host/orvo_host.h DESTINATION ${pdlib_include_dir}/host)
 

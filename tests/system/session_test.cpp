@@ -91,6 +91,31 @@ TEST_F(Session, MeasuresAFrame) {
   close(0);
 }
 
+TEST_F(Session, VerboseLogTellsAFrameInOrder) {
+  enter();
+  VekPDLib* lib = open(0);
+  Camera camera(0);
+  camera.createParams.initParam.logLevel = 2;
+  ASSERT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
+  const PDLibInputs inputs = camera.inputs(1, 1);
+  Orvo::Host::StartLogCapture();
+  ASSERT_EQ(lib->pfnProcess(lib, &inputs, &output_), kPDLibSuccess);
+  const char* const expected[] = {
+      "window configure: type: 0, size: [1, 1], coord: [0.25 0.25 0.75 0.75]",
+      "Dump Flag is 0",
+      "frame_idx: 0, phaseDiff ",
+      "Multi-Window result",
+      "multi-window id 0, phaseDiff: ",
+      "PDAF log buffer ",
+  };
+  size_t next = 0;
+  for (const std::string& text : logTexts()) {
+    if (next < std::size(expected) && text.starts_with(expected[next])) ++next;
+  }
+  EXPECT_EQ(next, std::size(expected));
+  close(0);
+}
+
 TEST_F(Session, RefusesBadArguments) {
   enter();
   VekPDLib* lib = open(0);
