@@ -44,8 +44,8 @@ std::vector<int> NaiveSad(const Samples& left, const Samples& right, int rows, i
 
 TEST(Sad, FollowsItsDefinition) {
   Random random(1);
-  const Samples left(9 * 60 + 50, 0, random, Content::kTenBit);
-  const Samples right(9 * 60 + 50, 0, random, Content::kTenBit);
+  const Samples left(9 * 60 + 50, random, Content::kTenBit);
+  const Samples right(9 * 60 + 50, random, Content::kTenBit);
   for (int sadLen : {1, 7, 8, 16, 17, 24, 25, 33}) {
     for (int rows : {1, 2, 5, 9}) {
       for (int shiftOffset : {-11, 0, 6}) {
@@ -60,7 +60,7 @@ TEST(Sad, FollowsItsDefinition) {
 
 TEST(Sad, FindsTheShiftBetweenTheImages) {
   Random random(2);
-  const Samples scene(400, 0, random, Content::kFullRange);
+  const Samples scene(400, random, Content::kFullRange);
   for (int shift : {-10, -3, 0, 4, 10}) {
     constexpr int16_t kOffset = 10;
     int sads[21];

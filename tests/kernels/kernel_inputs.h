@@ -1,11 +1,14 @@
-// Input of the kernel tests: images in exact-size memory, and every form by name.
+// Input of the kernel tests: images in guarded memory, and every form by name.
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -44,29 +47,50 @@ inline uint16_t NextSample(Random& random, Content content) {
   return 0;
 }
 
-// `count` samples in a heap block that ends with them, `misalignment` samples off its start; the
-// address sanitizer sees every access behind them.
-class Samples {
- public:
-  Samples(size_t count, size_t misalignment = 0)
-      : memory_(new uint16_t[count + misalignment]()),
-        begin_(memory_.get() + misalignment),
-        count_(count) {}
-  Samples(size_t count, size_t misalignment, Random& random, Content content)
-      : Samples(count, misalignment) {
-    for (uint16_t& sample : *this) sample = NextSample(random, content);
-  }
+enum class Guard { kBehind, kBefore };
 
-  uint16_t* data() const { return begin_; }
-  uint16_t* begin() const { return begin_; }
-  uint16_t* end() const { return begin_ + count_; }
+// `count` zero elements that end or begin right at a page without access: touching one element too
+// many ends the test, in every build and on every processor.
+template <class T>
+class Guarded {
+ public:
+  explicit Guarded(size_t count, Guard guard = Guard::kBehind) : count_(count) {
+    const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t bytes = (count * sizeof(T) + page - 1) / page * page;
+    mapped_ = bytes + 2 * page;
+    void* memory = mmap(nullptr, mapped_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) throw std::bad_alloc();
+    pages_ = static_cast<uint8_t*>(memory);
+    uint8_t* usable = pages_ + page;
+    if (bytes > 0 && mprotect(usable, bytes, PROT_READ | PROT_WRITE) != 0) throw std::bad_alloc();
+    if (guard == Guard::kBehind) usable += bytes - count * sizeof(T);
+    begin_ = reinterpret_cast<T*>(usable);
+  }
+  ~Guarded() { munmap(pages_, mapped_); }
+  Guarded(const Guarded&) = delete;
+  Guarded& operator=(const Guarded&) = delete;
+
+  T* data() const { return begin_; }
+  T* begin() const { return begin_; }
+  T* end() const { return begin_ + count_; }
+  T& operator[](size_t index) const { return begin_[index]; }
   size_t size() const { return count_; }
-  std::vector<uint16_t> values() const { return {begin(), end()}; }
+  std::vector<T> values() const { return {begin(), end()}; }
 
  private:
-  std::unique_ptr<uint16_t[]> memory_;
-  uint16_t* begin_;
+  uint8_t* pages_;
+  size_t mapped_;
+  T* begin_;
   size_t count_;
+};
+
+class Samples : public Guarded<uint16_t> {
+ public:
+  using Guarded::Guarded;
+  Samples(size_t count, Random& random, Content content, Guard guard = Guard::kBehind)
+      : Guarded(count, guard) {
+    for (uint16_t& sample : *this) sample = NextSample(random, content);
+  }
 };
 
 inline std::vector<const pdlib::KernelTable*> Forms() {

@@ -87,7 +87,7 @@ class Scene {
   size_t pixels() const { return static_cast<size_t>(c_.blocks) * static_cast<size_t>(c_.pairs); }
 
  private:
-  const uint8_t* line() const { return line_.get() + kLineOffset; }
+  const uint8_t* line() const { return line_->data() + kLineOffset; }
 
   size_t SamplesPerRow(const std::vector<uint8_t>& last) const {
     return static_cast<size_t>(std::accumulate(last.begin(), last.end(), 0) * c_.blocks);
@@ -118,10 +118,10 @@ class Scene {
     const size_t pixels =
         size_t{lastOffset} + size_t{blockStep_} * static_cast<size_t>(c_.blocks - 1) + 1;
     const size_t bytes = kLineOffset + pixels * static_cast<size_t>(c_.bytesPerPixel);
-    line_.reset(new uint8_t[bytes]);
-    for (size_t i = 0; i < bytes; ++i) line_[i] = static_cast<uint8_t>(random_.Next());
+    line_ = std::make_unique<kernel_test::Guarded<uint8_t>>(bytes);
+    for (uint8_t& byte : *line_) byte = static_cast<uint8_t>(random_.Next());
     if (c_.bytesPerPixel == 1 || c_.fullRange) return;
-    for (size_t i = 1; i < 2 * pixels; i += 2) line_[kLineOffset + i] &= 3;
+    for (size_t i = 1; i < 2 * pixels; i += 2) (*line_)[kLineOffset + i] &= 3;
   }
 
   std::unique_ptr<Samples> GainMap(size_t count) {
@@ -141,7 +141,7 @@ class Scene {
   std::vector<uint32_t> left_, right_;
   std::vector<uint8_t> leftLast_, rightLast_;
   std::vector<uint16_t> gainIndex_;
-  std::unique_ptr<uint8_t[]> line_;
+  std::unique_ptr<kernel_test::Guarded<uint8_t>> line_;
   std::unique_ptr<Samples> leftGain_, rightGain_;
 };
 
@@ -152,8 +152,8 @@ struct Parsed {
 };
 
 Parsed Parse(const KernelTable& form, const ParseCase& c, const Scene& scene) {
-  Samples left(scene.leftSamples(), 1), right(scene.rightSamples());
-  Samples leftRaw(scene.pixels()), rightRaw(scene.pixels(), 1);
+  Samples left(scene.leftSamples()), right(scene.rightSamples());
+  Samples leftRaw(scene.pixels()), rightRaw(scene.pixels());
   pdlib::ParseSink sink = {left.data(),
                            right.data(),
                            c.raw ? leftRaw.data() : nullptr,
@@ -174,9 +174,9 @@ Parsed Parse(const KernelTable& form, const ParseCase& c, const Scene& scene) {
 Parsed ParseOptimized(const KernelTable& form, const ParseCase& c, const Scene& scene) {
   Random random(3);
   const Content content = c.gains == Gains::kExtreme ? Content::kFullRange : Content::kTenBit;
-  const Samples leftGain(scene.pixels(), 1, random, content);
-  const Samples rightGain(scene.pixels(), 0, random, content);
-  Samples left(scene.pixels(), 1), right(scene.pixels());
+  const Samples leftGain(scene.pixels(), random, content);
+  const Samples rightGain(scene.pixels(), random, content);
+  Samples left(scene.pixels()), right(scene.pixels());
   float leftSum = c.startSum;
   float rightSum = c.startSum / 2;
   form.parseRowOptimized(scene.optimizedRow(leftGain.data(), rightGain.data()), left.data(),

@@ -33,6 +33,14 @@ std::vector<int32_t> Sad(const pdlib::KernelTable& form, const SadCase& c, const
 class SadForms : public kernel_test::FastForm {
  protected:
   void Compare(const SadCase& c, Content leftContent, Content rightContent) {
+    for (kernel_test::Guard guard : {kernel_test::Guard::kBehind, kernel_test::Guard::kBefore}) {
+      Compare(c, leftContent, rightContent, guard);
+    }
+  }
+
+ private:
+  void Compare(const SadCase& c, Content leftContent, Content rightContent,
+               kernel_test::Guard guard) {
     Random random(static_cast<uint64_t>(c.positions * 1000 + c.sadLen));
     const int stride = c.positions + c.sadLen - 1 + c.strideBeyond;
     const int before = (c.rows - 1) * stride;
@@ -40,9 +48,8 @@ class SadForms : public kernel_test::FastForm {
         static_cast<size_t>(std::max(-c.shiftOffset, 0) + before + c.positions + c.sadLen - 1);
     const size_t rightCount =
         static_cast<size_t>(std::max(c.shiftOffset, 0) + before + c.positions);
-    const size_t misalignment = random.Below(8);
-    const Samples left(leftCount, misalignment, random, leftContent);
-    const Samples right(rightCount, misalignment / 2, random, rightContent);
+    const Samples left(leftCount, random, leftContent, guard);
+    const Samples right(rightCount, random, rightContent, guard);
     const std::vector<int32_t> sads = Sad(fast(), c, left, right, stride);
     EXPECT_EQ(sads, Sad(kernel_test::ScalarForm(), c, left, right, stride))
         << c.rows << " rows, " << c.positions << " positions, " << c.sadLen << " shifts";
@@ -88,8 +95,8 @@ TEST_P(SadForms, ExtremesAndSumsPast32Bits) {
 
 TEST_P(SadForms, ImageNarrowerThanTheVectorHasOnePosition) {
   Random random(5);
-  const Samples left(30, 0, random, Content::kFullRange);
-  const Samples right(1, 0, random, Content::kFullRange);
+  const Samples left(30, random, Content::kFullRange);
+  const Samples right(1, random, Content::kFullRange);
   int32_t expected[30];
   int32_t sads[30];
   kernel_test::ScalarForm().sad(left.data(), right.data(), 1, 12, 12, expected, 0, 30);

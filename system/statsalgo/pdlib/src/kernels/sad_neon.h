@@ -1,6 +1,7 @@
 // The SAD of one row on AArch64: the absolute difference of eight samples, then a pairwise widening
-// accumulation, for eight shifts at a time. Both are the fewest operations that the two vector
-// pipes of the target's cores can do it with.
+// accumulation, for up to twelve shifts in one pass. A vector of left samples serves two shifts,
+// eight apart, in two turns: so there are few loads, and the accumulation, which only one of the
+// pipes does, sets the pace.
 #pragma once
 
 #include <algorithm>
@@ -11,17 +12,11 @@
 #include "kernels/sad_rows.h"
 #include "kernels/vectors.h"
 
-// Where bench/neon_mca.sh finds the inner loop; nothing otherwise.
-#ifndef PDLIB_MCA_BEGIN
-#define PDLIB_MCA_BEGIN
-#define PDLIB_MCA_END
-#endif
-
 namespace pdlib {
 namespace {
 
 // Shifts whose sums stay in registers.
-constexpr int kPassShifts = 8;
+constexpr int kPassShifts = 12;
 
 // sums[k] += SAD under shift k, k < kShifts.
 template <int kShifts>
@@ -29,15 +24,22 @@ void AddPassSads(const uint16_t* left, const uint16_t* right, int positions, uin
   constexpr int kLanes = U16x8::kLanes;
   uint32x4_t sads[kShifts];
   for (uint32x4_t& sad : sads) sad = vdupq_n_u32(0);
+  // left[i + k] on to the next turn, for those k whose shift k + 8 uses the next vector.
+  constexpr int kCarried = std::max(kShifts - kLanes, 0);
+  uint16x8_t window[kLanes];
+  if (positions >= kLanes) {
+    for (int k = 0; k < kCarried; ++k) window[k] = vld1q_u16(left + k);
+  }
   int i = 0;
   for (; i + kLanes <= positions; i += kLanes) {
-    PDLIB_MCA_BEGIN
     const uint16x8_t r = vld1q_u16(right + i);
-#pragma GCC unroll 8
-    for (int k = 0; k < kShifts; ++k) {
-      sads[k] = vpadalq_u16(sads[k], vabdq_u16(vld1q_u16(left + i + k), r));
+    for (int k = 0; k < std::min(kShifts, kLanes); ++k) {
+      if (k >= kCarried) window[k] = vld1q_u16(left + i + k);
+      sads[k] = vpadalq_u16(sads[k], vabdq_u16(window[k], r));
+      if (k >= kCarried) continue;
+      window[k] = vld1q_u16(left + i + kLanes + k);
+      sads[kLanes + k] = vpadalq_u16(sads[kLanes + k], vabdq_u16(window[k], r));
     }
-    PDLIB_MCA_END
   }
   if (const int rest = positions - i; rest > 0) {
     // Copied, so that nothing is read past the rows; differences of other lanes are masked out.
@@ -49,7 +51,6 @@ void AddPassSads(const uint16_t* left, const uint16_t* right, int positions, uin
     std::fill_n(lastUsed, rest, uint16_t{0xffff});
     const uint16x8_t r = vld1q_u16(lastRight);
     const uint16x8_t used = vld1q_u16(lastUsed);
-#pragma GCC unroll 8
     for (int k = 0; k < kShifts; ++k) {
       const uint16x8_t difference = vabdq_u16(vld1q_u16(lastLeft + k), r);
       sads[k] = vpadalq_u16(sads[k], vandq_u16(difference, used));
