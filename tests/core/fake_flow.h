@@ -7,8 +7,7 @@
 
 #include "core/pdlib.h"
 #include "core/pdlib_handle.h"
-#include "core/pdlib_switches.h"
-#include "host/orvo_host.h"
+#include "support/log_capture.h"
 
 namespace test {
 
@@ -66,38 +65,5 @@ inline PDLibParam ParamWithWindows(uint32_t columns, uint32_t rows,
   param.windowConfig = {roiType, {0.25f, 0.375f, 0.75f, 0.625f}, columns, rows};
   return param;
 }
-
-// The text of a line behind its prefix.
-inline std::string TextOf(const Orvo::Host::LogLine& line) {
-  return line.text.substr(line.text.find("() ") + 3);
-}
-
-// Captures the log of its life and puts the switches back.
-class LogCapture {
- public:
-  explicit LogCapture(int32_t level = 0) {
-    PDLIB_LOG = level;
-    Orvo::Host::StartLogCapture();
-  }
-  ~LogCapture() {
-    Orvo::Host::StopLogCapture();
-    PDLIB_LOG = 0;
-    PDLIB_PROFILING = 0;
-    PDLIB_TEST_MODE = 0;
-    PDLIB_DUMP = 0;
-    PDLIB_LCR_DISABLE = 0;
-  }
-  std::vector<std::string> texts() const {
-    std::vector<std::string> all;
-    for (const auto& line : Orvo::Host::CapturedLog()) all.push_back(TextOf(line));
-    return all;
-  }
-  bool has(const std::string& text) const {
-    for (const auto& line : texts()) {
-      if (line == text) return true;
-    }
-    return false;
-  }
-};
 
 }  // namespace test
