@@ -1,0 +1,294 @@
+// What Init works out from the tuning: search range, bias, extension parameters, fallback.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "core/pdlib_flow.h"
+#include "sparse/sparse_horizontal_flow.h"
+#include "sparse_context.h"
+#include "support/log_capture.h"
+
+using test::FourColumns;
+using test::InitialisedContext;
+using test::LogCapture;
+using test::SparseCamera;
+
+namespace {
+
+TEST(SparseSetup, SearchRangeInSamples) {
+  const struct {
+    uint32_t blockWidth;
+    int samples;  // columns of the block
+    float factor;
+    int from;
+    int to;
+    int unit;
+    int offset;
+    int end;
+    int length;
+  } cases[] = {
+      {16, 2, 1.0f, -48, 16, 8, 2, -6, 9},   {16, 4, 1.0f, -48, 48, 4, 12, -12, 25},
+      {16, 3, 1.0f, -10, 10, 5, 2, -2, 5},   {16, 4, 2.0f, -10, 10, 2, 5, -5, 11},
+      {16, 4, 3.0f, 3, 10, 1, 10, 3, 8},      // 4 / 3 is cut to 1
+      {16, 4, 10.0f, -4, 4, 1, 4, -4, 9},     // never below 1
+      {64, 1, 1.0f, -100, 40, 32, 1, -3, 5},  // never above 32
+      {16, 4, 0.5f, -15, -9, 8, -1, -1, 1},   // both ends are cut toward 0
+  };
+  for (const auto& c : cases) {
+    SparseCamera camera;
+    std::vector<test::PdPixel> pixels;
+    for (int i = 0; i < c.samples; ++i) {
+      const uint32_t x = static_cast<uint32_t>(3 * i);
+      pixels.push_back({x, 0, true, x, 0});
+      pixels.push_back({x, 1, false, x, 1});
+    }
+    camera.setPixels(pixels);
+    camera.init.nativePatternInfo.blockPattern.blockDimension.width = c.blockWidth;
+    camera.tuning.correlation.searchRange = {c.from, c.to};
+    char name[] = "xCFA_factor";
+    float factor = c.factor;
+    statsglobalelements::statsExtensionParamType entry = {0, name, 1, 1, 0, &factor};
+    camera.tuning.extensionParam = &entry;
+    camera.tuning.extensionParamCount = 1;
+    LogCapture log;
+    const auto context = InitialisedContext(camera);
+    ASSERT_NE(context, nullptr);
+    EXPECT_EQ(context->pd_unit, c.unit);
+    EXPECT_EQ(context->shift_offset, c.offset);
+    EXPECT_EQ(context->shift_end, c.end);
+    EXPECT_EQ(context->sad_len, c.length);
+    EXPECT_EQ(context->confHalfWidth, 16 / c.unit);
+  }
+}
+
+// Strengths that are sums of powers of two: (s d d / 4096 + 1 - s) 4096 = s d d + 4096 (1 - s).
+TEST(SparseSetup, BiasGrowsWithTheSquareOfTheShift) {
+  const struct {
+    float strength;
+    std::vector<uint16_t> weights;  // of the shifts 16, 8, 0, -8, -16, -24, -32, -40, -48
+  } cases[] = {
+      {0.0f, std::vector<uint16_t>(9, 4096)},
+      {0.25f, {3136, 3088, 3072, 3088, 3136, 3216, 3328, 3472, 3648}},
+      {1.0f, {256, 64, 0, 64, 256, 576, 1024, 1600, 2304}},
+      {2.0f, {256, 64, 0, 64, 256, 576, 1024, 1600, 2304}},  // counts as 1
+      {-1.0f, std::vector<uint16_t>(9, 4096)},
+  };
+  for (const auto& c : cases) {
+    SparseCamera camera;
+    camera.setPixels(
+        {{0, 0, true, 0, 0}, {0, 1, false, 0, 1}, {8, 0, true, 8, 0}, {8, 1, false, 8, 1}});
+    camera.tuning.correlation.searchRange = {-48, 16};
+    camera.tuning.postProcess.biasVectorStrength = c.strength;
+    auto context = InitialisedContext(camera);
+    ASSERT_NE(context, nullptr);
+    EXPECT_EQ(std::vector<uint16_t>(context->biasVector.begin(), context->biasVector.end()),
+              c.weights)
+        << c.strength;
+  }
+  pdlib::OwnedArray<uint16_t> wide;
+  ASSERT_TRUE(build_bias_vector(&wide, 1, 300, 4, 1.0f));
+  EXPECT_EQ(wide[0], 300 * 300 - 65536);  // entries have 16 bits
+}
+
+TEST(SparseSetup, OtherValuesAreLimited) {
+  SparseCamera camera;
+  const auto bounded = [&camera](int threshold, uint32_t depth, float offset) {
+    camera.tuning.preProcess.antiAliasFilterThreshold = threshold;
+    camera.init.pixelDepth = depth;
+    camera.init.nativePatternInfo.PDOffsetCorrection = offset;
+    return InitialisedContext(camera);
+  };
+  const auto low = bounded(-5, 0, -10.0f);
+  EXPECT_EQ(low->bpcThreshold, 0);
+  EXPECT_EQ(low->pixelDepth, 10u);
+  EXPECT_EQ(low->sensor.pdOffset, 0.0f);
+  const auto high = bounded(5000, 17, 9.75f);
+  EXPECT_EQ(high->bpcThreshold, 1023);
+  EXPECT_EQ(high->pixelDepth, 10u);
+  EXPECT_EQ(high->sensor.pdOffset, 9.75f);
+  EXPECT_EQ(bounded(7, 16, NAN)->pixelDepth, 16u);
+}
+
+struct Extension {
+  const char* name;
+  float value;
+  int32_t enabled = 1;
+  uint32_t count = 1;
+};
+
+test::Context WithExtensions(const std::vector<Extension>& extensions) {
+  SparseCamera camera;
+  std::vector<statsglobalelements::statsExtensionParamType> entries;
+  std::vector<Extension> values = extensions;
+  for (Extension& e : values) {
+    entries.push_back({0, const_cast<char*>(e.name), e.enabled, e.count, 0, &e.value});
+  }
+  camera.tuning.extensionParam = entries.data();
+  camera.tuning.extensionParamCount = static_cast<uint32_t>(entries.size());
+  return InitialisedContext(camera);
+}
+
+TEST(SparseSetup, ExtensionParameters) {
+  const auto set = WithExtensions({{"skipLCRInMonitorAndSmallPD", 1.9f},
+                                   {"skipLCRPDThreshold", 2.5f},
+                                   {"verticalBinningControl", -3.7f},
+                                   {"EnableSparsePDAFIIRFilter", 258.0f},
+                                   {"minimumMeanSADLevel", 70.9f},
+                                   {"LCRParsingMode", 1.0f},
+                                   {"EnableOptimizedSparseParsing", 0.9f}});
+  EXPECT_EQ(set->skipLCRInMonitorAndSmallPD, 1);
+  EXPECT_EQ(set->skipLCRPDThreshold, 2.5f);
+  EXPECT_EQ(set->verticalBinningControl, -3);
+  EXPECT_EQ(set->iirEnabled, 2);  // 8 bits
+  EXPECT_EQ(set->minMeanSADLevel, 70);
+  EXPECT_EQ(set->LCRParsingMode, 1);
+  EXPECT_FALSE(set->optimizedParsing);  // 0.9 is cut to 0
+
+  EXPECT_EQ(WithExtensions({{"LCRParsingModeOfTomorrow", 5}})->LCRParsingMode, 5);
+  EXPECT_EQ(WithExtensions({{"LCRParsingMod", 5}})->LCRParsingMode, 0);
+  EXPECT_EQ(WithExtensions({{"lcrparsingmode", 5}})->LCRParsingMode, 0);
+  EXPECT_EQ(WithExtensions({{"LCRParsingMode", 5, 2}})->LCRParsingMode, 0);
+  EXPECT_EQ(WithExtensions({{"LCRParsingMode", 5, 0}})->LCRParsingMode, 0);
+  EXPECT_EQ(WithExtensions({{"LCRParsingMode", 5, 1, 0}})->LCRParsingMode, 0);
+  EXPECT_EQ(WithExtensions({{"LCRParsingMode", 5}, {"LCRParsingMode", 6}})->LCRParsingMode, 6);
+  EXPECT_EQ(WithExtensions({{nullptr, 5}})->LCRParsingMode, 0);
+}
+
+TEST(SparseSetup, TuningWithoutSearchRangeIsReplaced) {
+  LogCapture log;
+  SparseCamera camera;
+  camera.tuning = {};
+  camera.tuning.enablePeripheralWindows = 1;
+  const auto context = InitialisedContext(camera);
+  ASSERT_NE(context, nullptr);
+  EXPECT_TRUE(log.has("Tuning is invalid\n"));
+  const auto& tuning = context->tuning;
+  EXPECT_EQ(tuning.preProcess.boxFilterLength, 2);
+  EXPECT_EQ(tuning.preProcess.lcrMaxBinningNum, 4);
+  EXPECT_EQ(tuning.preProcess.lcrFilterTrigger.filterSet[2].AECTrigger.gain_start, 16.0f);
+  EXPECT_EQ(tuning.correlation.defocusConfidenceThreshold, 250.0f);
+  EXPECT_EQ(tuning.postProcess.enableGridOverlap, 1);
+  EXPECT_EQ(tuning.enablePeripheralWindows, 0);
+  EXPECT_EQ(tuning.skipControl.staticFrameCountThres, 8);
+  EXPECT_EQ(context->confScale, 250);
+  EXPECT_EQ(context->bpcThreshold, 100);
+  EXPECT_EQ(context->biasStrength, 0.1f);
+  EXPECT_EQ(context->shift_offset, 16 / 4);
+  EXPECT_EQ(context->shift_end, -48 / 4);
+}
+
+TEST(SparseSetup, OptimizedParsingNeedsColumnsThatMerge) {
+  const struct {
+    const char* what;
+    uint32_t rowsPerColumn;
+    void (*change)(SparseCamera&);
+    uint32_t factor;  // 0: stays off
+  } cases[] = {
+      {"one pixel a sample", 1, nullptr, 1},
+      {"two pixels a sample", 2, nullptr, 2},
+      {"three pixels a sample", 3, nullptr, 0},
+      {"four pixels a sample", 4, nullptr, 4},
+      {"two processors", 2, [](SparseCamera& c) { c.addSecondProcessor(30, 32); }, 0},
+      {"LCR", 2,
+       [](SparseCamera& c) {
+         c.tuning.preProcess.sparseProcessingMode = afpdlibelements::tessarineSparsePDProcMode(1);
+         c.tuning.correlation.lcrSearchRange = {-8, 8};
+       },
+       0},
+  };
+  for (const auto& c : cases) {
+    SparseCamera camera;
+    camera.setPixels(FourColumns(c.rowsPerColumn));
+    if (c.change != nullptr) c.change(camera);
+    char name[] = "EnableOptimizedSparseParsing";
+    float on = 1.0f;
+    statsglobalelements::statsExtensionParamType entry = {0, name, 1, 1, 0, &on};
+    camera.tuning.extensionParam = &entry;
+    camera.tuning.extensionParamCount = 1;
+    const auto context = InitialisedContext(camera);
+    ASSERT_NE(context, nullptr) << c.what;
+    EXPECT_EQ(context->optimizedParsing, c.factor != 0) << c.what;
+    EXPECT_EQ(context->parsingMergeFactor, c.factor) << c.what;
+  }
+}
+
+TEST(SparseSetup, LcrVectorsFollowTheirOwnRange) {
+  LogCapture log;
+  SparseCamera camera;
+  camera.tuning.preProcess.sparseProcessingMode = afpdlibelements::tessarineSparsePDProcMode(1);
+  camera.tuning.correlation.lcrSearchRange = {-6, 8};
+  const auto with = InitialisedContext(camera);
+  EXPECT_TRUE(with->lcrEnabled);
+  EXPECT_EQ(with->lcr_sad_len, 15);
+  EXPECT_EQ(with->lcrBiasVector.size(), 15u);
+  PDLIB_LCR_DISABLE = 1;
+  EXPECT_FALSE(InitialisedContext(camera)->lcrEnabled);
+}
+
+TEST(SparseSetup, NarrowSearchRangeIsReportedAndAccepted) {
+  LogCapture log;
+  SparseCamera camera;
+  camera.tuning.correlation.searchRange = {-8, 8};
+  camera.tuning.postProcess.confIntegralWidth = 16;
+  EXPECT_NE(InitialisedContext(camera), nullptr);
+  EXPECT_TRUE(log.texts().empty());
+  camera.tuning.postProcess.confIntegralWidth = 17;
+  EXPECT_NE(InitialisedContext(camera), nullptr);
+  const std::vector<std::string> expected = {
+      "\nset_pd_context_init_info: error: PD search range is smaller than required for reliable "
+      "confidence estimation. ",
+      "Increase PD search range |far - near| to at least 17\n"};
+  EXPECT_EQ(log.texts(), expected);
+}
+
+TEST(SparseSetup, CropAndOrientationOfTheSensor) {
+  const struct {
+    const char* what;
+    PDLibCropRegion crop;
+    uint32_t originalWidth;
+    uint32_t orientation;
+    int result;
+  } cases[] = {
+      {"whole", {0, 0, 960, 384}, 960, 0, 0},
+      {"inside", {100, 50, 860, 300}, 960, 3, 0},
+      {"reaches past the frame", {900, 300, 960, 384}, 960, 1, 0},  // only its corner has to fit
+      {"no width", {0, 0, 0, 384}, 960, 0, 1},
+      {"too wide", {0, 0, 961, 384}, 960, 0, 1},
+      {"starts left of the frame", {-1, 0, 10, 10}, 960, 0, 1},
+      {"starts behind the frame", {960, 0, 10, 10}, 960, 0, 1},
+      {"the current size stands in", {0, 0, 960, 384}, 0, 2, 0},
+      {"no such orientation", {0, 0, 960, 384}, 960, 4, 1},
+  };
+  for (const auto& c : cases) {
+    LogCapture log;
+    SparseCamera camera;
+    PDLibSensorNativeInfo& native = camera.init.nativePatternInfo;
+    native.cropRegion = c.crop;
+    native.originalImageWidth = c.originalWidth;
+    native.orientation = PDAFOrientation(c.orientation);
+    sensor_logic_t sensor = {};
+    EXPECT_EQ(init_sensor_info(&sensor, native), c.result) << c.what;
+    EXPECT_EQ(sensor.blockWidth, 16u) << c.what;  // filled in either case
+    EXPECT_EQ(sensor.mirror, (c.orientation & 1) != 0 && c.orientation < 4) << c.what;
+    EXPECT_EQ(sensor.flip, (c.orientation & 2) != 0 && c.orientation < 4) << c.what;
+  }
+  LogCapture log;
+  sensor_logic_t sensor = {};
+  EXPECT_EQ(init_sensor_info(&sensor, PDLibSensorNativeInfo{}), 1);
+  EXPECT_TRUE(log.has("init_sensor_info: pdaf init failed due to invalid crop region input\n"));
+  EXPECT_TRUE(log.has("init_sensor_info: pdaf init failed due to invalid ori image dimension\n"));
+}
+
+TEST(SparseSetup, InvertedOrEmptyRangeFailsSilently) {
+  for (const afpdlibelements::tessarinePDRange range :
+       {afpdlibelements::tessarinePDRange{8, 8}, afpdlibelements::tessarinePDRange{9, 8}}) {
+    LogCapture log(2);
+    SparseCamera camera;
+    camera.tuning.correlation.searchRange = range;
+    SparseHorizontalFlow flow;
+    EXPECT_EQ(flow.Init(&camera.init, &camera.tuning), kPDStatusFlowFailed);
+    EXPECT_EQ(log.texts(), std::vector<std::string>{"set init info error"});
+  }
+}
+
+}  // namespace
