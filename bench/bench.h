@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -26,5 +27,10 @@ std::vector<uint16_t> RandomSamples(size_t count, int bits);
 void RegisterSad();
 void RegisterFilters();
 void RegisterParsers();
+void RegisterSparseFlow();
+
+// What each stage takes of a frame, from the times by name in nanoseconds; nothing if the flow was
+// not among the benchmarks of the run.
+void PrintSparseFlowStages(const std::map<std::string, double>& times);
 
 }  // namespace pdlib_bench

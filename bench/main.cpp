@@ -1,6 +1,5 @@
 // Runs the benchmarks, then prints how much faster each form is than the scalar one of this run.
 #include <cstdio>
-#include <map>
 #include <utility>
 
 #include "bench.h"
@@ -53,6 +52,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
     ConsoleReporter::Finalize();
     std::printf("\n%-62s %12s %8s\n", "form against scalar, in this run", "ns", "ratio");
     for (const auto& [subject, forms] : times_) PrintRatios(subject, forms);
+    PrintSparseFlowStages(timesByName_);
   }
 
  private:
@@ -66,6 +66,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
     const std::string rest = name.substr(formEnd);
     const double nanoseconds =
         run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit) * 1e9;
+    timesByName_[name] = nanoseconds;
     times_[{name.substr(0, formAt - 1), rest}].emplace_back(name.substr(formAt, formEnd - formAt),
                                                             nanoseconds);
   }
@@ -83,6 +84,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
   }
 
   std::map<std::pair<std::string, std::string>, Times> times_;
+  std::map<std::string, double> timesByName_;
 };
 
 }  // namespace
@@ -94,6 +96,7 @@ int main(int argc, char** argv) {
   pdlib_bench::RegisterSad();
   pdlib_bench::RegisterFilters();
   pdlib_bench::RegisterParsers();
+  pdlib_bench::RegisterSparseFlow();
   pdlib_bench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
