@@ -130,9 +130,8 @@ struct Stage {
 
 constexpr Stage kStages[] = {
     {"parse", &Stages::Parse,
-     "it loads single pixels from lines 8000 bytes apart, which no vector load can gather, and "
-     "adds "
-     "them to one float sum a channel in scan order, each addition waiting for the last"},
+     "pixels and gains stand scattered over the lines of a block and are loaded one by one, two "
+     "pixels for each sample; the arithmetic behind the loads is a small part"},
     {"gain", &Stages::Gain, "it multiplies each sample of the darker channel"},
     {"bpc", &Stages::Bpc, "it bounds each sample by its neighbours"},
     {"box", &Stages::Box, "it averages each sample with its neighbour"},
