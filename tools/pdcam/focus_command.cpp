@@ -130,7 +130,7 @@ void AddFocusCommand(CLI::App& app, int& status) {
       command
           ->add_option("--start", options->focus.startPhasePx,
                        "True phase difference at the start, pixels; the sign is the side")
-          ->check(CLI::Range(-100.0, 100.0));
+          ->check(Between(-100.0, 100.0));
   CLI::Option* startCode = command
                                ->add_option("--start-code", options->startCode,
                                             "Lens position at the start instead, actuator codes")
@@ -138,7 +138,7 @@ void AddFocusCommand(CLI::App& app, int& status) {
   command
       ->add_option("--dcc-error", options->camera.settings.dccError,
                    "The calibrated travel per pixel is too large by this share")
-      ->check(CLI::Range(-0.5, 0.5));
+      ->check(Between(-0.5, 0.5));
   command->add_option("--cameras", options->cameras, "Cameras that run at once, taking turns")
       ->check(CLI::Range(1, static_cast<int>(kMaxCameras)));
   command->add_option("--second-sensor", options->secondSensor, "Sensor of the second camera");

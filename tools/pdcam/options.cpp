@@ -2,12 +2,14 @@
 
 #include <unistd.h>
 
+#include <charconv>
 #include <cstdio>
 
 #include "errors.h"
 #include "host/orvo_host.h"
 #include "orvo/log.h"
 #include "scene.h"
+#include "text.h"
 
 namespace pdcam {
 namespace {
@@ -29,18 +31,38 @@ std::string SceneHelp() {
 
 // "3x3" into columns and rows.
 void ParseWindows(const std::string& text, simcam::CameraSettings& settings) {
-  unsigned columns = 0;
-  unsigned rows = 0;
-  char rest = 0;
-  const bool isPair = std::sscanf(text.c_str(), "%3ux%3u%c", &columns, &rows, &rest) == 2;
+  uint32_t columns = 0;
+  uint32_t rows = 0;
+  const char* end = text.data() + text.size();
+  const auto first = std::from_chars(text.data(), end, columns);
+  const bool isSplit = first.ec == std::errc() && first.ptr != end && *first.ptr == 'x';
+  const auto second =
+      isSplit ? std::from_chars(first.ptr + 1, end, rows) : std::from_chars_result{end, {}};
+  const bool isPair = isSplit && second.ec == std::errc() && second.ptr == end;
   // One entry of the results is the sum window's.
-  if (!isPair || columns == 0 || rows == 0 || columns * rows + 1 > kMaxWindows)
+  if (!isPair || columns == 0 || rows == 0 || columns >= kMaxWindows || rows >= kMaxWindows ||
+      columns * rows >= kMaxWindows)
     throw CLI::ValidationError("--windows", "expected columns x rows such as 3x3, 199 at most");
   settings.columns = columns;
   settings.rows = rows;
 }
 
 }  // namespace
+
+CLI::Validator Between(double low, double high) {
+  const std::string range = simcam::Short(low) + " to " + simcam::Short(high);
+  return CLI::Validator(
+      [=](const std::string& text) {
+        double value = 0;
+        const char* begin = text.data() + (text.rfind('+', 0) == 0 ? 1 : 0);
+        const char* end = text.data() + text.size();
+        const auto read = std::from_chars(begin, end, value);
+        const bool isFitting =
+            read.ec == std::errc() && read.ptr == end && value >= low && value <= high;
+        return isFitting ? std::string() : "expected a number from " + range + ", found " + text;
+      },
+      range);
+}
 
 void CameraOptions::AddTo(CLI::App& command) {
   command.add_option("--sensor", sensor,
@@ -50,24 +72,23 @@ void CameraOptions::AddTo(CLI::App& command) {
   command.add_option("--noise", noise, "none, little (0.05, 1.5) or much (1.5, 12)")
       ->check(CLI::IsMember({"none", "little", "much"}));
   command.add_option("--noise-variance", noiseVariance, "Noise of the light, codes^2 per code")
-      ->check(CLI::Range(0.0, 1000.0));
+      ->check(Between(0.0, 1000.0));
   command.add_option("--read-noise", readNoise, "Noise of the readout, codes")
-      ->check(CLI::Range(0.0, 1000.0));
+      ->check(Between(0.0, 1000.0));
   command.add_option("--shading", settings.shading, "Light lost in the darkest corner, 0 to 0.9")
-      ->check(CLI::Range(0.0, 0.9));
+      ->check(Between(0.0, 0.9));
   command
       .add_option("--blur-per-px", settings.optics.blurPerPx,
                   "Blur per pixel of phase difference, pixels")
-      ->check(CLI::Range(0.0, 2.0));
+      ->check(Between(0.0, 2.0));
   command.add_option("--windows", windows, "Grid of result windows, columns x rows");
   command.add_flag("--overlap,!--no-overlap", isOverlapped, "Let windows overlap by half");
   command.add_option("--roi", roi, "Left, top, right and bottom of the ROI, 0 to 1")
       ->expected(4)
-      ->check(CLI::Range(0.0, 1.0));
-  command.add_option("--fps", settings.frameRate, "Frames a second")
-      ->check(CLI::Range(1.0, 1000.0));
+      ->check(Between(0.0, 1.0));
+  command.add_option("--fps", settings.frameRate, "Frames a second")->check(Between(1.0, 1000.0));
   command.add_option("--gain", settings.sensorGain, "Sensor gain that the library is told")
-      ->check(CLI::Range(1.0, 1000.0));
+      ->check(Between(1.0, 1000.0));
   command
       .add_option("--calls", settings.callsPerFrame,
                   "Calls a frame; the first comes when the ROI is complete")

@@ -18,6 +18,9 @@ inline constexpr int kWrongUsage = 2;
 inline constexpr int kBadInput = 3;
 inline constexpr int kNoDevice = 4;
 
+// Accepts a number from `low` to `high`, and nothing that is no number.
+CLI::Validator Between(double low, double high);
+
 struct CameraOptions {
   std::string sensor = "s16";
   bool isSensorNamed = false;

@@ -77,9 +77,9 @@ void AddSweepCommand(CLI::App& app, int& status) {
   options->camera.AddTo(*command);
   options->output.AddTo(*command);
   command->add_option("--from", options->sweep.from, "First true phase difference, pixels")
-      ->check(CLI::Range(-100.0, 100.0));
-  command->add_option("--to", options->sweep.to, "Last one")->check(CLI::Range(-100.0, 100.0));
-  command->add_option("--step", options->sweep.step, "Step")->check(CLI::Range(0.001, 100.0));
+      ->check(Between(-100.0, 100.0));
+  command->add_option("--to", options->sweep.to, "Last one")->check(Between(-100.0, 100.0));
+  command->add_option("--step", options->sweep.step, "Step")->check(Between(0.001, 100.0));
   command->footer(
       "Examples:\n"
       "  pdcam sweep --noise none\n"

@@ -15,7 +15,7 @@ namespace simcam {
 struct FocusSettings {
   double startPhasePx = 36;         // true phase difference at the start
   std::optional<double> startCode;  // the lens position instead, actuator codes
-  int frames = 30;
+  int frames = 20;
   int curveFrame = 0;  // frame and window whose curve is kept
   int curveWindow = 4;
 };

@@ -90,16 +90,19 @@ BlurredScene::BlurredScene(const ScenePyramid& scene, double sigma)
 }
 
 // Weights of the pixels from -radius to +radius around a point `fraction` beyond the middle one.
-// They are not scaled to add up to one for each fraction: that would make the sum depend on where
-// the point falls.
+// They add up to one, so that even light stays even.
 void BlurredScene::Kernel(double fraction, std::vector<float>& weights) const {
-  weights.resize(static_cast<size_t>(2 * radius_ + 1));
-  const double height = 1 / (sigma_ * std::sqrt(2 * 3.14159265358979));
+  std::vector<double>& exact = exactWeights_;
+  exact.resize(static_cast<size_t>(2 * radius_ + 1));
+  double sum = 0;
   for (int i = -radius_; i <= radius_; ++i) {
     const double distance = (i - fraction) / sigma_;
-    weights[static_cast<size_t>(i + radius_)] =
-        static_cast<float>(height * std::exp(-0.5 * distance * distance));
+    const double weight = std::exp(-0.5 * distance * distance);
+    exact[static_cast<size_t>(i + radius_)] = weight;
+    sum += weight;
   }
+  weights.resize(exact.size());
+  for (size_t i = 0; i < exact.size(); ++i) weights[i] = static_cast<float>(exact[i] / sum);
 }
 
 void BlurredScene::SelectRow(double y) {

@@ -62,6 +62,7 @@ class BlurredScene {
   int radius_;
   std::vector<float> row_;  // the selected row, its ends repeated `radius_` times
   mutable std::vector<float> weights_;
+  mutable std::vector<double> exactWeights_;
 };
 
 }  // namespace simcam

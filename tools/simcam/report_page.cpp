@@ -50,6 +50,7 @@ table { border-collapse: collapse; width: 100%; font-size: 13.5px;
 th, td { text-align: right; padding: 5px 12px; border-bottom: 1px solid #eceef1; }
 th { color: #5d6470; font-weight: 600; }
 th:first-child, td:first-child { text-align: left; }
+.settings td:last-child, .settings th:last-child { text-align: left; }
 tr:last-child td { border-bottom: 0; }
 )css";
 
@@ -125,26 +126,28 @@ std::string SettingsTable(const SensorDescription& sensor, const CameraSettings&
   const auto fraction = [](float value) {
     return Short(std::round(static_cast<double>(value) * 1e4) / 1e4);
   };
-  return Table(
-      "Settings", {"what", "value"},
-      {{"sensor", sensor.name + ": " + sensor.about},
-       {"image", std::to_string(sensor.imageWidth) + " x " + std::to_string(sensor.imageHeight) +
-                     " pixels, one sample step is " + std::to_string(sensor.SampleStepPx()) +
-                     " pixels"},
-       {"scene, seed", settings.scene + ", " + std::to_string(settings.seed)},
-       {"noise", Short(settings.noise.variancePerCode) + " codes² per code, read noise " +
-                     Short(settings.noise.readNoise) + " codes, at " +
-                     std::to_string(sensor.pixelDepth) + " bits"},
-       {"lens shading", Short(100 * settings.shading) + " %"},
-       {"blur", Short(settings.optics.blurPerPx) +
-                    " pixels (standard deviation) per pixel of phase difference"},
-       {"windows", std::to_string(settings.columns) + " x " + std::to_string(settings.rows) +
-                       (sensor.tuning.gridOverlap ? ", overlapping by half" : "") + ", ROI " +
-                       fraction(roi.startX) + " " + fraction(roi.startY) + " to " +
-                       fraction(roi.endX) + " " + fraction(roi.endY)},
-       {"calls a frame", std::to_string(settings.callsPerFrame)},
-       {"search range", std::to_string(sensor.tuning.searchFrom) + " to " +
-                            std::to_string(sensor.tuning.searchTo) + " pixels"}});
+  return "<div class=\"settings\">\n" +
+         Table(
+             "Settings", {"what", "value"},
+             {{"sensor", sensor.name + ": " + sensor.about},
+              {"image", std::to_string(sensor.imageWidth) + " x " +
+                            std::to_string(sensor.imageHeight) + " pixels, one sample step is " +
+                            std::to_string(sensor.SampleStepPx()) + " pixels"},
+              {"scene, seed", settings.scene + ", " + std::to_string(settings.seed)},
+              {"noise", Short(settings.noise.variancePerCode) + " codes² per code, read noise " +
+                            Short(settings.noise.readNoise) + " codes, at " +
+                            std::to_string(sensor.pixelDepth) + " bits"},
+              {"lens shading", Short(100 * settings.shading) + " %"},
+              {"blur", Short(settings.optics.blurPerPx) +
+                           " pixels (standard deviation) per pixel of phase difference"},
+              {"windows", std::to_string(settings.columns) + " x " + std::to_string(settings.rows) +
+                              (sensor.tuning.gridOverlap ? ", overlapping by half" : "") +
+                              ", ROI " + fraction(roi.startX) + " " + fraction(roi.startY) +
+                              " to " + fraction(roi.endX) + " " + fraction(roi.endY)},
+              {"calls a frame", std::to_string(settings.callsPerFrame)},
+              {"search range", std::to_string(sensor.tuning.searchFrom) + " to " +
+                                   std::to_string(sensor.tuning.searchTo) + " pixels"}}) +
+         "</div>\n";
 }
 
 std::string SceneFigure(const SensorDescription& sensor, const CameraSettings& settings) {
@@ -180,7 +183,7 @@ std::string RoiFigure(const SensorDescription& sensor, const CameraSettings& set
     const double sure = std::min(windows[i].confidence / 1023.0, 1.0);
     svg += "<rect x=\"" + Fixed(x + 1, 1) + "\" y=\"" + Fixed(y + 1, 1) + "\" width=\"" +
            Fixed(cellWidth - 2, 1) + "\" height=\"" + Fixed(cellHeight - 2, 1) + "\" fill=\"" +
-           WindowColour(windows[i]) + "\" fill-opacity=\"" + Fixed(0.12 + 0.28 * sure, 2) +
+           WindowColour(windows[i]) + "\" fill-opacity=\"" + Fixed(0.06 + 0.2 * sure, 2) +
            "\" stroke=\"" + WindowColour(windows[i]) + "\" stroke-width=\"2\"/>\n";
     if (cellWidth < 60 || cellHeight < 40) continue;
     svg += "<text class=\"tile\" text-anchor=\"middle\" x=\"" + Fixed(x + cellWidth / 2, 1) +

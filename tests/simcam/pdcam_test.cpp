@@ -1,0 +1,183 @@
+// The program as users start it.
+#include <gtest/gtest.h>
+#include <stdio.h>
+#include <sys/wait.h>
+
+#include <cmath>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "small_sensor.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using nlohmann::json;
+
+struct Outcome {
+  int status;
+  std::string output;
+  std::string errors;
+};
+
+class Pdcam : public testing::Test {
+ protected:
+  std::string Path(const std::string& name) const { return (folder_.path() / name).string(); }
+
+  void Write(const std::string& name, const std::string& content) const {
+    std::ofstream(Path(name), std::ios::binary) << content;
+  }
+  static std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
+  }
+
+  // The text of a report: encoded pictures may spell anything.
+  static std::string WithoutPictures(std::string report) {
+    for (size_t at; (at = report.find("data:image")) != std::string::npos;)
+      report.erase(at, report.find('"', at) - at);
+    return report;
+  }
+
+  Outcome Run(const std::string& arguments) const {
+    const std::string command = std::string(PDLIB_LAUNCHER) + " " + PDCAM_PROGRAM + " " +
+                                arguments + " 2>" + Path("errors");
+    FILE* pipe = popen(command.c_str(), "r");
+    Outcome outcome{};
+    char part[4096];
+    for (size_t size; (size = fread(part, 1, sizeof(part), pipe)) > 0;)
+      outcome.output.append(part, size);
+    const int status = pclose(pipe);
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    outcome.errors = ReadFile(Path("errors"));
+    return outcome;
+  }
+
+  test::TempFolder folder_;
+};
+
+TEST_F(Pdcam, TellsByItsStatusWhatWentWrong) {
+  Write("small.json", test::kSmallSensor);
+  json broken = json::parse(test::kSmallSensor);
+  broken["native"]["block"] = {0, 16};
+  Write("broken.json", broken.dump());
+  Write("photo.png", "no picture");
+  const std::string quick = " --from 0 --to 0 --sensor " + Path("small.json");
+  struct Case {
+    std::string arguments;
+    int status;
+    const char* message;
+  };
+  const Case cases[] = {
+      {"--help", 0, ""},
+      {"focus --help", 0, ""},
+      {"", 2, "subcommand"},
+      {"focus --speed 3", 2, "--speed"},
+      {"focus --start 1 --start-code 2", 2, "--start"},
+      {"focus --fps nan", 2, "--fps"},
+      {"sweep --from 3 --to 1", 2, "--from"},
+      {"sweep --windows 0x3", 2, "--windows"},
+      {"sweep --windows 20x20", 2, "--windows"},
+      {"sweep --roi 0.6 0 0.4 1", 2, "--roi"},
+      {"sensors nosuch", 2, "nosuch"},
+      {"sweep --sensor nosuch", 3, "s16, "},
+      {"sweep --sensor " + Path("broken.json"), 3, "native.block"},
+      {"sweep --scene nosuch" + quick, 3, "mixed, leaves"},
+      {"sweep --scene " + Path("photo.png") + quick, 3, "photo.png: expected a PNG or JPEG"},
+      {"sweep --csv /nosuch/folder/file" + quick, 3, "/nosuch/folder/file"},
+      {"sweep --library /nosuch/library.so" + quick, 4, "can't load the PD library"},
+  };
+  for (const Case& c : cases) {
+    const Outcome outcome = Run(c.arguments);
+    EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
+    EXPECT_NE(outcome.errors.find(c.message), std::string::npos) << c.arguments << "\n"
+                                                                 << outcome.errors;
+  }
+}
+
+TEST_F(Pdcam, FocusTellsAllInJsonCsvAndReport) {
+  Write("small.json", test::kSmallSensor);
+  const std::string arguments =
+      "focus --json --sensor " + Path("small.json") +
+      " --scene noise --roi 0.2 0.2 0.8 0.8 --frames 9 --start 14 --calls 2"
+      " --cameras 2 --second-sensor " +
+      Path("small.json") + " --seed 5 --csv " + Path("f.csv") + " --report " + Path("f.html");
+  const Outcome outcome = Run(arguments);
+  ASSERT_EQ(outcome.status, 0) << outcome.errors;
+  EXPECT_EQ(outcome.errors, "");  // progress is for terminals
+  const json result = json::parse(outcome.output);
+  for (const char* name : {"sensor", "scene", "seed", "frames_to_focus", "final_true_phase_px",
+                           "overshoot_steps", "within_1_step", "within_2_steps", "within_4_steps"})
+    EXPECT_TRUE(result.contains(name)) << name;
+  EXPECT_EQ(result["sensor"], "small");
+  EXPECT_EQ(result["seed"], 5);
+  ASSERT_EQ(result["frames"].size(), 9u);
+  for (const char* name : {"index", "lens_position", "true_phase_px", "phase_px", "defocus",
+                           "confidence", "processing_result"})
+    EXPECT_TRUE(result["frames"][8][name].is_number()) << name;
+  EXPECT_NEAR(result["frames"][0]["true_phase_px"], 14, 0.01);
+  EXPECT_LT(std::abs(result["final_true_phase_px"].get<double>()), 1);
+  EXPECT_EQ(result["other_cameras"][0]["seed"], 6);
+  EXPECT_EQ(Run(arguments).output, outcome.output);
+
+  const std::string csv = ReadFile(Path("f.csv"));
+  EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 10);
+  for (const std::string& path : {Path("f.html"), Path("f-1.html")}) {
+    const std::string report = WithoutPictures(ReadFile(path));
+    EXPECT_NE(report.find("</html>"), std::string::npos);
+    for (const char* outside : {"http:", "https:", "src=", "<script", "nan", "inf\""})
+      EXPECT_EQ(report.find(outside), std::string::npos) << outside;
+  }
+}
+
+TEST_F(Pdcam, PrintsDescriptionsThatCanBeUsed) {
+  Write("mine.json", Run("sensors s16-mirror").output);
+  const std::string quick = " --json --from 3 --to 5 --roi 0.45 0.45 0.55 0.55 --windows 1x1";
+  const Outcome mine = Run("sweep --sensor " + Path("mine.json") + quick);
+  ASSERT_EQ(mine.status, 0) << mine.errors;
+  EXPECT_EQ(mine.output, Run("sweep --sensor s16-mirror" + quick).output);
+  EXPECT_EQ(json::parse(Run("sensors --json").output).size(), 7u);
+}
+
+// What the library is held to on a sensor with a sample every four pixels.
+TEST_F(Pdcam, SweepStaysWithinItsErrors) {
+  struct Case {
+    const char* noise;
+    double meanAbs, worst;
+  };
+  for (const Case& c :
+       {Case{"none", 0.25, 0.75}, Case{"little", 0.25, 0.75}, Case{"much", 0.45, 1.8}}) {
+    const Outcome outcome = Run("sweep --json --sensor s16 --noise " + std::string(c.noise));
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    const json result = json::parse(outcome.output);
+    ASSERT_EQ(result["points"].size(), 41u * 9);
+    // Scored here from the points, not taken from the program.
+    double sum = 0;
+    double worst = 0;
+    double products = 0;
+    double squares = 0;
+    for (const json& point : result["points"]) {
+      const double truth = point["true_phase_px"];
+      const double error = point["phase_px"].get<double>() - truth;
+      sum += std::abs(error);
+      worst = std::max(worst, std::abs(error));
+      products += truth * point["phase_px"].get<double>();
+      squares += truth * truth;
+    }
+    EXPECT_LE(sum / (41 * 9), c.meanAbs) << c.noise;
+    EXPECT_LE(worst, c.worst) << c.noise;
+    EXPECT_NEAR(products / squares, 1, 0.01) << c.noise;  // the true values are centred on 0
+    EXPECT_NEAR(result["worst_px"], worst, 1e-9);
+  }
+}
+
+TEST_F(Pdcam, FocusCheckFailsWhenTheLensHasNoTime) {
+  const std::string quick = "focus --check --runs 1 --sensor s16 --roi 0.42 0.42 0.58 0.58 ";
+  EXPECT_EQ(Run(quick + "--frames 9").status, 0);
+  EXPECT_EQ(Run(quick + "--frames 2").status, 1);
+}
+
+}  // namespace
