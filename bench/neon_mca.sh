@@ -10,7 +10,7 @@ set -eu
 highest=${1:-1.1}
 root=$(cd "$(dirname "$0")/.." && pwd)
 kernels=$root/system/statsalgo/pdlib/src/kernels
-shifts=$(sed -n 's/^constexpr int kPassShifts = \([0-9]*\);$/\1/p' "$kernels/sad_neon.h")
+shifts=$(sed -n 's/^constexpr int kPassShifts = \([0-9]*\);$/\1/p' "$kernels/sad_rows.h")
 turns=1000
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

@@ -12,7 +12,7 @@ using kernel_test::Random;
 using kernel_test::Samples;
 using pdlib::KernelTable;
 
-enum class Folding { kOne, kTwo, kFour, kAll, kIrregular };
+enum class Folding { kOne, kTwo, kFour, kAll, kIrregular, kOpen };
 enum class Gains { kOnePerBlock, kSome, kExtreme };
 
 struct ParseCase {
@@ -102,9 +102,10 @@ class Scene {
   std::vector<uint8_t> Flags() {
     std::vector<uint8_t> last(static_cast<size_t>(c_.pairs));
     for (int i = 0; i < c_.pairs; ++i) {
-      bool ends = i + 1 == c_.pairs;
+      bool ends = i + 1 == c_.pairs && c_.folding != Folding::kOpen;
       if (c_.folding == Folding::kOne) ends = true;
       if (c_.folding == Folding::kTwo) ends |= i % 2 == 1;
+      if (c_.folding == Folding::kOpen) ends |= i % 2 == 0 && i + 1 < c_.pairs;
       if (c_.folding == Folding::kFour) ends |= i % 4 == 3;
       if (c_.folding == Folding::kIrregular) ends |= random_.Below(3) == 0;
       last[static_cast<size_t>(i)] = ends;
@@ -206,8 +207,8 @@ TEST_P(ParseForms, EveryCountOfBlocksAndPairs) {
 }
 
 TEST_P(ParseForms, EveryFolding) {
-  for (Folding folding :
-       {Folding::kOne, Folding::kTwo, Folding::kFour, Folding::kAll, Folding::kIrregular}) {
+  for (Folding folding : {Folding::kOne, Folding::kTwo, Folding::kFour, Folding::kAll,
+                          Folding::kIrregular, Folding::kOpen}) {
     for (int pairs : {1, 4, 6, 8, 16, 24, 64}) {
       Compare({.blocks = 37, .pairs = pairs, .folding = folding, .raw = true});
       Compare({.blocks = 37, .pairs = pairs, .folding = folding, .gains = Gains::kExtreme});
@@ -233,7 +234,7 @@ TEST_P(ParseForms, EveryShiftAndBlackLevel) {
 
 // From 2^24 on a sum in single precision depends on the order of its additions.
 TEST_P(ParseForms, SumsKeepTheirOrderWhereItMatters) {
-  for (float start : {16777215.0f, 16777216.0f, 16770000.0f, 33000000.0f, 5e8f, 1e12f, 0.5f}) {
+  for (float start : {16777215.0f, 16777216.0f, 16770000.0f, 33000000.0f, 5e8f, 1e12f}) {
     Compare({.blocks = 150, .pairs = 8, .startSum = start});
     Compare({.blocks = 150, .pairs = 7, .shift = 4, .startSum = start, .fullRange = true});
   }

@@ -57,6 +57,18 @@ TEST_P(Parsers, CorrectFoldAndAddUp) {
   EXPECT_EQ(sink.rightRaw - rightRaw.data(), 6);
 }
 
+TEST_P(Parsers, DropASampleThatItsBlockLeavesOpen) {
+  Line line;
+  line.leftLast = {0, 1, 0};
+  line.leftGain.assign(4, 256);
+  Values left(2), right(4);
+  pdlib::ParseSink sink = {left.data(), right.data(), nullptr, nullptr, 0, 0};
+  fast().parseRow(line.Row(), sink);
+  EXPECT_EQ(left, (Values{300, 3}));
+  EXPECT_EQ(sink.left, left.data() + 2);
+  EXPECT_EQ(sink.leftSum, 306);
+}
+
 TEST_P(Parsers, LimitPixelsAndWrapSamples) {
   Line line;
   line.pixels.assign(12, 65535);

@@ -32,10 +32,9 @@ void Transpose(V (&block)[kRowLanes]) {
 template <class V, class F>
 class BandPassRows {
  public:
-  // `rows` is 1 to 8.
+  // `rows` is 1 to 8; the lanes behind the last row repeat it.
   void Start(uint16_t* samples, int rows, int cols) {
     uint16_t first[kRowLanes];
-    rows_ = rows;
     for (int r = 0; r < kRowLanes; ++r) {
       at_[r] = samples + ptrdiff_t{std::min(r, rows - 1)} * cols;
       first[r] = *at_[r];
@@ -56,10 +55,8 @@ class BandPassRows {
     for (V& column : block) column = Next(F::FromSamples(column));
     Transpose(block);
     for (int r = 0; r < kRowLanes; ++r) {
-      if (r < rows_) {
-        block[r].Store(cols < kRowLanes ? partial[r] : at_[r]);
-        if (cols < kRowLanes) std::copy_n(partial[r], cols, at_[r]);
-      }
+      block[r].Store(cols < kRowLanes ? partial[r] : at_[r]);
+      if (cols < kRowLanes) std::copy_n(partial[r], cols, at_[r]);
       at_[r] += cols;
     }
   }
@@ -76,7 +73,6 @@ class BandPassRows {
   static constexpr float kPole1 = 1.7581f;
   static constexpr float kPole2 = 0.7756f;
   uint16_t* at_[kRowLanes];
-  int rows_;
   F s1_;
   F s2_;
 };

@@ -40,7 +40,8 @@ struct ParseSink {
   uint16_t* right;
   uint16_t* leftRaw;  // plain corrected pixels, one per pair; null: not wanted
   uint16_t* rightRaw;
-  float leftSum;  // running sums of the corrected pixels, scan order, single precision
+  // Running sums of the corrected pixels, added in scan order in single precision: whole numbers.
+  float leftSum;
   float rightSum;
 };
 

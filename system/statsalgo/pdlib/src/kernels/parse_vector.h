@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 
 #include "kernels/kernels_scalar.h"
 #include "kernels/vectors.h"
@@ -19,42 +20,65 @@ constexpr int kChunkPixels = 1024;
 constexpr int kChunkSlack = 16;
 using Chunk = uint16_t[kChunkPixels + kChunkSlack];
 
-template <class Pixel>
-uint16_t ReadAt(const uint8_t* pixels, size_t index) {
-  Pixel pixel;
-  std::memcpy(&pixel, pixels + index * sizeof pixel, sizeof pixel);
-  return pixel;
-}
+// Where the pixels of a row of blocks stand. Blocks are taken in groups whose pixels fill whole
+// vectors.
+class GatherTable {
+ public:
+  static constexpr int kMaxCount = 128;
 
-// out[b * count + i] = pixels[b * blockStep + index[i]], four blocks to a look at the table.
-template <class Pixel, class Index>
-void Gather(const uint8_t* pixels, size_t blockStep, int blocks, const Index* index, int count,
-            uint16_t* out) {
-  const size_t step = blockStep * sizeof(Pixel);
-  int block = 0;
-  for (; block + 4 <= blocks; block += 4, pixels += 4 * step, out += ptrdiff_t{4} * count) {
-    for (int i = 0; i < count; ++i) {
-      const size_t at = index[i];
-      out[i] = ReadAt<Pixel>(pixels, at);
-      out[i + count] = ReadAt<Pixel>(pixels + step, at);
-      out[i + 2 * count] = ReadAt<Pixel>(pixels + 2 * step, at);
-      out[i + 3 * count] = ReadAt<Pixel>(pixels + 3 * step, at);
+  // Block b's pixel i, i < count <= kMaxCount, stands at index[i] + b * blockStep.
+  template <class Index>
+  GatherTable(const Index* index, int count, size_t blockStep)
+      : count_(count), block_step_(blockStep), group_blocks_(8 / std::gcd(count, 8)) {
+    size_t* entry = index_;
+    for (int block = 0; block < group_blocks_; ++block) {
+      for (int i = 0; i < count; ++i) {
+        *entry++ = index[i] + static_cast<size_t>(block) * blockStep;
+      }
     }
   }
-  for (; block < blocks; ++block, pixels += step, out += count) {
-    for (int i = 0; i < count; ++i) out[i] = ReadAt<Pixel>(pixels, index[i]);
-  }
-}
 
-template <class Index>
-void GatherPixels(const uint8_t* pixels, int bytesPerPixel, size_t blockStep, int blocks,
-                  const Index* index, int count, uint16_t* out) {
-  if (bytesPerPixel == 1) {
-    Gather<uint8_t>(pixels, blockStep, blocks, index, count, out);
-  } else {
-    Gather<uint16_t>(pixels, blockStep, blocks, index, count, out);
+  // The pixels of `blocks` blocks, block after block.
+  void Gather(const uint8_t* pixels, int bytesPerPixel, int blocks, uint16_t* out) const {
+    if (bytesPerPixel == 1) {
+      GatherAs<uint8_t>(pixels, blocks, out);
+    } else {
+      GatherAs<uint16_t>(pixels, blocks, out);
+    }
   }
-}
+
+ private:
+  template <class Pixel>
+  void GatherAs(const uint8_t* pixels, int blocks, uint16_t* out) const {
+    const size_t groupStep = static_cast<size_t>(group_blocks_) * block_step_ * sizeof(Pixel);
+    const int groupCount = group_blocks_ * count_;
+    const int groups = blocks / group_blocks_;
+    for (int i = 0; i < groupCount; i += 8) {
+      GatherVectors<Pixel>(pixels, groupStep, groups, index_ + i, out + i, groupCount);
+    }
+    pixels += static_cast<size_t>(groups) * groupStep;
+    out += ptrdiff_t{groups} * groupCount;
+    for (int i = 0; i < blocks % group_blocks_ * count_; ++i) {
+      out[i] = LoadAt<Pixel>(pixels, index_[i]);
+    }
+  }
+
+  // One vector of each group: the eight places stay in registers on the way over the groups.
+  template <class Pixel>
+  static void GatherVectors(const uint8_t* pixels, size_t groupStep, int groups,
+                            const size_t* index, uint16_t* out, ptrdiff_t outStep) {
+    size_t at[8];
+    std::copy_n(index, 8, at);
+    for (int group = 0; group < groups; ++group, pixels += groupStep, out += outStep) {
+      U16x8::Gather<Pixel>(pixels, at).Store(out);
+    }
+  }
+
+  int count_;
+  size_t block_step_;
+  int group_blocks_;
+  size_t index_[kMaxCount * 8];
+};
 
 // A sum in single precision over integers is exact, in whatever order, as long as it stays below
 // 2^24.
@@ -62,8 +86,7 @@ constexpr uint32_t kExactSums = 1u << 24;
 
 inline bool StaysExact(float sum, uint32_t total) {
   if (!(sum >= 0 && sum <= static_cast<float>(kExactSums))) return false;
-  const uint32_t whole = static_cast<uint32_t>(sum);
-  return static_cast<float>(whole) == sum && total <= kExactSums - whole;
+  return total <= kExactSums - static_cast<uint32_t>(sum);
 }
 
 // Adds samples to the running sums as one addition after the other gives them. Chunk by chunk: at
@@ -101,9 +124,11 @@ inline uint16_t BlackLevel16(uint32_t blackLevel) {
 inline int PixelsPerSample(const uint8_t* last, int count) {
   int run = 1;
   while (run <= count && last[run - 1] == 0) ++run;
-  if (run > count || (run & (run - 1)) != 0 || count % run != 0) return 0;
+  const int insideRun = run - 1;
+  if (run > count || (run & insideRun) != 0 || (count & insideRun) != 0) return 0;
   for (int i = 0; i < count; ++i) {
-    if ((last[i] != 0) != ((i + 1) % run == 0)) return 0;
+    const bool endsRun = (i & insideRun) == insideRun;
+    if ((last[i] != 0) != endsRun) return 0;
   }
   return run;
 }
@@ -115,9 +140,10 @@ class ParsedChannel {
   ParsedChannel(const ParseRow& row, const uint32_t* offset, const uint8_t* last,
                 const uint16_t* gain)
       : row_(row),
-        offset_(offset),
         last_(last),
         gain_(gain),
+        pixels_at_(offset, row.pairCount, row.blockStep),
+        gains_at_(row.gainIndex, row.pairCount, row.gainStep),
         black_(V::Splat(BlackLevel16(row.blackLevel))),
         pixels_per_sample_(PixelsPerSample(last, row.pairCount)),
         one_gain_(std::all_of(row.gainIndex, row.gainIndex + row.pairCount,
@@ -131,9 +157,8 @@ class ParsedChannel {
     const int count = blocks * row_.pairCount;
     const uint8_t* line =
         row_.line + first * row_.blockStep * static_cast<size_t>(row_.bytesPerPixel);
-    GatherPixels(line, row_.bytesPerPixel, row_.blockStep, blocks, offset_, row_.pairCount,
-                 values_);
     ReadGains(gain_ + first * row_.gainStep, blocks);
+    pixels_at_.Gather(line, row_.bytesPerPixel, blocks, values_);
     V::Splat(0).Store(values_ + count);
     V::Splat(0).Store(gains_ + count);
     for (int i = 0; i < count; i += V::kLanes) {
@@ -158,14 +183,13 @@ class ParsedChannel {
  private:
   void ReadGains(const uint16_t* gain, int blocks) {
     if (!one_gain_) {
-      GatherPixels(reinterpret_cast<const uint8_t*>(gain), 2, row_.gainStep, blocks, row_.gainIndex,
-                   row_.pairCount, gains_);
+      gains_at_.Gather(reinterpret_cast<const uint8_t*>(gain), 2, blocks, gains_);
       return;
     }
     gain += row_.gainIndex[0];
     for (int block = 0; block < blocks; ++block, gain += row_.gainStep) {
       uint16_t* out = gains_ + block * row_.pairCount;
-      for (int i = 0; i < row_.pairCount; i += V::kLanes) V::Splat(*gain).Store(out + i);
+      for (int i = 0; i < row_.pairCount; i += 8) U16x8::Splat(*gain).Store(out + i);
     }
   }
 
@@ -184,9 +208,10 @@ class ParsedChannel {
   }
 
   const ParseRow& row_;
-  const uint32_t* offset_;
   const uint8_t* last_;
   const uint16_t* gain_;
+  GatherTable pixels_at_;
+  GatherTable gains_at_;
   V black_;
   int pixels_per_sample_;
   bool one_gain_;
@@ -197,7 +222,7 @@ class ParsedChannel {
 template <class V>
 void ParseByVectors(const ParseRow& row, ParseSink& sink) {
   if (row.pairCount < 1) return;
-  if (row.pairCount > kChunkPixels) return scalar::Parse(row, sink);
+  if (row.pairCount > GatherTable::kMaxCount) return scalar::Parse(row, sink);
   ParsedChannel<V> left(row, row.leftOffset, row.leftLast, row.leftGain);
   ParsedChannel<V> right(row, row.rightOffset, row.rightLast, row.rightGain);
   const int chunkBlocks = kChunkPixels / row.pairCount;
@@ -237,11 +262,14 @@ template <class V>
 void ParseOptimizedByVectors(const OptimizedParseRow& row, uint16_t* left, uint16_t* right,
                              float* leftSum, float* rightSum) {
   if (row.blockCount < 1 || row.pairCount < 1) return;
+  if (row.pairCount > GatherTable::kMaxCount) {
+    return scalar::ParseOptimized(row, left, right, leftSum, rightSum);
+  }
   const int count = row.blockCount * row.pairCount;
-  GatherPixels(row.line, row.bytesPerPixel, row.blockStep, row.blockCount, row.leftOffset,
-               row.pairCount, left);
-  GatherPixels(row.line, row.bytesPerPixel, row.blockStep, row.blockCount, row.rightOffset,
-               row.pairCount, right);
+  GatherTable(row.leftOffset, row.pairCount, row.blockStep)
+      .Gather(row.line, row.bytesPerPixel, row.blockCount, left);
+  GatherTable(row.rightOffset, row.pairCount, row.blockStep)
+      .Gather(row.line, row.bytesPerPixel, row.blockCount, right);
   CorrectSamples<V>(left, row.leftGain, count, row.blackLevel);
   CorrectSamples<V>(right, row.rightGain, count, row.blackLevel);
   for (int i = 0; i < count; i += kChunkPixels) {

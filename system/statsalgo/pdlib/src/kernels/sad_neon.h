@@ -15,9 +15,6 @@
 namespace pdlib {
 namespace {
 
-// Shifts whose sums stay in registers.
-constexpr int kPassShifts = 12;
-
 // sums[k] += SAD under shift k, k < kShifts.
 template <int kShifts>
 void AddPassSads(const uint16_t* left, const uint16_t* right, int positions, uint32_t* sums) {
@@ -68,9 +65,9 @@ constexpr auto SadPasses(std::integer_sequence<int, kIndex...>) {
 inline void AddRowSadsByPasses(const uint16_t* left, const uint16_t* right, int positions,
                                int shifts, uint32_t* sums) {
   static constexpr auto kPasses = SadPasses(std::make_integer_sequence<int, kPassShifts>{});
-  for (int k = 0; k < shifts; k += kPassShifts) {
-    const int passShifts = std::min(shifts - k, kPassShifts);
-    kPasses[passShifts - 1](left + k, right, positions, sums + k);
+  for (int k = 0, count = 0; k < shifts; k += count) {
+    count = NextPass(shifts - k);
+    kPasses[static_cast<size_t>(count - 1)](left + k, right, positions, sums + k);
   }
 }
 

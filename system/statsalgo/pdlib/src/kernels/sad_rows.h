@@ -14,6 +14,16 @@ namespace {
 // Shifts that are summed in one go over a row.
 constexpr int kShiftBlock = 64;
 
+// Shifts whose sums stay in registers, in one pass over a row.
+constexpr int kPassShifts = 12;
+
+// The shifts of the next pass when this many are left: as few passes as there must be, the last two
+// of about one size.
+constexpr int NextPass(int shiftsLeft) {
+  if (shiftsLeft <= kPassShifts) return shiftsLeft;
+  return shiftsLeft < 2 * kPassShifts ? (shiftsLeft + 1) / 2 : kPassShifts;
+}
+
 // A row kernel adds to sums[k], k < shifts, the SAD over `positions` of one row under shift k.
 using AddRowSads = void (*)(const uint16_t* left, const uint16_t* right, int positions, int shifts,
                             uint32_t* sums);

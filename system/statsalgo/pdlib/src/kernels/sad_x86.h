@@ -19,9 +19,6 @@ namespace {
 
 constexpr int kTilePositions = 1024;
 constexpr uint16_t kBias = 0x8000;
-// Shifts whose sums stay in registers.
-constexpr int kPassShifts = 8;
-
 constexpr int RoundUp(int count, int multiple) {
   return (count + multiple - 1) / multiple * multiple;
 }
@@ -48,10 +45,14 @@ alignas(64) constexpr uint16_t kLastLanes[2 * kMaxLanes] = {
 // Adds what both rows contribute by their own sums: the left window slides with the shift.
 inline void AddOwnSums(uint32_t leftSum, uint32_t rightSum, const uint16_t* left, int positions,
                        int shifts, uint32_t* sums) {
+  uint32_t entering[kShiftBlock];
+  for (int k = 0; k + 1 < shifts; ++k) {
+    entering[k] = static_cast<uint32_t>(left[positions + k] - left[k]);
+  }
   uint32_t both = leftSum + rightSum;
   sums[0] += both;
   for (int k = 1; k < shifts; ++k) {
-    both += static_cast<uint32_t>(left[positions + k - 1] - left[k - 1]);
+    both += entering[k - 1];
     sums[k] += both;
   }
 }
@@ -60,18 +61,21 @@ inline void AddOwnSums(uint32_t leftSum, uint32_t rightSum, const uint16_t* left
 template <class V, int kShifts>
 void SubtractMinima(const uint16_t* left, const uint16_t* right, int count, uint32_t* sums) {
   using Sums = decltype(AddPairsSigned(V::Splat(0)));
-  Sums minima[kPassShifts];
+  constexpr int kSums = RoundUp(kShifts, 4);
+  Sums minima[kSums];
   for (Sums& sum : minima) sum = Sums::Zero();
   for (int i = 0; i < count; i += V::kLanes) {
     const V r = V::Load(right + i);
-#pragma GCC unroll 8
+#pragma GCC unroll 12
     for (int k = 0; k < kShifts; ++k) {
       minima[k] = minima[k] + AddPairsSigned(MinSigned(V::Load(left + i + k), r));
     }
   }
-  uint32_t totals[kPassShifts];
-  Sums::Totals(minima[0], minima[1], minima[2], minima[3]).Store(totals);
-  Sums::Totals(minima[4], minima[5], minima[6], minima[7]).Store(totals + 4);
+  uint32_t totals[kSums];
+#pragma GCC unroll 3
+  for (int k = 0; k < kSums; k += 4) {
+    Sums::Totals(minima[k], minima[k + 1], minima[k + 2], minima[k + 3]).Store(totals + k);
+  }
   const uint32_t bias = uint32_t{kBias} * static_cast<uint32_t>(count);
   for (int k = 0; k < kShifts; ++k) sums[k] -= 2 * (totals[k] + bias);
 }
@@ -115,9 +119,9 @@ void AddTileSads(const uint16_t* left, const uint16_t* right, int positions, int
   Sums::Totals(leftSums, rightSums, leftSums, rightSums).Store(totals);
   const uint32_t biases = uint32_t{kBias} * static_cast<uint32_t>(positions);
   AddOwnSums(totals[0] + biases, totals[1] + biases, left, positions, shifts, sums);
-  for (int k = 0; k < shifts; k += kPassShifts) {
-    const int passShifts = std::min(shifts - k, kPassShifts);
-    kPasses[passShifts - 1](leftTile + k, rightTile, padded, sums + k);
+  for (int k = 0, count = 0; k < shifts; k += count) {
+    count = NextPass(shifts - k);
+    kPasses[static_cast<size_t>(count - 1)](leftTile + k, rightTile, padded, sums + k);
   }
 }
 

@@ -4,10 +4,20 @@
 
 #include <arm_neon.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace pdlib {
 namespace {
+
+// Element `index` of an array of Pixel that need not be aligned.
+template <class Pixel>
+uint16_t LoadAt(const uint8_t* pixels, size_t index) {
+  Pixel pixel;
+  std::memcpy(&pixel, pixels + index * sizeof pixel, sizeof pixel);
+  return pixel;
+}
 
 struct U16x8 {
   static constexpr int kLanes = 8;
@@ -16,6 +26,15 @@ struct U16x8 {
   static U16x8 Load(const uint16_t* from) { return {vld1q_u16(from)}; }
   void Store(uint16_t* to) const { vst1q_u16(to, value); }
   static U16x8 Splat(uint16_t sample) { return {vdupq_n_u16(sample)}; }
+  // Pixels at eight places.
+  template <class Pixel>
+  static U16x8 Gather(const uint8_t* pixels, const size_t* index) {
+    uint16x8_t gathered = vdupq_n_u16(0);
+    for (int lane = 0; lane < kLanes; ++lane) {
+      gathered[lane] = LoadAt<Pixel>(pixels, index[lane]);
+    }
+    return {gathered};
+  }
 
   friend U16x8 operator+(U16x8 a, U16x8 b) { return {vaddq_u16(a.value, b.value)}; }
   friend U16x8 operator-(U16x8 a, U16x8 b) { return {vsubq_u16(a.value, b.value)}; }

@@ -5,10 +5,20 @@
 
 #include <immintrin.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace pdlib {
 namespace {
+
+// Element `index` of an array of Pixel that need not be aligned.
+template <class Pixel>
+uint16_t LoadAt(const uint8_t* pixels, size_t index) {
+  Pixel pixel;
+  std::memcpy(&pixel, pixels + index * sizeof pixel, sizeof pixel);
+  return pixel;
+}
 
 // Eight samples. Needs SSE2.
 struct U16x8 {
@@ -20,6 +30,20 @@ struct U16x8 {
   }
   void Store(uint16_t* to) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(to), value); }
   static U16x8 Splat(uint16_t sample) { return {_mm_set1_epi16(static_cast<short>(sample))}; }
+  // Pixels at eight places. Lane by lane: a word goes from memory into its lane in one instruction.
+  template <class Pixel>
+  static U16x8 Gather(const uint8_t* pixels, const size_t* index) {
+    __m128i gathered = _mm_setzero_si128();
+    gathered = _mm_insert_epi16(gathered, LoadAt<Pixel>(pixels, index[0]), 0);
+    gathered = _mm_insert_epi16(gathered, LoadAt<Pixel>(pixels, index[1]), 1);
+    gathered = _mm_insert_epi16(gathered, LoadAt<Pixel>(pixels, index[2]), 2);
+    gathered = _mm_insert_epi16(gathered, LoadAt<Pixel>(pixels, index[3]), 3);
+    gathered = _mm_insert_epi16(gathered, LoadAt<Pixel>(pixels, index[4]), 4);
+    gathered = _mm_insert_epi16(gathered, LoadAt<Pixel>(pixels, index[5]), 5);
+    gathered = _mm_insert_epi16(gathered, LoadAt<Pixel>(pixels, index[6]), 6);
+    gathered = _mm_insert_epi16(gathered, LoadAt<Pixel>(pixels, index[7]), 7);
+    return {gathered};
+  }
 
   friend U16x8 operator+(U16x8 a, U16x8 b) { return {_mm_add_epi16(a.value, b.value)}; }
   friend U16x8 operator-(U16x8 a, U16x8 b) { return {_mm_sub_epi16(a.value, b.value)}; }
