@@ -24,11 +24,9 @@ Map Values(Array& array, size_t count) {
 TEST(Maps, ResizeBlendsBetweenCorners) {
   const struct {
     Map source;
-    int width;
-    int height;
+    int width, height;
     Map wanted;
-    int newWidth;
-    int newHeight;
+    int newWidth, newHeight;
   } cases[] = {
       {{0, 100, 200, 300}, 2, 2, {0, 50, 100, 100, 150, 200, 200, 250, 300}, 3, 3},
       {{0, 10}, 2, 1, {0, 3, 6, 10}, 4, 1},  // 3.33 and 6.67 are cut
@@ -98,8 +96,7 @@ TEST(Maps, FlipsOfAllThreeKinds) {
 
 TEST(Calibration, VersionBitsSwapTheSidesAndSetTheFraction) {
   const struct {
-    uint16_t version;
-    uint16_t fractionBits;
+    uint16_t version, fractionBits;
     uint16_t leftGain;  // Left_GainMap holds 300, Right_GainMap 500
     uint16_t q;
     const char* line;
@@ -212,8 +209,7 @@ TEST(Calibration, MapIsExpandedToTheGainsOfABlock) {
 
 TEST(Calibration, SizesOfTheGainMaps) {
   const struct {
-    uint16_t width;
-    uint16_t height;
+    uint16_t width, height;
     int result;
   } cases[] = {{1, 1, 0},  {25, 19, 0}, {475, 1, 0}, {0, 0, 1},
                {0, 19, 1}, {24, 20, 1}, {476, 1, 1}, {65535, 65535, 1}};
@@ -229,32 +225,10 @@ TEST(Calibration, SizesOfTheGainMaps) {
   }
 }
 
-TEST(Calibration, EveryAllocationMayFail) {
-  SparseCamera camera;
-  camera.init.nativePatternInfo.orientation = kOrientationMirrorAndFlip;
-  const auto context = InitialisedContext(camera);
-  const uint64_t live = Orvo::Host::Allocations().live;
-  int failures = 0;
-  for (int64_t index = 0;; ++index) {
-    LogCapture log;
-    Orvo::Host::FailAllocation(index);
-    const int result = pdaf_calibration_init(context.get());
-    Orvo::Host::NeverFailAllocation();
-    if (result == 0) break;
-    ++failures;
-    EXPECT_EQ(log.texts(), std::vector<std::string>{"Out of memory"});
-    EXPECT_EQ(Orvo::Host::Allocations().live, live);
-  }
-  EXPECT_GE(failures, 8);  // two maps, and two flips of three maps
-}
-
 // 80 by 60 blocks. The window's centre picks four entries, which count alike.
 TEST(Dcc, MeanOfTheFourEntriesAroundTheCentre) {
   const struct {
-    uint32_t x0;
-    uint32_t x1;
-    uint32_t y0;
-    uint32_t y1;
+    uint32_t x0, x1, y0, y1;
     int dcc;
   } cases[] = {
       {0, 10, 0, 10, (0 + 100 + 1000 + 1100) / 4},

@@ -77,6 +77,27 @@ TEST(Calls, CallAboveTheRoiCountsAsWholeWithAWarning) {
   EXPECT_GT(run.result(4).confidence, 600u);
 }
 
+// The lens position of a frame is that of its first call, its buffer that of each call.
+TEST(Calls, LaterCallsBringTheirOwnBuffer) {
+  FlowRun run;
+  run.camera.tuning.enablePeripheralWindows = 1;
+  run.camera.tuning.correlation.defocusConfidenceThreshold = 1023;
+  run.camera.tuning.postProcess.temporalFilterStaticWeight = 0.25f;
+  run.camera.param.lensPosition = 5;
+  run.camera.exposeShifted(12);
+  ASSERT_EQ(run.init(), kPDStatusOk);
+  ASSERT_EQ(run.call(kRoiBottom), kPDStatusOk);
+  const std::vector<uint8_t> first = std::move(run.camera.frame);
+  run.camera.exposeShifted(-8);
+  run.camera.param.lensPosition = 9;
+  ASSERT_EQ(run.frame(), kPDStatusOk);
+  EXPECT_NEAR(run.result(4).phaseDiff, -12, 0.4);
+  EXPECT_NEAR(run.output.peripheralInfo[6].phaseDiff, 8, 0.4);
+  run.output = {};
+  ASSERT_EQ(run.frame(), kPDStatusOk);  // the lens moved from 5 to 9
+  EXPECT_NEAR(run.result(4).phaseDiff, 8, 0.4);
+}
+
 TEST(Calls, DepthMapStaysTheCallers) {
   FlowRun run;
   std::memset(&run.output, 0x5a, sizeof(run.output));
@@ -193,8 +214,7 @@ TEST(TemporalFilter, ForgetsWhenTheWindowChanges) {
 
 TEST(SkipControl, PatternOverTwelveStillFrames) {
   const struct {
-    int threshold;
-    int rate;
+    int threshold, rate;
     float fps;
     const char* pattern;  // s: skipped
   } cases[] = {

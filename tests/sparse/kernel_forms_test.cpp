@@ -59,19 +59,6 @@ const Setting kSettings[] = {
      [](SparseCamera& c) { std::fill_n(c.calibration.Left_GainMap, kGainMapEntries, 65535); }},
 };
 
-struct Extensions {
-  float on = 1.0f;
-  statsglobalelements::statsExtensionParamType entries[3] = {};
-  explicit Extensions(SparseCamera& camera, std::initializer_list<const char*> names) {
-    uint32_t count = 0;
-    for (const char* name : names) {
-      entries[count++] = {0, const_cast<char*>(name), 1, 1, 0, &on};
-    }
-    camera.tuning.extensionParam = entries;
-    camera.tuning.extensionParamCount = count;
-  }
-};
-
 void NoisyFrame(SparseCamera& camera, uint32_t seed) {
   std::mt19937 random(seed);
   const int range = camera.init.bufferDataInfo.bufferFormat == kBufferUnpacked16 ? 65000 : 250;
@@ -87,7 +74,7 @@ PDLibOutputData Measure(const Setting& setting, std::initializer_list<const char
   run.camera.tuning.enablePeripheralWindows = 1;
   run.camera.tuning.correlation.defocusConfidenceThreshold = 1023;
   setting.change(run.camera);
-  const Extensions switches(run.camera, extensions);
+  for (const char* name : extensions) run.camera.addExtension(name);
   EXPECT_EQ(run.init(), kPDStatusOk) << setting.name;
   for (uint32_t frame = 0; frame < 2; ++frame) {
     NoisyFrame(run.camera, frame);

@@ -36,21 +36,13 @@ void ServeBothAxes(SparseCamera& camera) {
   }
 }
 
-void SetExtension(SparseCamera& camera, const char* name) {
-  static float on = 1.0f;
-  static statsglobalelements::statsExtensionParamType entry;
-  entry = {0, const_cast<char*>(name), 1, 1, 0, &on};
-  camera.tuning.extensionParam = &entry;
-  camera.tuning.extensionParamCount = 1;
-}
-
 const SensorCase kSensors[] = {
     {"plain", [](SparseCamera&) {}},
     {"one window, no overlap", [](SparseCamera& c) { c.setWindows(1, 1); }},
     {"custom ROI", [](SparseCamera& c) { c.setWindows(4, 2, PDLibRoiType(7)); }},
     {"one pixel a sample", [](SparseCamera& c) { c.setPixels(FourColumns(1)); }},
-    {"optimized", [](SparseCamera& c) { SetExtension(c, "EnableOptimizedSparseParsing"); }},
-    {"band pass", [](SparseCamera& c) { SetExtension(c, "EnableSparsePDAFIIRFilter"); }},
+    {"optimized", [](SparseCamera& c) { c.addExtension("EnableOptimizedSparseParsing"); }},
+    {"band pass", [](SparseCamera& c) { c.addExtension("EnableSparsePDAFIIRFilter"); }},
     {"two processors", [](SparseCamera& c) { c.addSecondProcessor(25, 32); }},
     {"inside the frame",
      [](SparseCamera& c) { c.init.bufferDataInfo.sensorType = kSensorSparseInFrame; }},
@@ -125,10 +117,7 @@ TEST(Measurement, DefocusIsThePhaseTimesTheCoefficient) {
 // The grid's own vectors are taken by the steps, then summed in place in the order of the results,
 // with a row step of the row count.
 TEST(Measurement, OverlappingCellsAreSummedByTheStatedIndices) {
-  const struct {
-    uint32_t columns;
-    uint32_t rows;
-  } cases[] = {{2, 2}, {3, 1}, {1, 3}, {4, 2}, {2, 4}};
+  const struct { uint32_t columns, rows; } cases[] = {{2, 2}, {3, 1}, {1, 3}, {4, 2}, {2, 4}};
   for (const auto& c : cases) {
     SparseCamera camera;
     camera.setWindows(c.columns, c.rows);
@@ -186,7 +175,7 @@ TEST(Measurement, LengthsOfTheFiltersThatDoNotExist) {
        [](SparseCamera& c) { c.preProcess().boxFilterLength = 3; }, 4},
       {"Unsupported binning count 3",
        [](SparseCamera& c) {
-         SetExtension(c, "verticalBinningControl");
+         c.addExtension("verticalBinningControl");
          auto& sets = c.preProcess().filterTrigger.filterSet;
          sets[0].AECTrigger.gain_start = 8;  // the gain of 5.9 counts as 5
          sets[1].AECTrigger.gain_start = 5;

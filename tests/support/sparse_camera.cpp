@@ -136,6 +136,15 @@ void SparseCamera::addSecondProcessor(uint32_t firstBlock, uint32_t overlapPixel
   buffer.isp2BufferStride = buffer.isp2BufferWidth * 2;
 }
 
+void SparseCamera::addExtension(const char* name, float value, int32_t enabled, uint32_t count) {
+  extensionNames_.emplace_back(name);
+  extensionValues_.push_back(value);
+  extensions_.push_back(
+      {0, extensionNames_.back().data(), enabled, count, 0, &extensionValues_.back()});
+  tuning.extensionParam = extensions_.data();
+  tuning.extensionParamCount = static_cast<uint32_t>(extensions_.size());
+}
+
 size_t SparseCamera::pixelPosition(uint32_t blockX, uint32_t blockY, const PdPixel& pixel) const {
   const PDLibDataBufferInfo& buffer = init.bufferDataInfo;
   const size_t bytes = buffer.bufferFormat == kBufferUnpacked16 ? 2 : 1;

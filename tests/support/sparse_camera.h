@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "afpdlibelements.h"
@@ -44,6 +46,9 @@ struct SparseCamera {
   // place and size.
   void addSecondProcessor(uint32_t firstBlock, uint32_t overlapPixels);
 
+  // Adds a named parameter to the tuning.
+  void addExtension(const char* name, float value = 1.0f, int32_t enabled = 1, uint32_t count = 1);
+
   // Writes the frame: each PD pixel gets black level + codes(left, native x, row of blocks).
   void expose(const std::function<int(bool left, int x, int blockRow)>& codes);
   // The texture, with the right view `shift` pixels ahead of the left one: the phase difference is
@@ -63,6 +68,9 @@ struct SparseCamera {
  private:
   size_t pixelPosition(uint32_t blockX, uint32_t blockY, const PdPixel& pixel) const;
   uint32_t secondFirstBlock_ = UINT32_MAX;
+  std::vector<statsglobalelements::statsExtensionParamType> extensions_;
+  std::deque<std::string> extensionNames_;
+  std::deque<float> extensionValues_;
 };
 
 }  // namespace test
