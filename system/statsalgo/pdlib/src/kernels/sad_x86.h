@@ -19,6 +19,7 @@ namespace {
 
 constexpr int kTilePositions = 1024;
 constexpr uint16_t kBias = 0x8000;
+
 constexpr int RoundUp(int count, int multiple) {
   return (count + multiple - 1) / multiple * multiple;
 }
@@ -35,7 +36,7 @@ void CopyBiased(const uint16_t* samples, int from, int count, int end, uint16_t*
   (V::Load(samples + last) ^ bias).Store(tile + last);
 }
 
-// The last `count` lanes of kLastLanes + kMaxLanes - lanes + count are all ones.
+// A vector loaded from kLastLanes + kMaxLanes - lanes + count has ones in its last `count` lanes.
 constexpr int kMaxLanes = 16;
 alignas(64) constexpr uint16_t kLastLanes[2 * kMaxLanes] = {
     0,      0,      0,      0,      0,      0,      0,      0,      0,      0,      0,
@@ -128,13 +129,11 @@ void AddTileSads(const uint16_t* left, const uint16_t* right, int positions, int
 template <class V>
 void AddRowSadsByTiles(const uint16_t* left, const uint16_t* right, int positions, int shifts,
                        uint32_t* sums) {
-  int start = 0;
-  for (; positions - start >= V::kLanes; start += std::min(positions - start, kTilePositions)) {
+  for (int start = 0; start < positions; start += kTilePositions) {
     const int count = std::min(positions - start, kTilePositions);
-    AddTileSads<V>(left + start, right + start, count, shifts, sums);
+    const auto addSads = count < V::kLanes ? AddRowSadsPlain : AddTileSads<V>;
+    addSads(left + start, right + start, count, shifts, sums);
   }
-  if (start < positions)
-    AddRowSadsPlain(left + start, right + start, positions - start, shifts, sums);
 }
 
 }  // namespace
