@@ -6,7 +6,19 @@
 #include <complex>
 
 #include "small_sensor.h"
+#include "support/temp_folder.h"
 #include "window_samples.h"
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"
+#pragma GCC diagnostic ignored "-Wshadow"
+#pragma GCC diagnostic ignored "-Wextra"
+#pragma GCC diagnostic ignored "-Wunused-function"
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
+#define STB_IMAGE_WRITE_IMPLEMENTATION
+#define STB_IMAGE_WRITE_STATIC
+#include <stb/stb_image_write.h>
+#pragma GCC diagnostic pop
 
 namespace {
 
@@ -189,6 +201,19 @@ TEST(Noise, DependsOnSeedAndPlaceAlone) {
     ++compared;
   }
   EXPECT_GT(compared, 10 * 10 * 4);
+}
+
+// A picture of 64 x 16, dark on its left half, fills a square by its middle: 16 of its columns.
+TEST(Photograph, FillsTheImage) {
+  const test::TempFolder folder;
+  const std::string path = (folder.path() / "half.png").string();
+  std::vector<unsigned char> pixels(64 * 16, 0);
+  for (size_t i = 0; i < pixels.size(); ++i)
+    if (i % 64 >= 32) pixels[i] = 255;
+  ASSERT_NE(stbi_write_png(path.c_str(), 64, 16, 1, pixels.data(), 64), 0);
+  const Image image = MakeScene(path, 64, 64, 1)->Render({-8, 0, 72, 64});
+  for (int x : {0, 8, 36}) EXPECT_EQ(image.Row(30)[x], 0) << x;
+  for (int x : {40, 60, 79}) EXPECT_FLOAT_EQ(image.Row(30)[x], 1) << x;
 }
 
 // Gain of the map at a block, the map's corners standing in the corner blocks.

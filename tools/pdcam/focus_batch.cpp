@@ -106,7 +106,7 @@ int RunBatch(const BatchOptions& options, const CameraOptions& camera,
     for (int direction : {1, -1}) {
       if (direction < 0 && !areBoth) continue;
       std::vector<FocusResult> results;
-      Progress progress(true);
+      Progress progress;
       for (int run = 0; run < runs; ++run) {
         simcam::CameraSettings runSettings = settings;
         runSettings.seed += static_cast<uint64_t>(run);

@@ -66,7 +66,7 @@ std::vector<FocusResult> RunCameras(const Options& options, const Device& device
     settings.seed += static_cast<uint64_t>(camera);
     runs.push_back(std::make_unique<FocusRun>(device.Library(), sensor, settings, options.focus));
   }
-  Progress progress(true);
+  Progress progress;
   while (!runs.front()->IsDone())
     for (const auto& run : runs) progress.Show(ProgressText(run->Step(), options.focus.frames));
   std::vector<FocusResult> results;
@@ -110,6 +110,8 @@ int Run(const Options& given) {
   if (options.focus.curveWindow < 0) options.focus.curveWindow = windows / 2;
   if (options.focus.curveWindow >= windows)
     throw CLI::ValidationError("--curve-window", "expected a window of the grid");
+  if (options.focus.curveFrame < 0 || options.focus.curveFrame >= options.focus.frames)
+    throw CLI::ValidationError("--curve-frame", "expected one of the frames");
   if (options.batch.IsWanted())
     return RunBatch(options.batch, options.camera, settings, options.focus, options.output.isJson);
   return RunOnce(options);
@@ -134,6 +136,7 @@ void AddFocusCommand(CLI::App& app, int& status) {
   CLI::Option* startCode = command
                                ->add_option("--start-code", options->startCode,
                                             "Lens position at the start instead, actuator codes")
+                               ->check(Between(-32768, 32767))
                                ->excludes(start);
   command
       ->add_option("--dcc-error", options->camera.settings.dccError,

@@ -137,7 +137,7 @@ Device::Device(const CameraOptions& options)
   Orvo::Host::SetConsoleLevel(Orvo::Log::kLevelVerbose);
 }
 
-Progress::Progress(bool isWanted) : isOn_(isWanted && isatty(STDERR_FILENO) != 0) {}
+Progress::Progress() : isOn_(isatty(STDERR_FILENO) != 0) {}
 
 Progress::~Progress() {
   Show("");

@@ -63,7 +63,7 @@ class Device {
 // A line on standard error that is rewritten as work goes on; nothing unless that is a terminal.
 class Progress {
  public:
-  explicit Progress(bool isWanted);
+  Progress();
   ~Progress();
   void Show(const std::string& text);
 

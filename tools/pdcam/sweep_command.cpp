@@ -53,7 +53,7 @@ int Run(const Options& options) {
   const Device device(options.camera);
   SweepResult result;
   {
-    Progress progress(!options.output.isJson || !options.output.report.empty());
+    Progress progress;
     result =
         simcam::RunSweep(device.Library(), sensor, settings, options.sweep, [&](int done, int all) {
           progress.Show("step " + std::to_string(done) + " of " + std::to_string(all));
