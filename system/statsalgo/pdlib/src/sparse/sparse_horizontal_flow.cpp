@@ -79,9 +79,10 @@ bool learns_from(PDLibRoiType roiType) {
   return roiType == kRoiDefault || roiType == kRoiLearning;
 }
 
-void learn(pdaf_context_t* context) {
-  if (context->adaptiveK.enable != 1 || !learns_from(context->roiType)) return;
-  PDLIB_VERBOSE("ADAPTK: S901 - Enter adaptive k ");
+// Once per frame, when its results are final: the thresholds of the estimators count frames.
+void learn(pdaf_context_t* context, bool frameIsOver) {
+  if (!frameIsOver || context->adaptiveK.enable != 1 || !learns_from(context->roiType)) return;
+  ADAPTK_DEBUG(context->adaptiveK.debug, "ADAPTK: S901 - Enter adaptive k ");
   adaptive_k_process_frame(&context->adaptiveK, context->actuatorSensitivity, context->lensPosition,
                            &context->output);
 }
@@ -186,7 +187,7 @@ int SparseHorizontalFlow::Process(const PDLibParam* param, uint32_t lines,
   take_buffers(context_, *param);
   pd_incremental_processing(context_, static_cast<uint16_t>(std::min<uint32_t>(
                                           lines, std::numeric_limits<uint16_t>::max())));
-  learn(context_);
+  learn(context_, frameIsOver);
   context_->lastOutput = context_->output;
   copy_results(context_->output, output);
   report(*context_, context_->lensPosition);
