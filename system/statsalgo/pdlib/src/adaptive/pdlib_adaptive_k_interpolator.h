@@ -24,8 +24,8 @@ struct adaptive_k_interpolator_t {
   adaptive_k_interpolator_grid_t peripheralGrid[kAdaptiveKPeripheralWindows];
   adaptive_k_interpolator_grid_t focusMapGrid[kAdaptiveKFocusMapWindows];
 };
-static_assert(offsetof(adaptive_k_interpolator_t, peripheralGrid) == 48 * 12);
-static_assert(sizeof(adaptive_k_interpolator_t) == (48 + 36 + 400) * 12);
+static_assert(offsetof(adaptive_k_interpolator_t, peripheralGrid) == 576);
+static_assert(sizeof(adaptive_k_interpolator_t) == 5808);
 
 // Both zero the whole record.
 void adaptive_k_init_interpolatorGrid(adaptive_k_interpolator_grid_t* grid);
