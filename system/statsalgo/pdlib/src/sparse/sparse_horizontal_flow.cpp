@@ -10,6 +10,7 @@
 #include "core/pdlib_switches.h"
 #include "diagnostics/xmlWriteParam.h"
 #include "sparse/pdlib_sparse_context.h"
+#include "sparse/pdlib_sparse_utils_calibration.h"
 #include "sparse/pdlib_sparse_utils_check.h"
 #include "sparse/pdlib_sparse_utils_init.h"
 #include "sparse/pdlib_sparse_utils_window.h"
@@ -144,8 +145,9 @@ int SparseHorizontalFlow::Init(const PDLibInitParam* init,
     return kPDStatusFlowFailed;
   }
   context_->calibration = *init->calibration;
+  // The context takes over the Q format with the first frame, too late for a blob that is set now.
   adaptive_k_pd_init(&context_->adaptiveK, &context_->tuning.adaptiveK,
-                     context_->calibration.DCC_map, context_->dcc_q_format,
+                     context_->calibration.DCC_map, dcc_q_format(context_->calibration),
                      static_cast<int>(folded.nativePatternInfo.horizontalBlockCount),
                      static_cast<int>(folded.nativePatternInfo.verticalBlockCount));
   context_->status = kContextInitialised;
