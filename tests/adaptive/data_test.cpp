@@ -151,6 +151,21 @@ TEST(AdaptiveData, MedianIsTheLowerMiddle) {
   }
 }
 
+TEST(AdaptiveData, MedianOfEveryOrderIsThatOfTheSortedValues) {
+  constexpr int16_t kSteps[] = {-32768, -1, 0, 1, 32767};
+  for (int order = 0; order < 5 * 5 * 5 * 5 * 5; ++order) {
+    int16_t values[5];
+    for (int i = 0, rest = order; i < 5; ++i, rest /= 5) values[i] = kSteps[rest % 5];
+    for (int count = 1; count <= 5; ++count) {
+      std::vector<int16_t> sorted(values, values + count);
+      std::sort(sorted.begin(), sorted.end());
+      ASSERT_EQ(adaptive_k_util_get_median(values, count),
+                sorted[static_cast<size_t>(count - 1) / 2])
+          << order << " of " << count;
+    }
+  }
+}
+
 TEST(AdaptiveData, MeanTruncatesTowardZeroAndNeverOverflows) {
   EXPECT_EQ(adaptive_k_util_get_mean(3, 4), 3);
   EXPECT_EQ(adaptive_k_util_get_mean(-3, -4), -3);

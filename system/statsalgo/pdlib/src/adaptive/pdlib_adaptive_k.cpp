@@ -172,6 +172,7 @@ void adaptive_k_process_frame(pdaf_adaptive_k_t* state, float actuatorSensitivit
         &grid, lensPosition, static_cast<int32_t>(result.confidence), result.phaseDiff, debug);
     adaptive_k_process_estimation(&grid, &estimator.param, &state->interpolator.grid[i],
                                   &state->data, actuatorSensitivity, debug);
+    if (state->data.history_locked != 0) continue;  // spares the search for the cell
     adaptive_k_propagate_init_data(&state->data, &estimator, &state->interpolator,
                                    adaptive_k_util_get_dataGrid_idx(&state->data, &grid.coordinate),
                                    debug);

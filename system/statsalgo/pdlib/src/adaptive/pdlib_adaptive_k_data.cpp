@@ -1,8 +1,7 @@
 #include "adaptive/pdlib_adaptive_k_data.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <utility>
+#include <limits>
 
 #include "core/numeric.h"
 
@@ -42,6 +41,13 @@ int32_t middle_of(const Part& part) {
 int16_t whole_coefficient(int16_t calibrated, uint16_t dccQFormat) {
   const int32_t divisor = static_cast<int32_t>(1u << (dccQFormat & 31));
   return static_cast<int16_t>(calibrated / divisor);
+}
+
+// Neither the lowest nor the highest of four can be the middle of them and a fifth.
+int16_t middle_of_five(const int16_t (&v)[5]) {
+  const int16_t a = std::max(std::min(v[0], v[1]), std::min(v[2], v[3]));
+  const int16_t b = std::min(std::max(v[0], v[1]), std::max(v[2], v[3]));
+  return std::max(std::min(a, b), std::min(std::max(a, b), v[4]));
 }
 
 struct Bounds {
@@ -164,11 +170,11 @@ int adaptive_k_util_get_filter_size(const adaptive_k_data_t& data) {
 
 int adaptive_k_util_get_dataGrid_idx(const adaptive_k_data_t* data,
                                      const adaptive_k_coordinate_t* point) {
-  for (int i = 0; i < kAdaptiveKCells; ++i) {
-    const adaptive_k_data_grid_t& cell = data->grid[i];
-    if (point->x >= cell.start_x && point->x <= cell.end_x && point->y >= cell.start_y &&
-        point->y <= cell.end_y) {
-      return i;
+  for (int row = 0; row < kAdaptiveKCells; row += kAdaptiveKColumns) {
+    const adaptive_k_data_grid_t& first = data->grid[row];
+    if (point->y < first.start_y || point->y > first.end_y) continue;
+    for (int i = row; i < row + kAdaptiveKColumns; ++i) {
+      if (point->x >= data->grid[i].start_x && point->x <= data->grid[i].end_x) return i;
     }
   }
   return 0;
@@ -186,14 +192,14 @@ int16_t adaptive_k_util_get_dataGrid_DCC(const adaptive_k_data_t* data, int cell
 
 int16_t adaptive_k_util_get_median(const int16_t* values, int count) {
   const int used = pdlib::Clamp(count, 1, kAdaptiveKHistory);
-  int16_t sorted[kAdaptiveKHistory];
-  std::copy_n(values, used, sorted);
-  for (int end = used - 1; end > 0; --end) {
-    for (int i = 0; i < end; ++i) {
-      if (sorted[i] > sorted[i + 1]) std::swap(sorted[i], sorted[i + 1]);
-    }
+  // Filled up in turn from below and above, which makes the lower middle the middle of five.
+  int16_t five[kAdaptiveKHistory];
+  std::copy_n(values, used, five);
+  for (int i = used; i < kAdaptiveKHistory; ++i) {
+    five[i] = (i - used) % 2 == 0 ? std::numeric_limits<int16_t>::min()
+                                  : std::numeric_limits<int16_t>::max();
   }
-  return sorted[(used - 1) / 2];
+  return middle_of_five(five);
 }
 
 int adaptive_k_util_get_mean(int a, int b) {
