@@ -21,7 +21,7 @@ inline constexpr int kAdaptiveKHistory = 5;
 // PDLIB_LOG was 3, whatever the switch says later.
 #define ADAPTK_DEBUG(debug, ...)                                                     \
   do {                                                                               \
-    if ((debug) != 0)                                                                \
+    if ((debug) != 0) [[unlikely]]                                                   \
       PDLIB_LOG_LINE(::Orvo::Log::kLevelInfo, ::pdlib::LogTag::kStats, __VA_ARGS__); \
   } while (false)
 

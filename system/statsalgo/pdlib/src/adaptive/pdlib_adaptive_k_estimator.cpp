@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <iterator>
 
 #include "core/numeric.h"
@@ -108,17 +109,18 @@ void store_measurement(adaptive_k_estimator_grid_t* grid,
   adaptive_k_reset_estimatorGrid(grid, debug);
 }
 
-// Whether the median of a cell has moved away from the oldest entry that takes part in it; gives it
-// then. Nearly always all entries are equal, and there is no median to find.
-bool has_new_median(const adaptive_k_data_t& data, int cell, adaptive_k_dir_type direction,
-                    int16_t* median) {
-  const adaptive_k_data_grid_t& grid = data.grid[cell];
-  const int16_t* history =
-      direction == kAdaptiveKNearTarget ? grid.nearTargetHistory : grid.farTargetHistory;
-  const int16_t* oldest = history + adaptive_k_util_get_filter_size(data) - 1;
-  if (std::all_of(history, oldest, [&](int16_t entry) { return entry == *oldest; })) return false;
-  *median = adaptive_k_util_get_dataGrid_DCC(&data, cell, direction);
-  return *median != *oldest;
+// Whether a cell holds one value alone, as it does until it is measured. The ten entries are
+// neighbours.
+bool is_uniform(const adaptive_k_data_grid_t& cell) {
+  constexpr size_t kEntry = sizeof(cell.farTargetHistory[0]);
+  const auto* entries = reinterpret_cast<const unsigned char*>(&cell) +
+                        offsetof(adaptive_k_data_grid_t, farTargetHistory);
+  return std::memcmp(entries, entries + kEntry, (2 * kAdaptiveKHistory - 1) * kEntry) == 0;
+}
+
+// Whether the median of a cell has moved away from the oldest entry that takes part in it.
+bool has_new_median(const adaptive_k_data_t& data, const int16_t* history, int16_t median) {
+  return median != history[adaptive_k_util_get_filter_size(data) - 1];
 }
 
 void spread(int16_t dcc, adaptive_k_data_t* data, const adaptive_k_estimator_t& estimator,
@@ -261,15 +263,18 @@ void adaptive_k_propagate_init_data(adaptive_k_data_t* data,
                                     adaptive_k_interpolator_t* interpolator, int cell,
                                     uint32_t debug) {
   if (data->history_locked != 0 || cell < 0 || cell >= kAdaptiveKCells) return;
-  int16_t median = 0;
-  if (has_new_median(*data, cell, kAdaptiveKFarTarget, &median)) {
-    spread(median, data, *estimator, interpolator);
+  const adaptive_k_data_grid_t& grid = data->grid[cell];
+  if (is_uniform(grid)) return;
+  const int16_t far = adaptive_k_util_get_dataGrid_DCC(data, cell, kAdaptiveKFarTarget);
+  if (has_new_median(*data, grid.farTargetHistory, far)) {
+    spread(far, data, *estimator, interpolator);
     ADAPTK_DEBUG(debug, "ADAPTK: S021 - Propagate first estimated to all data [Near2Far].");
     if (debug != 0) adaptive_k_print_data(data, kAdaptiveKPrintMedian, kAdaptiveKFarTarget);
   }
   // After the histories have just been made uniform there is nothing left to find.
-  if (has_new_median(*data, cell, kAdaptiveKNearTarget, &median)) {
-    spread(median, data, *estimator, interpolator);
+  const int16_t near = adaptive_k_util_get_dataGrid_DCC(data, cell, kAdaptiveKNearTarget);
+  if (has_new_median(*data, grid.nearTargetHistory, near)) {
+    spread(near, data, *estimator, interpolator);
     ADAPTK_DEBUG(debug, "ADAPTK: S020 - Propagate first estimated to all data [Far2Near].");
     if (debug != 0) adaptive_k_print_data(data, kAdaptiveKPrintMedian, kAdaptiveKNearTarget);
   }
