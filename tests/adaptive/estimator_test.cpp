@@ -367,7 +367,11 @@ TEST(AdaptiveSpreading, ALoadedBlobKeepsMeasurementsInTheirCell) {
   const int16_t zeros[480] = {};
   ASSERT_EQ(adaptive_k_set_data(&learner.state, zeros, 960), 1);
   learner.Place(0, 5);
-  for (int i = 0; i < 5; ++i) learner.Show(Move(1000, 400));
+  for (int i = 0; i < 5; ++i) {
+    learner.Show(Move(1000, 400));
+    adaptive_k_propagate_init_data(&learner.state.data, &learner.state.estimator,
+                                   &learner.state.interpolator, 5, 0);
+  }
   for (int c = 0; c < kAdaptiveKCells; ++c) {
     const adaptive_k_data_grid_t& cell = learner.state.data.grid[c];
     const int16_t near = static_cast<int16_t>(c == 5 ? 80 : 100 + c);
