@@ -27,6 +27,7 @@ std::vector<uint16_t> RandomSamples(size_t count, int bits);
 void RegisterSad();
 void RegisterFilters();
 void RegisterParsers();
+void RegisterAdaptive();
 void RegisterSparseFlow();
 
 // What each stage takes of a frame, from the times by name in nanoseconds; nothing if the flow was

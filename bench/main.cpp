@@ -97,6 +97,7 @@ int main(int argc, char** argv) {
   pdlib_bench::RegisterFilters();
   pdlib_bench::RegisterParsers();
   pdlib_bench::RegisterSparseFlow();
+  pdlib_bench::RegisterAdaptive();
   pdlib_bench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();

@@ -20,16 +20,14 @@ struct MapSize {
   size_t entries() const { return static_cast<size_t>(width) * static_cast<size_t>(height); }
 };
 
-uint16_t dcc_q_format(const _pdaf_cal_param_t& calibration) {
+void log_dcc_q_format(const _pdaf_cal_param_t& calibration) {
   const uint16_t fractionBits = calibration.DCC_param.Q_factor;
   if ((calibration.VersionNum & kVersionDccQ6) != 0) {
     PDLIB_INFO("pdaf cal: 10th bit of version number set high. using dcc_q_format=6");
-    return 6;
+  } else if (fractionBits > kMaxDccQ) {
+    PDLIB_ERROR("pdaf cal: DCC Q factor %u exceeds %u, using %u", fractionBits, kMaxDccQ,
+                kDefaultDccQ);
   }
-  if (fractionBits <= kMaxDccQ) return fractionBits == 0 ? kDefaultDccQ : fractionBits;
-  PDLIB_ERROR("pdaf cal: DCC Q factor %u exceeds %u, using %u", fractionBits, kMaxDccQ,
-              kDefaultDccQ);
-  return kDefaultDccQ;
 }
 
 bool has_full_dcc_table(const _pdaf_cal_param_t& calibration) {
@@ -163,8 +161,15 @@ bool has_usable_gain_maps(const _pdaf_cal_param_t& calibration) {
 
 }  // namespace
 
+uint16_t dcc_q_format(const _pdaf_cal_param_t& calibration) {
+  const uint16_t fractionBits = calibration.DCC_param.Q_factor;
+  if ((calibration.VersionNum & kVersionDccQ6) != 0) return 6;
+  return fractionBits == 0 || fractionBits > kMaxDccQ ? kDefaultDccQ : fractionBits;
+}
+
 int pdaf_calibration_init(pdaf_context_t* context) {
   const _pdaf_cal_param_t& calibration = context->calibration;
+  log_dcc_q_format(calibration);
   context->dcc_q_format = dcc_q_format(calibration);
   PDLIB_INFO("pdaf cal: version number %d", calibration.VersionNum & 0xFF);
   if (!has_usable_gain_maps(calibration)) return 1;

@@ -4,6 +4,9 @@
 
 #include "sparse/pdlib_sparse_context.h"
 
+// The fractional bits of the DCC table.
+uint16_t dcc_q_format(const _pdaf_cal_param_t& calibration);
+
 // Expands the gain maps, crops and mirrors them and the DCC table for the sensor mode. 0, or 1 with
 // a log line when a map can't be used or there is no memory; the context then holds no maps.
 int pdaf_calibration_init(pdaf_context_t* context);

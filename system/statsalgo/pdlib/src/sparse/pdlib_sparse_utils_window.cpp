@@ -141,6 +141,11 @@ int add_sum_window(pdaf_context_t* context, uint32_t entries) {
   return 0;
 }
 
+// Windows beyond those that Adaptive DCC has room for keep to the calibration.
+bool learns_dcc(const pdaf_context_t& context, uint32_t window) {
+  return context.adaptiveK.enable == 1 && adaptive_k_has_window(static_cast<int>(window));
+}
+
 // The span of result window (row, column): its own entry, or with overlap that and the entry
 // diagonally below it.
 void assign_window_dcc(pdaf_context_t* context, PDLibRoiType roiType, uint32_t row,
@@ -150,7 +155,7 @@ void assign_window_dcc(pdaf_context_t* context, PDLibRoiType roiType, uint32_t r
   const pd_grid_arg_t& from = context->centerGrid[first];
   const pd_grid_arg_t& to = context->centerGrid[last];
   const uint32_t window = row * context->window.horizontalWindowCount + column;
-  if (context->adaptiveK.enable == 1) {
+  if (learns_dcc(*context, window)) {
     adaptive_k_config_window(&context->adaptiveK, roiType, static_cast<int>(from.start_x),
                              static_cast<int>(to.end_x), static_cast<int>(from.start_y),
                              static_cast<int>(to.end_y), static_cast<int>(window));
@@ -169,7 +174,7 @@ void assign_sum_dcc(pdaf_context_t* context, PDLibRoiType roiType, uint32_t entr
     context->centerGrid[window].dcc =
         interpolate_dcc(*context, first.start_x, last.end_x, first.start_y, last.end_y);
   }
-  if (context->adaptiveK.enable == 1 && (roiType == kRoiDefault || roiType == kRoiLearning)) {
+  if (learns_dcc(*context, window) && (roiType == kRoiDefault || roiType == kRoiLearning)) {
     adaptive_k_config_window(&context->adaptiveK, roiType, static_cast<int>(first.start_x),
                              static_cast<int>(last.end_x), static_cast<int>(first.start_y),
                              static_cast<int>(last.end_y), static_cast<int>(window));

@@ -8,10 +8,16 @@
 
 namespace {
 
+bool has_learnt_dcc(const pdaf_context_t& context, int window) {
+  if (context.adaptiveK.enable != 1) return false;
+  return context.isPeripheralMode ? adaptive_k_has_peripheral_window(window)
+                                  : adaptive_k_has_window(window);
+}
+
 // Defocus by the calibrated coefficient, or by the learnt one, which replaces it and has no
 // fraction.
 int32_t defocus_of(pdaf_context_t* context, pd_grid_arg_t* entry, float phaseDiff, int window) {
-  if (context->adaptiveK.enable != 1) {
+  if (!has_learnt_dcc(*context, window)) {
     const float scale = static_cast<float>(1 << context->dcc_q_format);
     return pdlib::ToInt32(static_cast<float>(std::abs(entry->dcc)) * phaseDiff / scale);
   }
@@ -19,7 +25,11 @@ int32_t defocus_of(pdaf_context_t* context, pd_grid_arg_t* entry, float phaseDif
       context->isPeripheralMode
           ? adaptive_k_get_interpolated_DCC_peripheral(&context->adaptiveK, phaseDiff, window)
           : adaptive_k_get_interpolated_DCC(&context->adaptiveK, phaseDiff, window);
-  return pdlib::ToInt32(static_cast<float>(std::abs(entry->dcc)) * phaseDiff);
+  const int32_t defocus = pdlib::ToInt32(static_cast<float>(std::abs(entry->dcc)) * phaseDiff);
+  ADAPTK_DEBUG(context->adaptiveK.debug, "ADAPTK: S900 - %s window %d, PD %f, DCC %d, defocus %d",
+               context->isPeripheralMode ? "peripheral" : "centre", window,
+               static_cast<double>(phaseDiff), entry->dcc, defocus);
+  return defocus;
 }
 
 }  // namespace

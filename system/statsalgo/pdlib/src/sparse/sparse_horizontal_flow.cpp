@@ -10,6 +10,7 @@
 #include "core/pdlib_switches.h"
 #include "diagnostics/xmlWriteParam.h"
 #include "sparse/pdlib_sparse_context.h"
+#include "sparse/pdlib_sparse_utils_calibration.h"
 #include "sparse/pdlib_sparse_utils_check.h"
 #include "sparse/pdlib_sparse_utils_init.h"
 #include "sparse/pdlib_sparse_utils_window.h"
@@ -79,9 +80,10 @@ bool learns_from(PDLibRoiType roiType) {
   return roiType == kRoiDefault || roiType == kRoiLearning;
 }
 
-void learn(pdaf_context_t* context) {
-  if (context->adaptiveK.enable != 1 || !learns_from(context->roiType)) return;
-  PDLIB_VERBOSE("ADAPTK: S901 - Enter adaptive k ");
+// Once per frame, when its results are final: the thresholds of the estimators count frames.
+void learn(pdaf_context_t* context, bool frameIsOver) {
+  if (!frameIsOver || context->adaptiveK.enable != 1 || !learns_from(context->roiType)) return;
+  ADAPTK_DEBUG(context->adaptiveK.debug, "ADAPTK: S901 - Enter adaptive k ");
   adaptive_k_process_frame(&context->adaptiveK, context->actuatorSensitivity, context->lensPosition,
                            &context->output);
 }
@@ -143,8 +145,9 @@ int SparseHorizontalFlow::Init(const PDLibInitParam* init,
     return kPDStatusFlowFailed;
   }
   context_->calibration = *init->calibration;
+  // The context takes over the Q format with the first frame, too late for a blob that is set now.
   adaptive_k_pd_init(&context_->adaptiveK, &context_->tuning.adaptiveK,
-                     context_->calibration.DCC_map, context_->dcc_q_format,
+                     context_->calibration.DCC_map, dcc_q_format(context_->calibration),
                      static_cast<int>(folded.nativePatternInfo.horizontalBlockCount),
                      static_cast<int>(folded.nativePatternInfo.verticalBlockCount));
   context_->status = kContextInitialised;
@@ -186,7 +189,7 @@ int SparseHorizontalFlow::Process(const PDLibParam* param, uint32_t lines,
   take_buffers(context_, *param);
   pd_incremental_processing(context_, static_cast<uint16_t>(std::min<uint32_t>(
                                           lines, std::numeric_limits<uint16_t>::max())));
-  learn(context_);
+  learn(context_, frameIsOver);
   context_->lastOutput = context_->output;
   copy_results(context_->output, output);
   report(*context_, context_->lensPosition);
