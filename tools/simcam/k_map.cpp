@@ -1,5 +1,5 @@
 // The file of K factors per region.
-#include <cmath>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -15,7 +15,7 @@ namespace {
 // Beyond these the phase differences of some regions leave the range in which they can be measured.
 constexpr double kSmallestFactor = 0.5;
 constexpr double kLargestFactor = 2;
-constexpr std::uintmax_t kLargestFile = 1 << 20;
+constexpr uintmax_t kLargestFile = 1 << 20;
 
 std::string Counted(const nlohmann::json& json) {
   return json.is_array() ? std::to_string(json.size()) + " of them"

@@ -3,10 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
-#include <nlohmann/json.hpp>
-#include <numeric>
-#include <sstream>
 
 #include "errors.h"
 #include "random.h"
@@ -39,16 +35,10 @@ SensorDescription LearningSensor(const SensorDescription& sensor) {
   return adapted;
 }
 
-double MeanFactor(const LearnSettings& settings) {
-  double sum = 0;
-  for (int region = 0; region < kRegions; ++region) sum += KFactor(settings, region);
-  return sum / kRegions;
-}
-
 // A larger K is a larger travel for the same phase difference.
 std::vector<double> PhaseScale(const LearnSettings& settings) {
   std::vector<double> scale;
-  for (double factor : settings.kMap) scale.push_back(MeanFactor(settings) / factor);
+  for (double factor : settings.kMap) scale.push_back(MeanKFactor(settings) / factor);
   return scale;
 }
 
@@ -102,7 +92,7 @@ class LearnStack {
       : settings_(settings),
         camera_(library, sensor, camera),
         calibratedK_(sensor.lens.codesPerPx / sensor.lens.codesPerDefocus),
-        trueCodesPerPx_(sensor.lens.codesPerPx * MeanFactor(settings)),
+        trueCodesPerPx_(sensor.lens.codesPerPx * MeanKFactor(settings)),
         focusCode_(Target(0)),
         lens_(sensor.lens, focusCode_) {}
 
@@ -110,7 +100,7 @@ class LearnStack {
     focusCode_ = Target(index + 1);
     Autofocus autofocus(camera_.Sensor());
     LearnSequence sequence;
-    sequence.trueK = calibratedK_ * MeanFactor(settings_);
+    sequence.trueK = calibratedK_ * MeanKFactor(settings_);
     std::vector<double> phases;
     std::optional<int> heldFrom;
     int held = 0;
@@ -189,6 +179,12 @@ double KFactor(const LearnSettings& settings, int region) {
   return settings.kMap.empty() ? settings.kError : settings.kMap[static_cast<size_t>(region)];
 }
 
+double MeanKFactor(const LearnSettings& settings) {
+  double sum = 0;
+  for (int region = 0; region < kRegions; ++region) sum += KFactor(settings, region);
+  return sum / kRegions;
+}
+
 LearnResult RunLearning(const PdLibrary& library, const DataFolder& folder,
                         const SensorDescription& sensor, const CameraSettings& camera,
                         const LearnSettings& settings, const LearnProgress& progress) {
@@ -199,7 +195,7 @@ LearnResult RunLearning(const PdLibrary& library, const DataFolder& folder,
   result.settings = settings;
   const double calibratedK = result.sensor.lens.codesPerPx / result.sensor.lens.codesPerDefocus;
   result.calibratedK = static_cast<int>(calibratedK);
-  result.trueK = calibratedK * MeanFactor(settings);
+  result.trueK = calibratedK * MeanKFactor(settings);
   result.measured = MeasuredRegions(result.sensor, result.camera);
   const std::string path = folder.AdaptiveFile(camera.cameraId);
 

@@ -23,11 +23,12 @@ struct LearnSettings {
   int sequences = 12;          // for each opening of the camera
   double startPhasePx = 22;    // true phase difference at which a sequence starts
   int dwellFrames = 6;         // in which the stack looks at a new target before it drives
-  int framesPerSequence = 30;  // at most; a sequence ends once the lens was held for long
+  int framesPerSequence = 60;  // at most; a sequence ends once the lens was held for long
 };
 
 // The factor of a region.
 double KFactor(const LearnSettings& settings, int region);
+double MeanKFactor(const LearnSettings& settings);
 
 // Reads a map of K factors: a JSON array of 6 rows of 8 numbers. Throws InputError.
 std::vector<double> ParseKMap(const std::string& json, const std::string& file);

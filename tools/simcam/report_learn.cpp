@@ -192,11 +192,13 @@ std::string LearnReport(const LearnResult& result) {
       {result.isReopenedSame ? "same" : "changed", "the file, opened and closed again"},
   });
   body += "<h2>What was learnt</h2>\n" + HeatMaps(result);
-  body += "<p class=\"sub\">Framed cells lie under the middle of a window; the others hold " +
-          std::string(result.first.isPropagated
-                          ? "the first measurement, which was spread over the whole image."
-                          : "what they held when the camera was opened.") +
-          "</p>\n";
+  body +=
+      "<p class=\"sub\" style=\"margin-top:10px\">White is the calibrated K, red above it and "
+      "blue below. Framed cells lie under the middle of a window; the others hold " +
+      std::string(result.first.isPropagated
+                      ? "the first measurement, which was spread over the whole image."
+                      : "what they held when the camera was opened.") +
+      "</p>\n";
   body += "<h2>What it did for focus</h2>\n";
   body += Figures({{KPlot(result), "Whole ROI, at the start of each sequence."},
                    {FramesPlot(result), "Counted from the first move."},

@@ -62,7 +62,7 @@ struct CalibrationLayout {
 // When the library measures its own conversion coefficient, and how far it follows.
 struct AdaptiveChoices {
   bool isOn = false;
-  int timeoutFrames = 30;
+  int timeoutFrames = 60;
   int filterSize = 5;  // entries of a history in the median
   int startFrames = 3;
   int endFrames = 3;
