@@ -1,63 +1,17 @@
 // The program as users start it.
 #include <gtest/gtest.h>
-#include <stdio.h>
-#include <sys/wait.h>
 
 #include <cmath>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
+#include "pdcam_process.h"
 #include "small_sensor.h"
-#include "support/temp_folder.h"
 
 namespace {
 
 using nlohmann::json;
-
-struct Outcome {
-  int status;
-  std::string output;
-  std::string errors;
-};
-
-class Pdcam : public testing::Test {
- protected:
-  std::string Path(const std::string& name) const { return (folder_.path() / name).string(); }
-
-  void Write(const std::string& name, const std::string& content) const {
-    std::ofstream(Path(name), std::ios::binary) << content;
-  }
-  static std::string ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream content;
-    content << file.rdbuf();
-    return content.str();
-  }
-
-  // The text of a report: encoded pictures may spell anything.
-  static std::string WithoutPictures(std::string report) {
-    for (size_t at; (at = report.find("data:image")) != std::string::npos;)
-      report.erase(at, report.find('"', at) - at);
-    return report;
-  }
-
-  Outcome Run(const std::string& arguments) const {
-    const std::string command = std::string(PDLIB_LAUNCHER) + " " + PDCAM_PROGRAM + " " +
-                                arguments + " 2>" + Path("errors");
-    FILE* pipe = popen(command.c_str(), "r");
-    Outcome outcome{};
-    char part[4096];
-    for (size_t size; (size = fread(part, 1, sizeof(part), pipe)) > 0;)
-      outcome.output.append(part, size);
-    const int status = pclose(pipe);
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    outcome.errors = ReadFile(Path("errors"));
-    return outcome;
-  }
-
-  test::TempFolder folder_;
-};
+using Pdcam = test::PdcamProcess;
+using test::Outcome;
 
 TEST_F(Pdcam, TellsByItsStatusWhatWentWrong) {
   Write("small.json", test::kSmallSensor);
@@ -91,6 +45,9 @@ TEST_F(Pdcam, TellsByItsStatusWhatWentWrong) {
       {"sweep --scene nosuch" + quick, 3, "mixed, leaves"},
       {"sweep --scene " + Path("photo.png") + quick, 3, "photo.png: expected a PNG or JPEG"},
       {"sweep --csv /nosuch/folder/file" + quick, 3, "/nosuch/folder/file"},
+      {"learn --k-error 3", 2, "--k-error"},
+      {"adaptive", 2, "subcommand"},
+      {"adaptive show /nosuch/file", 3, "/nosuch/file: expected a file that can be read"},
       {"sweep --library /nosuch/library.so" + quick, 4, "can't load the PD library"},
   };
   for (const Case& c : cases) {

@@ -54,6 +54,7 @@ class Device {
  public:
   explicit Device(const CameraOptions& options);
   const simcam::PdLibrary& Library() const { return library_; }
+  const simcam::DataFolder& Folder() const { return folder_; }
 
  private:
   simcam::DataFolder folder_;
@@ -75,5 +76,7 @@ class Progress {
 void AddFocusCommand(CLI::App& app, int& status);
 void AddSweepCommand(CLI::App& app, int& status);
 void AddSensorsCommand(CLI::App& app, int& status);
+void AddLearnCommand(CLI::App& app, int& status);
+void AddAdaptiveCommand(CLI::App& app, int& status);
 
 }  // namespace pdcam

@@ -53,7 +53,7 @@ Autofocus::Decision Autofocus::Decide(const FrameResult& result, double lensCode
   if (info == nullptr) return Search(lensCode);
 
   searchDirection_ = 0;
-  const double defocus = info->defocus;
+  const double defocus = info->defocus * sensor_.lens.codesPerDefocus;
   const double limit = (heldFrames_ > 0 ? kLeaveSteps : kArrivedSteps) * sensor_.lens.codesPerPx;
   if (std::abs(defocus) <= limit) {
     ++heldFrames_;

@@ -23,11 +23,41 @@ BlockArea RenderedBlocks(const SensorDescription& sensor, const CameraSettings& 
   return BlocksOf(sensor, settings.roi);
 }
 
-FrameRenderer MakeRenderer(const SensorDescription& sensor, const CameraSettings& settings) {
+// The blocks of a region; what the division leaves over belongs to the last column and row.
+BlockArea RegionBlocks(const SensorDescription& sensor, int region) {
+  const int column = region % kRegionColumns;
+  const int row = region / kRegionColumns;
+  const int width = sensor.blocksAcross / kRegionColumns;
+  const int height = sensor.blocksDown / kRegionRows;
+  return {column * width, row * height,
+          column + 1 == kRegionColumns ? sensor.blocksAcross : (column + 1) * width,
+          row + 1 == kRegionRows ? sensor.blocksDown : (row + 1) * height};
+}
+
+BlockArea Intersection(const BlockArea& a, const BlockArea& b) {
+  return {std::max(a.x0, b.x0), std::max(a.y0, b.y0), std::min(a.x1, b.x1), std::min(a.y1, b.y1)};
+}
+
+std::vector<ExposedRegion> MakeRegions(const SensorDescription& sensor,
+                                       const CameraSettings& settings) {
   const auto scene =
       MakeScene(settings.scene, sensor.imageWidth, sensor.imageHeight, settings.seed);
-  return FrameRenderer(sensor, *scene, settings.optics, settings.noise, settings.shading,
-                       RenderedBlocks(sensor, settings));
+  const BlockArea all = RenderedBlocks(sensor, settings);
+  std::vector<ExposedRegion> regions;
+  const auto add = [&](const BlockArea& blocks, double scale) {
+    if (blocks.x0 >= blocks.x1 || blocks.y0 >= blocks.y1) return;
+    regions.push_back(
+        {FrameRenderer(sensor, *scene, settings.optics, settings.noise, settings.shading, blocks),
+         scale});
+  };
+  if (settings.phaseScale.empty()) {
+    add(all, 1);
+    return regions;
+  }
+  for (int region = 0; region < kRegions; ++region)
+    add(Intersection(all, RegionBlocks(sensor, region)),
+        settings.phaseScale[static_cast<size_t>(region)]);
+  return regions;
 }
 
 }  // namespace
@@ -48,15 +78,17 @@ Camera::Camera(const PdLibrary& library, const SensorDescription& sensor,
                const CameraSettings& settings)
     : sensor_(Checked(sensor, settings)),
       settings_(settings),
-      renderer_(MakeRenderer(sensor_, settings)),
+      regions_(MakeRegions(sensor_, settings)),
       session_(library, sensor_,
-               MakeCalibration(sensor_, renderer_.LensShading(), settings.dccError),
+               MakeCalibration(sensor_, Renderer().LensShading(), settings.dccError),
                settings.cameraId, settings.logLevel),
       interrupts_(LineInterrupts(sensor_.imageHeight, static_cast<double>(settings.roi.endY),
                                  settings.callsPerFrame)) {}
 
 FrameResult Camera::Shoot(double truePhasePx, int lensCode) {
-  renderer_.Render(truePhasePx, Mix(settings_.seed, 0xf7a3e, frameIndex_), buffer_);
+  const uint64_t noiseSeed = Mix(settings_.seed, 0xf7a3e, frameIndex_);
+  for (ExposedRegion& region : regions_)
+    region.renderer.Render(truePhasePx * region.phaseScale, noiseSeed, buffer_);
 
   PDLibInputs inputs{};
   PDLibParam& param = inputs.param;

@@ -28,6 +28,20 @@ struct CameraSettings {
   double sensorGain = 1;
   uint32_t logLevel = 0;
   uint32_t cameraId = 0;
+  // Per region of the image, row by row as the library divides its PD blocks: what the true phase
+  // difference is multiplied by there. Empty: by nothing.
+  std::vector<double> phaseScale;
+};
+
+// The regions of `phaseScale`.
+inline constexpr int kRegionColumns = 8;
+inline constexpr int kRegionRows = 6;
+inline constexpr int kRegions = kRegionColumns * kRegionRows;
+
+// A part of the PD area that is exposed with a phase difference of its own.
+struct ExposedRegion {
+  FrameRenderer renderer;
+  double phaseScale;
 };
 
 // What the library said of one frame, in its last call.
@@ -54,13 +68,13 @@ class Camera {
   const SensorDescription& Sensor() const { return sensor_; }
   const CameraSettings& Settings() const { return settings_; }
   const std::vector<uint8_t>& Buffer() const { return buffer_; }
-  const FrameRenderer& Renderer() const { return renderer_; }
+  const FrameRenderer& Renderer() const { return regions_.front().renderer; }
   CameraSession& Session() { return session_; }
 
  private:
   SensorDescription sensor_;
   CameraSettings settings_;
-  FrameRenderer renderer_;
+  std::vector<ExposedRegion> regions_;
   CameraSession session_;
   std::vector<uint8_t> buffer_;
   std::vector<uint32_t> interrupts_;

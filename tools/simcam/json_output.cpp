@@ -43,6 +43,27 @@ OrderedJson ToJson(const ErrorScores& scores) {
   return json;
 }
 
+template <class Value>
+OrderedJson OrNull(const std::optional<Value>& value) {
+  return value ? OrderedJson(*value) : OrderedJson(nullptr);
+}
+
+OrderedJson ToJson(const LearnPass& pass, int filterSize) {
+  OrderedJson json;
+  json["started_from_file"] = pass.found.has_value();
+  json["sequences"] = OrderedJson::array();
+  for (const LearnSequence& sequence : pass.sequences)
+    json["sequences"].push_back({{"target", sequence.isFar ? "far" : "near"},
+                                 {"frames_to_focus", OrNull(sequence.scores.framesToFocus)},
+                                 {"overshoot_steps", sequence.scores.overshootSteps},
+                                 {"k_used", OrNull(sequence.kUsed)},
+                                 {"frames", sequence.frames}});
+  json.update(simcam::ToJson(*pass.stored, filterSize));
+  json["propagated"] = pass.isPropagated;
+  json["blob_bytes"] = pass.blobBytes;
+  return json;
+}
+
 void AddSettings(OrderedJson& json, const SensorDescription& sensor,
                  const CameraSettings& settings) {
   json["sensor"] = sensor.name;
@@ -96,6 +117,32 @@ OrderedJson ToJson(const SweepResult& result) {
   for (const SweepPoint& point : result.points) json["points"].push_back(ToJson(point));
   json["roi_points"] = OrderedJson::array();
   for (const SweepPoint& point : result.roiPoints) json["roi_points"].push_back(ToJson(point));
+  return json;
+}
+
+OrderedJson ToJson(const AdaptiveFile& file, int filterSize) {
+  OrderedJson json;
+  json["near_median"] = Medians(file.near, filterSize);
+  json["far_median"] = Medians(file.far, filterSize);
+  json["near_history"] = file.near;
+  json["far_history"] = file.far;
+  return json;
+}
+
+OrderedJson ToJson(const LearnResult& result) {
+  OrderedJson json;
+  AddSettings(json, result.sensor, result.camera);
+  const int filterSize = result.sensor.tuning.adaptive.filterSize;
+  json["calibrated_k"] = result.calibratedK;
+  json["true_k"] = result.trueK;
+  if (!result.settings.kMap.empty()) {
+    json["true_k_map"] = OrderedJson::array();
+    for (double factor : result.settings.kMap)
+      json["true_k_map"].push_back(factor * result.calibratedK);
+  }
+  json.update(ToJson(result.first, filterSize));
+  json["reopened_same"] = result.isReopenedSame;
+  json["second_run"] = ToJson(result.second, filterSize);
   return json;
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "focus_run.h"
+#include "learn_run.h"
 #include "sweep.h"
 
 namespace simcam {
@@ -14,6 +15,8 @@ using OrderedJson = nlohmann::ordered_json;
 
 OrderedJson ToJson(const FocusResult& result);
 OrderedJson ToJson(const SweepResult& result);
+OrderedJson ToJson(const LearnResult& result);
+OrderedJson ToJson(const AdaptiveFile& file, int filterSize);
 
 // One line per frame, and one per point.
 std::string FocusCsv(const FocusResult& result);

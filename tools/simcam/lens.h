@@ -8,6 +8,7 @@ struct LensDescription {
   int travelTo = 1023;
   double codesPerPx = 12;  // codes that change the true phase difference by one pixel
   double micronsPerCode = 0.5;
+  double codesPerDefocus = 1;  // actuator codes that one unit of the library's defocus stands for
   double codesPerMs = 8;       // speed
   double settlingMs = 8;       // until the swinging after a move has died down
   double hysteresisCodes = 2;  // play when the direction changes

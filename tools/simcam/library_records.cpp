@@ -68,6 +68,25 @@ PDLibDataBufferInfo MakeBufferInfo(const SensorDescription& sensor) {
   return info;
 }
 
+afpdlibelements::tessarineTuningAdaptiveK MakeAdaptive(const AdaptiveChoices& choices) {
+  afpdlibelements::tessarineTuningAdaptiveK record{};
+  record.enable = choices.isOn ? 1 : 0;
+  record.timeoutFrameCntThres = choices.timeoutFrames;
+  record.filterSize = choices.filterSize;
+  record.state0StableCntThres = choices.startFrames;
+  record.state1StableCntThres = choices.endFrames;
+  record.minimumLensPosDelta = choices.minimumTravel;
+  record.state0ConfThres = choices.startConfidence;
+  record.state1ConfThres = choices.endConfidence;
+  record.state0PhaseDiffThres = static_cast<float>(choices.startPhasePx);
+  record.state1PhaseDiffThres = static_cast<float>(choices.endPhasePx);
+  record.tolNearTargetUpperBound = record.tolFarTargetUpperBound =
+      static_cast<float>(choices.upperTolerance);
+  record.tolNearTargetLowerBound = record.tolFarTargetLowerBound =
+      static_cast<float>(choices.lowerTolerance);
+  return record;
+}
+
 }  // namespace
 
 TuningRecord::TuningRecord(const TuningChoices& choices) {
@@ -94,6 +113,7 @@ TuningRecord::TuningRecord(const TuningChoices& choices) {
        {&record_.singleWindowProcessingLevel, &record_.gridProcessingLevel,
         &record_.PeripheralProcessing})
     *level = {kModeByArea, 100, 100};
+  record_.adaptiveK = MakeAdaptive(choices.adaptive);
   record_.skipControl = {choices.staticFrameCount, choices.maxFrameRate};
 
   AddExtension("verticalBinningControl", choices.verticalBinning > 1 ? 1 : 0);

@@ -128,4 +128,9 @@ DataFolder::~DataFolder() {
   if (isTemporary_) fs::remove_all(path_, ignored);
 }
 
+std::string DataFolder::AdaptiveFile(uint32_t cameraId) const {
+  return (fs::path(path_) / kCacheFolder / ("pdlibdata" + std::to_string(cameraId) + ".bin"))
+      .string();
+}
+
 }  // namespace simcam

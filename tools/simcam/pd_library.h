@@ -62,6 +62,8 @@ class DataFolder {
   DataFolder& operator=(const DataFolder&) = delete;
 
   const std::string& Path() const { return path_; }
+  // Where the library keeps what it learnt of a camera.
+  std::string AdaptiveFile(uint32_t cameraId) const;
 
  private:
   std::string path_;

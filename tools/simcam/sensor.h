@@ -59,6 +59,22 @@ struct CalibrationLayout {
   int FractionBits() const { return version & 0x400 ? 6 : (qFactor == 0 ? 10 : qFactor); }
 };
 
+// When the library measures its own conversion coefficient, and how far it follows.
+struct AdaptiveChoices {
+  bool isOn = false;
+  int timeoutFrames = 60;
+  int filterSize = 5;  // entries of a history in the median
+  int startFrames = 3;
+  int endFrames = 3;
+  int minimumTravel = 60;  // actuator codes
+  int startConfidence = 100;
+  int endConfidence = 100;
+  double startPhasePx = 4;      // at least
+  double endPhasePx = 1.5;      // at most
+  double upperTolerance = 1.3;  // times the calibrated coefficient
+  double lowerTolerance = 0.7;
+};
+
 struct TuningChoices {
   int searchFrom = -44;  // pixels
   int searchTo = 44;
@@ -77,6 +93,7 @@ struct TuningChoices {
   bool peripheralWindows = true;
   int staticFrameCount = 8;
   int maxFrameRate = 30;
+  AdaptiveChoices adaptive;
 };
 
 struct SensorDescription {

@@ -69,7 +69,8 @@ _pdaf_cal_param_t MakeCalibration(const SensorDescription& sensor, const Shading
   std::fill(calibration.Center_GainMap, calibration.Center_GainMap + kGainMapEntries,
             static_cast<uint16_t>(kUnityGain));
 
-  const double coefficient = sensor.lens.codesPerPx * (1 + dccError) * (1 << layout.FractionBits());
+  const double coefficient = sensor.lens.codesPerPx / sensor.lens.codesPerDefocus * (1 + dccError) *
+                             (1 << layout.FractionBits());
   const int entries = layout.dccMapWidth * layout.dccMapHeight;
   std::fill(calibration.DCC_map, calibration.DCC_map + entries,
             static_cast<int16_t>(std::clamp(std::lround(coefficient), 1L, 32767L)));
