@@ -134,7 +134,7 @@ std::vector<Check> Judge(const LearnResult& result, const LearnResult& perfect) 
 LearnResult RunOne(const CameraOptions& camera, const simcam::CameraSettings& settings,
                    const simcam::SensorDescription& sensor, const simcam::LearnSettings& learn) {
   const Device device(camera);
-  Progress progress(true);
+  Progress progress;
   return simcam::RunLearning(device.Library(), device.Folder(), sensor, settings, learn,
                              [&](int sequence, int sequences) {
                                progress.Show("sequence " + std::to_string(sequence + 1) + " of " +
