@@ -58,7 +58,9 @@ void Plot::Range::Add(double value) {
 
 void Plot::Range::Pad() {
   if (low > high) low = high = 0;
-  const double margin = high > low ? 0.04 * (high - low) : 1;
+  // Values that differ by rounding alone are one value: ticks between them couldn't be told apart.
+  const bool isWide = high - low > 1e-9 * std::max(std::abs(high), std::abs(low));
+  const double margin = isWide ? 0.04 * (high - low) : 1;
   low -= margin;
   high += margin;
 }
