@@ -19,6 +19,11 @@ constinit const KernelTable kSse2Kernels = {
     .iir = scalar::Iir,
     .parseRow = ParseByVectors<U16x8>,
     .parseRowOptimized = ParseOptimizedByVectors<U16x8>,
+    .fillBytes = scalar::FillBytes,
+    .fillPacked = scalar::FillPacked,
+    .fillWords = scalar::FillWords,
+    .filterLines = scalar::FilterLines,
+    .lineSad = scalar::LineSad,
 };
 
 }  // namespace pdlib
