@@ -39,8 +39,7 @@ void line_sad(const uint16_t* left, const uint16_t* right, int length, int far, 
 
 void dpd_2nd_iir_float(const uint16_t* in, uint16_t* out, int length, const float* a,
                        const float* b) {
-  // The line with itself: two lines side by side take no longer than one.
-  pdlib::Kernels().filterLines({in, in, out, out}, length, a, b);
+  pdlib::Kernels().filterLine(in, out, length, a, b);
 }
 
 void dpd_line_IIR_optimized(const uint16_t* left_in, const uint16_t* right_in, uint16_t* left_out,

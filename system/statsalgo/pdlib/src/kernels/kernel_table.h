@@ -82,7 +82,7 @@ constexpr size_t PackedPairOffset(int site) {
   return static_cast<uint16_t>(site * 5 >> 1);
 }
 
-// Two lines that go through the same filter; a result may replace its sample.
+// Two lines that go through the same filter.
 struct LinePair {
   const uint16_t* left;
   const uint16_t* right;
@@ -114,7 +114,9 @@ struct KernelTable {
   void (*fillBytes)(const DenseFill& fill);
   void (*fillPacked)(const DenseFill& fill);
   void (*fillWords)(const DenseFill& fill);
-  // Second-order filter with the three coefficients a and b, a[0] unused: see dpd_2nd_iir_float.
+  // Second-order filter with the three coefficients a and b, a[0] unused: see dpd_2nd_iir_float. A
+  // line's output may be the line itself.
+  void (*filterLine)(const uint16_t* in, uint16_t* out, int length, const float* a, const float* b);
   void (*filterLines)(const LinePair& lines, int length, const float* a, const float* b);
   // out[k], k < shifts, = sum of |left[i + k] - right[i]| over `positions`, modulo 2^32.
   void (*lineSad)(const uint16_t* left, const uint16_t* right, int positions, int shifts,

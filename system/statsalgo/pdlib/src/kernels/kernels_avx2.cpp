@@ -23,6 +23,7 @@ constinit const KernelTable kAvx2Kernels = {
     .fillBytes = scalar::FillBytes,
     .fillPacked = scalar::FillPacked,
     .fillWords = scalar::FillWords,
+    .filterLine = scalar::FilterLine,
     .filterLines = scalar::FilterLines,
     .lineSad = scalar::LineSad,
 };

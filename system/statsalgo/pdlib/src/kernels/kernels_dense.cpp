@@ -90,11 +90,6 @@ void FillBinned(const DenseFill& fill, int vectorSites) {
   kByBin[fill.log2Bin](fill, vectorSites);
 }
 
-void FilterLine(const uint16_t* in, uint16_t* out, int length, const float* a, const float* b) {
-  SecondOrder filter(in[0], a, b);
-  for (int i = 0; i < length; ++i) out[i] = filter.Next(in[i]);
-}
-
 }  // namespace
 
 void FillBytes(const DenseFill& fill) {
@@ -109,8 +104,13 @@ void FillWords(const DenseFill& fill) {
   FillBinned<Words>(fill, fill.sites / kSitesPerVector * kSitesPerVector);
 }
 
-void FilterLines(const LinePair& lines, int length, const float* a, const float* b) {
+void FilterLine(const uint16_t* in, uint16_t* out, int length, const float* a, const float* b) {
   if (length < 1) return;
+  SecondOrder filter(in[0], a, b);
+  for (int i = 0; i < length; ++i) out[i] = filter.Next(in[i]);
+}
+
+void FilterLines(const LinePair& lines, int length, const float* a, const float* b) {
   FilterLine(lines.left, lines.leftOut, length, a, b);
   FilterLine(lines.right, lines.rightOut, length, a, b);
 }

@@ -230,6 +230,7 @@ constinit const KernelTable kScalarKernels = {
     .fillBytes = scalar::FillBytes,
     .fillPacked = scalar::FillPacked,
     .fillWords = scalar::FillWords,
+    .filterLine = scalar::FilterLine,
     .filterLines = scalar::FilterLines,
     .lineSad = scalar::LineSad,
 };

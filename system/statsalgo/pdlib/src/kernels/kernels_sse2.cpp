@@ -22,6 +22,7 @@ constinit const KernelTable kSse2Kernels = {
     .fillBytes = scalar::FillBytes,
     .fillPacked = scalar::FillPacked,
     .fillWords = scalar::FillWords,
+    .filterLine = scalar::FilterLine,
     .filterLines = scalar::FilterLines,
     .lineSad = scalar::LineSad,
 };
