@@ -108,9 +108,10 @@ struct dpd_grid_common_t {
   const uint16_t* p_bias;  // `sad_count` gains, Q12
 };
 
-// Entries that a line buffer has past its line: the widest line SAD reads 31 samples past the last
-// compared one, and a packed stretch of odd length is written one site past its end.
-inline constexpr int kDpdLinePadding = 64;
+// Entries that a line buffer has past its line. The line SAD starts up to 128 shifts into a line
+// and has up to 256 of them, whatever the length, so that it reads up to 255 samples past the end
+// of a cell; a packed stretch of odd length is written one site past its end.
+inline constexpr int kDpdLinePadding = 256;
 
 // One line job.
 struct dpd_line_arg_t {
