@@ -100,3 +100,9 @@ int adaptive_k_get_data(const pdaf_adaptive_k_t* state, int16_t* buffer, int* si
 // Reads a blob back and locks the histories. Gives 1, or 0, with nothing changed, for a null buffer
 // or a size in bytes other than kAdaptiveDataSize.
 int adaptive_k_set_data(pdaf_adaptive_k_t* state, const int16_t* buffer, int size);
+
+// A flow's two operations on the blob, by way of its own `buffer` of kAdaptiveDataSize bytes: what
+// the camera stack passes in need not be aligned.
+void adaptive_k_hand_out(const pdaf_adaptive_k_t& state, int16_t* buffer, const void** data,
+                         int* size);
+void adaptive_k_take_over(pdaf_adaptive_k_t* state, int16_t* buffer, const void* data, int size);

@@ -1,9 +1,7 @@
 #include "sparse/sparse_horizontal_flow.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
-#include <memory>
 
 #include "core/numeric.h"
 #include "core/pdlib_log.h"
@@ -17,16 +15,6 @@
 #include "sparse/pdlib_sparse_wrapper.h"
 
 namespace {
-
-pdaf_context_t* create_context() {
-  void* memory = OrvoCalloc(sizeof(pdaf_context_t));
-  return memory == nullptr ? nullptr : new (memory) pdaf_context_t{};
-}
-
-void destroy_context(pdaf_context_t** context) {
-  std::destroy_at(*context);
-  pdaf_free(*context);
-}
 
 // Pixels that serve both axes count by their horizontal polarity here.
 void fold_shared_pixels(PDLibInitParam* init) {
@@ -96,13 +84,13 @@ int SparseHorizontalFlow::Init(const PDLibInitParam* init,
   }
   if (context_ != nullptr) DeInit();
   initFailed_ = true;
-  context_ = create_context();
+  context_ = pdaf_create<pdaf_context_t>();
   if (context_ == nullptr) return kPDStatusNoMemory;
   PDLibInitParam folded = *init;
   fold_shared_pixels(&folded);
   context_->testMode = PDLIB_TEST_MODE != 0;
   if (set_pd_context_init_info(context_, folded, *tuning) != 0) {
-    destroy_context(&context_);
+    pdaf_destroy(context_);
     PDLIB_ERROR("set init info error");
     return kPDStatusFlowFailed;
   }
@@ -171,7 +159,7 @@ int SparseHorizontalFlow::DeInit() {
   context_->centerGain.reset();
   set_pd_context_deinit(context_);
   if (context_->window.valid != 0) free_pdaf_grid_memory(context_);
-  destroy_context(&context_);
+  pdaf_destroy(context_);
   return kPDStatusOk;
 }
 
@@ -181,8 +169,7 @@ int SparseHorizontalFlow::GetAdaptiveData(const void** data, int* size) {
     PDLIB_ERROR("null pointer");
     return kPDStatusBadInput;
   }
-  adaptive_k_get_data(&context_->adaptiveK, context_->adaptiveData, size);
-  *data = context_->adaptiveData;
+  adaptive_k_hand_out(context_->adaptiveK, context_->adaptiveData, data, size);
   return kPDStatusOk;
 }
 
@@ -191,9 +178,7 @@ int SparseHorizontalFlow::SetAdaptiveData(const void* data, int size) {
     PDLIB_ERROR("null pointer");
     return kPDStatusBadInput;
   }
-  const int copied = pdlib::Clamp(size, 0, kAdaptiveDataSize);
-  std::memcpy(context_->adaptiveData, data, static_cast<size_t>(copied));
-  adaptive_k_set_data(&context_->adaptiveK, context_->adaptiveData, size);
+  adaptive_k_take_over(&context_->adaptiveK, context_->adaptiveData, data, size);
   return kPDStatusOk;
 }
 
