@@ -40,5 +40,23 @@ class SecondOrder {
   float z1_, z2_;
 };
 
+inline void FilterOneLine(const uint16_t* in, uint16_t* out, int length, const float* a,
+                          const float* b) {
+  if (length < 1) return;
+  SecondOrder filter(in[0], a, b);
+  for (int i = 0; i < length; ++i) out[i] = filter.Next(in[i]);
+}
+
+// A chain is bound by the latency of its operations, so two side by side take no longer than one.
+inline void FilterSideBySide(const LinePair& lines, int length, const float* a, const float* b) {
+  if (length < 1) return;
+  SecondOrder left(lines.left[0], a, b);
+  SecondOrder right(lines.right[0], a, b);
+  for (int i = 0; i < length; ++i) {
+    lines.leftOut[i] = left.Next(lines.left[i]);
+    lines.rightOut[i] = right.Next(lines.right[i]);
+  }
+}
+
 }  // namespace
 }  // namespace pdlib
