@@ -9,8 +9,10 @@
 namespace pdlib_bench {
 namespace {
 
-// A line of a 4000 pixel wide dual-PD image; sixteen of them stay in the second-level cache.
+// A line of a 4000 pixel wide dual-PD image, of which sixteen stay in the second-level cache, and
+// of a centre region of it, of which four stay in the first-level one.
 constexpr int kSites = 4000;
+constexpr int kCenterSites = 1000;
 
 constexpr dpd_filter_t kFilter = {{1.0f, -1.8732f, 0.8837f}, {0.0582f, 0.0f, -0.0582f}};
 
@@ -30,43 +32,52 @@ void RegisterBeside(const std::string& subject, const std::string& form, const s
 struct Packing {
   const char* subject;
   dpd_fill_t* fill;
-  size_t lineBytes;
+  size_t siteBytesTwice;
   uint8_t depth;
 };
 
 const Packing kPackings[] = {
-    {"dpd_fill_10bpp_unpacked", dpd_line_fill_buffer_with_gain_bin_10bpp_unpacked, 4 * kSites, 10},
-    {"dpd_fill_10bpp_packed", dpd_line_fill_buffer_with_gain_bin_10bpp_packed, 5 * kSites / 2, 10},
-    {"dpd_fill_8bpp_unpacked", dpd_line_fill_buffer_with_gain_bin_8bpp_unpacked, 2 * kSites, 8},
+    {"dpd_fill_10bpp_unpacked", dpd_line_fill_buffer_with_gain_bin_10bpp_unpacked, 8, 10},
+    {"dpd_fill_10bpp_packed", dpd_line_fill_buffer_with_gain_bin_10bpp_packed, 5, 10},
+    {"dpd_fill_8bpp_unpacked", dpd_line_fill_buffer_with_gain_bin_8bpp_unpacked, 4, 8},
 };
 
+// A frame starts at a page, as the buffers of a camera do.
+constexpr size_t kPageSamples = 2048;
+const uint8_t* StartOfPage(const std::vector<uint16_t>& memory) {
+  const size_t beyond = reinterpret_cast<uintptr_t>(memory.data()) / 2 % kPageSamples;
+  return reinterpret_cast<const uint8_t*>(memory.data() + (kPageSamples - beyond));
+}
+
 struct FillBuffers {
-  std::vector<uint16_t> frame;
+  std::vector<uint16_t> frame;  // and a page
   std::vector<uint16_t> copy;
   std::vector<uint16_t> gain;
   std::vector<uint16_t> left;
   std::vector<uint16_t> right;
 };
 
-void RegisterFill(const Packing& packing, int bin) {
-  const size_t bytes = packing.lineBytes * static_cast<size_t>(bin);
+void RegisterFill(const Packing& packing, int bin, int sites) {
+  const size_t count = static_cast<size_t>(sites);
+  const size_t lineBytes = packing.siteBytesTwice * count / 2;
+  const size_t bytes = lineBytes * static_cast<size_t>(bin);
   const auto buffers = std::make_shared<FillBuffers>(
-      FillBuffers{RandomSamples(bytes / 2, 10), RandomSamples(bytes / 2, 10),
-                  RandomSamples(kSites, 12), RandomSamples(kSites, 10), RandomSamples(kSites, 10)});
+      FillBuffers{RandomSamples(bytes / 2 + kPageSamples, 10), RandomSamples(bytes / 2, 10),
+                  RandomSamples(count, 12), RandomSamples(count, 10), RandomSamples(count, 10)});
   dpd_input_line_request_t request = {};
-  request.end_x = kSites;
-  request.pd_width = kSites;
-  request.line_stride = static_cast<uint16_t>(packing.lineBytes);
+  request.end_x = static_cast<uint16_t>(sites);
+  request.pd_width = static_cast<uint16_t>(sites);
+  request.line_stride = static_cast<uint16_t>(lineBytes);
   request.bin_lines = static_cast<uint16_t>(bin);
   request.pixel_depth = packing.depth;
   request.pixel_clamp = 0xffff;
-  const std::string sizes = "bin:" + std::to_string(bin) + "/sites:" + std::to_string(kSites);
-  RegisterForms(packing.subject, sizes, kSites, [=] {
-    packing.fill(reinterpret_cast<const uint8_t*>(buffers->frame.data()), buffers->left.data(),
-                 buffers->right.data(), &request, buffers->gain.data(), buffers->gain.data());
+  const std::string sizes = "bin:" + std::to_string(bin) + "/sites:" + std::to_string(sites);
+  RegisterForms(packing.subject, sizes, sites, [=] {
+    packing.fill(StartOfPage(buffers->frame), buffers->left.data(), buffers->right.data(), &request,
+                 buffers->gain.data(), buffers->gain.data());
   });
-  RegisterBeside(packing.subject, "copy_of_input", sizes, kSites,
-                 [=] { std::memcpy(buffers->copy.data(), buffers->frame.data(), bytes); });
+  RegisterBeside(packing.subject, "copy_of_input", sizes, sites,
+                 [=] { std::memcpy(buffers->copy.data(), StartOfPage(buffers->frame), bytes); });
 }
 
 void RegisterLineFilter() {
@@ -103,7 +114,8 @@ void RegisterLineSad(int length, int shifts) {
 
 void RegisterDenseLines() {
   for (const Packing& packing : kPackings) {
-    for (int bin : {1, 4, 16}) RegisterFill(packing, bin);
+    for (int bin : {1, 4, 16}) RegisterFill(packing, bin, kSites);
+    RegisterFill(packing, 4, kCenterSites);
   }
   RegisterLineFilter();
   for (int shifts : {8, 16, 24, 32, 33, 64}) RegisterLineSad(1000, shifts);

@@ -23,47 +23,45 @@ struct SiteSums {
 template <class V, int kBin>
 struct ByteSites {
   static constexpr size_t kBytesPerSite = 2;
-  static SiteSums<V> Sum(const uint8_t* line, size_t stride) {
+  static SiteSums<V> LimitedSums(const uint8_t* line, size_t stride, V cap) {
     const V byte = V::Splat(0xff);
     SiteSums<V> sums = {V::Splat(0), V::Splat(0)};
     for (int k = 0; k < kBin; ++k, line += stride) {
       const V sites = V::LoadBytes(line);
       sums = {sums.left + (sites & byte), sums.right + (sites >> 8)};
     }
-    return sums;
+    return {Min(sums.left, cap), Min(sums.right, cap)};
   }
 };
 
 template <class V, int kBin>
 struct WordSites {
   static constexpr size_t kBytesPerSite = 4;
-  static SiteSums<V> Sum(const uint8_t* line, size_t stride) {
-    constexpr size_t kVectorBytes = V::kLanes * sizeof(uint16_t);
+  static SiteSums<V> LimitedSums(const uint8_t* line, size_t stride, V cap) {
     V first = V::LoadBytes(line);
-    V second = V::LoadBytes(line + kVectorBytes);
+    V second = V::LoadBytes(line + sizeof(V));
     for (int k = 1; k < kBin; ++k) {
       line += stride;
       first = first + V::LoadBytes(line);
-      second = second + V::LoadBytes(line + kVectorBytes);
+      second = second + V::LoadBytes(line + sizeof(V));
     }
+    first = Min(first, cap);
+    second = Min(second, cap);
     return {Evens(first, second), Odds(first, second)};
   }
 };
 
-// Limits and corrects the sums of a stretch of at least one vector. The last vector may overlap the
-// one before it.
+// Sums, limits and corrects a stretch of at least one vector. The last vector may overlap the
+// one before it. The job comes as a copy: as far as the compiler knows, a store changes the
+// original.
 template <class V, class Sites>
-void FillVectors(const DenseFill& fill) {
+void FillVectors(const DenseFill fill) {
   const V cap = V::Splat(fill.cap);
-  const int shift = fill.shift;
   const uint8_t* first = fill.source + fill.firstSite * Sites::kBytesPerSite;
-  const auto corrected = [=](V sum, const uint16_t* gain) {
-    return MultiplyShift(sum - SubtractLimited(sum, cap), V::Load(gain), shift);
-  };
-  const auto fillAt = [&](int i) {
-    const auto sums = Sites::Sum(first + i * Sites::kBytesPerSite, fill.lineStride);
-    corrected(sums.left, fill.leftGain + i).Store(fill.left + i);
-    corrected(sums.right, fill.rightGain + i).Store(fill.right + i);
+  const auto fillAt = [=](int i) {
+    const auto sums = Sites::LimitedSums(first + i * Sites::kBytesPerSite, fill.lineStride, cap);
+    MultiplyShift(sums.left, V::Load(fill.leftGain + i), fill.shift).Store(fill.left + i);
+    MultiplyShift(sums.right, V::Load(fill.rightGain + i), fill.shift).Store(fill.right + i);
   };
   int i = 0;
   for (; i + V::kLanes <= fill.sites; i += V::kLanes) fillAt(i);
@@ -78,7 +76,7 @@ bool FitsVectors(const DenseFill& fill) {
 
 template <class V, template <class, int> class Sites>
 void FillBinned(const DenseFill& fill) {
-  static constexpr void (*kByBin[])(const DenseFill&) = {
+  static constexpr void (*kByBin[])(DenseFill) = {
       FillVectors<V, Sites<V, 1>>, FillVectors<V, Sites<V, 2>>, FillVectors<V, Sites<V, 4>>,
       FillVectors<V, Sites<V, 8>>, FillVectors<V, Sites<V, 16>>};
   kByBin[fill.log2Bin](fill);

@@ -25,8 +25,8 @@ constinit const KernelTable kAvx2Kernels = {
     .fillBytes = FillBytesByVectors<U16x16>,
     .fillPacked = FillPackedByVectors<U16x16>,
     .fillWords = FillWordsByVectors<U16x16>,
-    .filterLine = FilterOneLine,
-    .filterLines = FilterSideBySide,
+    .filterLine = FilterLineFused,
+    .filterLines = FilterLinesFused,
     .lineSad = LineSadByBlocks<AddRowSadsByTiles<U16x16>>,
 };
 

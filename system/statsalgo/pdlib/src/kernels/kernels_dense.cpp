@@ -105,7 +105,7 @@ void FillWords(const DenseFill& fill) {
 }
 
 void FilterLine(const uint16_t* in, uint16_t* out, int length, const float* a, const float* b) {
-  FilterOneLine(in, out, length, a, b);
+  if (length > 0) FilterOneLine<true>(in, out, length, a, b);
 }
 
 void FilterLines(const LinePair& lines, int length, const float* a, const float* b) {

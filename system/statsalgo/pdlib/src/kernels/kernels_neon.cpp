@@ -25,8 +25,8 @@ constinit const KernelTable kNeonKernels = {
     .fillBytes = FillBytesByVectors<U16x8>,
     .fillPacked = FillPackedByVectors<U16x8>,
     .fillWords = FillWordsByVectors<U16x8>,
-    .filterLine = FilterOneLine,
-    .filterLines = FilterSideBySide,
+    .filterLine = FilterLineFused,
+    .filterLines = FilterLinesFused,
     .lineSad = LineSadByBlocks<AddRowSadsByPasses>,
 };
 

@@ -48,6 +48,7 @@ struct U16x8 {
   }
   friend U16x8 operator>>(U16x8 a, int bits) { return a << -bits; }
   friend U16x8 SubtractLimited(U16x8 a, U16x8 b) { return {vqsubq_u16(a.value, b.value)}; }
+  friend U16x8 Min(U16x8 a, U16x8 b) { return {vminq_u16(a.value, b.value)}; }
   friend U16x8 Equal(U16x8 a, U16x8 b) { return {vceqq_u16(a.value, b.value)}; }
   friend U16x8 MultiplyLow(U16x8 a, U16x8 b) { return {vmulq_u16(a.value, b.value)}; }
   friend U16x8 InterleaveLow(U16x8 a, U16x8 b) { return {vzip1q_u16(a.value, b.value)}; }

@@ -58,6 +58,10 @@ struct U16x8 {
   friend U16x8 operator>>(U16x8 a, int bits) { return {_mm_srli_epi16(a.value, bits)}; }
   // Not below 0.
   friend U16x8 SubtractLimited(U16x8 a, U16x8 b) { return {_mm_subs_epu16(a.value, b.value)}; }
+  friend U16x8 Min(U16x8 a, U16x8 b) {
+    const U16x8 headroom = b ^ Splat(0xffff);
+    return U16x8{_mm_adds_epu16(a.value, headroom.value)} - headroom;
+  }
   // All ones where equal.
   friend U16x8 Equal(U16x8 a, U16x8 b) { return {_mm_cmpeq_epi16(a.value, b.value)}; }
   friend U16x8 MultiplyLow(U16x8 a, U16x8 b) { return {_mm_mullo_epi16(a.value, b.value)}; }
@@ -66,10 +70,8 @@ struct U16x8 {
   friend U16x8 InterleaveHigh(U16x8 a, U16x8 b) { return {_mm_unpackhi_epi16(a.value, b.value)}; }
   // Every second sample, of `a` and then of `b`: those at even places, those at odd ones.
   friend U16x8 Evens(U16x8 a, U16x8 b) {
-    const auto signExtended = [](__m128i pairs) {
-      return _mm_srai_epi32(_mm_slli_epi32(pairs, 16), 16);
-    };
-    return {_mm_packs_epi32(signExtended(a.value), signExtended(b.value))};
+    const __m128i even = _mm_set1_epi32(1);
+    return {_mm_packs_epi32(_mm_madd_epi16(a.value, even), _mm_madd_epi16(b.value, even))};
   }
   friend U16x8 Odds(U16x8 a, U16x8 b) {
     return {_mm_packs_epi32(_mm_srai_epi32(a.value, 16), _mm_srai_epi32(b.value, 16))};
@@ -135,6 +137,7 @@ struct U16x16 {
   friend U16x16 SubtractLimited(U16x16 a, U16x16 b) {
     return {_mm256_subs_epu16(a.value, b.value)};
   }
+  friend U16x16 Min(U16x16 a, U16x16 b) { return {_mm256_min_epu16(a.value, b.value)}; }
   friend U16x16 Equal(U16x16 a, U16x16 b) { return {_mm256_cmpeq_epi16(a.value, b.value)}; }
   friend U16x16 MultiplyLow(U16x16 a, U16x16 b) { return {_mm256_mullo_epi16(a.value, b.value)}; }
   friend U16x16 MultiplyHigh(U16x16 a, U16x16 b) { return {_mm256_mulhi_epu16(a.value, b.value)}; }
@@ -205,10 +208,11 @@ inline U32x8 AddPairsSigned(U16x16 a) {
 
 #endif
 
-// a * b >> bits, cut to 16 bits; bits 0 to 16.
+// a * b >> bits, cut to 16 bits; bits 0 to 16. The shifts are those of b, which often is the same
+// for many a.
 template <class V>
 V MultiplyShift(V a, V b, int bits) {
-  return MultiplyHigh(a, b) << (16 - bits) | MultiplyLow(a, b) >> bits;
+  return MultiplyLow(a, b >> bits) + MultiplyHigh(a, b << (16 - bits));
 }
 
 // a * b >> bits, limited to 65535.
