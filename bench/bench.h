@@ -27,6 +27,7 @@ std::vector<uint16_t> RandomSamples(size_t count, int bits);
 void RegisterSad();
 void RegisterFilters();
 void RegisterParsers();
+void RegisterDenseLines();
 void RegisterAdaptive();
 void RegisterSparseFlow();
 

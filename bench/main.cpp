@@ -96,6 +96,7 @@ int main(int argc, char** argv) {
   pdlib_bench::RegisterSad();
   pdlib_bench::RegisterFilters();
   pdlib_bench::RegisterParsers();
+  pdlib_bench::RegisterDenseLines();
   pdlib_bench::RegisterSparseFlow();
   pdlib_bench::RegisterAdaptive();
   pdlib_bench::RatioReporter reporter;

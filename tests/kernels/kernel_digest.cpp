@@ -171,12 +171,58 @@ void DigestParsers(Digest& digest, int pairs, int blocks, uint32_t range) {
   digest.AddAll(outRight);
 }
 
+void DigestFill(Digest& digest, void (*fill)(const pdlib::DenseFill&), int bytesPerPair) {
+  constexpr int kSites = 230;
+  const size_t lineBytes = static_cast<size_t>(bytesPerPair) * kSites / 2;
+  const Image frame = MakeImage(6, static_cast<int>(lineBytes) * 8, 65536);
+  const Image gain = MakeImage(7, kSites, 65536);
+  Image left(kSites), right(kSites);
+  for (int log2Bin = 0; log2Bin <= 4; ++log2Bin) {
+    for (const int8_t shift : {int8_t{-3}, int8_t{0}, int8_t{6}, int8_t{16}, int8_t{33}}) {
+      for (int sites : {2, 14, 50, kSites}) {
+        fill({reinterpret_cast<const uint8_t*>(frame.data()), lineBytes, 0, sites, log2Bin, 40000,
+              shift, gain.data(), gain.data(), left.data(), right.data()});
+        digest.AddAll(left);
+        digest.AddAll(right);
+      }
+    }
+  }
+}
+
+void DigestLines(Digest& digest) {
+  constexpr int kLength = 500;
+  const float a[] = {1.0f, -1.8732f, 0.8837f};
+  for (const float middle : {0.0f, 0.11f}) {
+    const float b[] = {0.0582f, middle, -0.0582f};
+    for (uint32_t range : kRanges) {
+      const Image left = MakeImage(8, kLength, range);
+      const Image right = MakeImage(9, kLength, range);
+      Image leftOut(kLength), rightOut(kLength), alone(kLength);
+      pdlib::Kernels().filterLines({left.data(), right.data(), leftOut.data(), rightOut.data()},
+                                   kLength, a, b);
+      pdlib::Kernels().filterLine(right.data(), alone.data(), kLength, a, b);
+      std::vector<int32_t> sads(70);
+      pdlib::Kernels().lineSad(leftOut.data(), rightOut.data(), 400, 70, sads.data());
+      for (const Image* image : {&leftOut, &rightOut, &alone}) digest.AddAll(*image);
+      digest.AddAll(sads);
+    }
+  }
+}
+
+void DigestDense(Digest& digest) {
+  DigestFill(digest, pdlib::Kernels().fillBytes, 4);
+  DigestFill(digest, pdlib::Kernels().fillPacked, 5);
+  DigestFill(digest, pdlib::Kernels().fillWords, 8);
+  DigestLines(digest);
+}
+
 void DigestForm(Digest& digest) {
   DigestSads(digest);
   DigestFilters(digest);
   for (uint32_t range : kRanges) {
     for (int pairs : {2, 7, 8, 32}) DigestParsers(digest, pairs, 75, range);
   }
+  DigestDense(digest);
 }
 
 // From vector to phase difference and confidence.

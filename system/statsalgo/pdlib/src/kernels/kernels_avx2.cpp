@@ -1,10 +1,12 @@
 // AVX2 with FMA, on the x86-64 processors that have both.
+#include "kernels/fill_vector.h"
 #include "kernels/filters_vector.h"
 #include "kernels/iir_vector.h"
 #include "kernels/kernel_forms.h"
 #include "kernels/kernels_scalar.h"
 #include "kernels/parse_vector.h"
 #include "kernels/sad_x86.h"
+#include "kernels/second_order.h"
 #include "kernels/vectors.h"
 
 namespace pdlib {
@@ -20,12 +22,12 @@ constinit const KernelTable kAvx2Kernels = {
     .iir = IirByVectors<U16x8, F32x8>,
     .parseRow = ParseByVectors<U16x16>,
     .parseRowOptimized = ParseOptimizedByVectors<U16x16>,
-    .fillBytes = scalar::FillBytes,
-    .fillPacked = scalar::FillPacked,
-    .fillWords = scalar::FillWords,
-    .filterLine = scalar::FilterLine,
-    .filterLines = scalar::FilterLines,
-    .lineSad = scalar::LineSad,
+    .fillBytes = FillBytesByVectors<U16x16>,
+    .fillPacked = FillPackedByVectors<U16x16>,
+    .fillWords = FillWordsByVectors<U16x16>,
+    .filterLine = FilterLineFused,
+    .filterLines = FilterLinesFused,
+    .lineSad = LineSadByBlocks<AddRowSadsByTiles<U16x16>>,
 };
 
 }  // namespace pdlib

@@ -105,9 +105,7 @@ void FillWords(const DenseFill& fill) {
 }
 
 void FilterLine(const uint16_t* in, uint16_t* out, int length, const float* a, const float* b) {
-  if (length < 1) return;
-  SecondOrder filter(in[0], a, b);
-  for (int i = 0; i < length; ++i) out[i] = filter.Next(in[i]);
+  if (length > 0) FilterOneLine<true>(in, out, length, a, b);
 }
 
 void FilterLines(const LinePair& lines, int length, const float* a, const float* b) {

@@ -1,10 +1,12 @@
 // NEON, the baseline of AArch64.
+#include "kernels/fill_vector.h"
 #include "kernels/filters_vector.h"
 #include "kernels/iir_vector.h"
 #include "kernels/kernel_forms.h"
 #include "kernels/kernels_scalar.h"
 #include "kernels/parse_vector.h"
 #include "kernels/sad_neon.h"
+#include "kernels/second_order.h"
 #include "kernels/vectors.h"
 
 namespace pdlib {
@@ -20,12 +22,12 @@ constinit const KernelTable kNeonKernels = {
     .iir = IirByVectors<U16x8, F32x8>,
     .parseRow = ParseByVectors<U16x8>,
     .parseRowOptimized = ParseOptimizedByVectors<U16x8>,
-    .fillBytes = scalar::FillBytes,
-    .fillPacked = scalar::FillPacked,
-    .fillWords = scalar::FillWords,
-    .filterLine = scalar::FilterLine,
-    .filterLines = scalar::FilterLines,
-    .lineSad = scalar::LineSad,
+    .fillBytes = FillBytesByVectors<U16x8>,
+    .fillPacked = FillPackedByVectors<U16x8>,
+    .fillWords = FillWordsByVectors<U16x8>,
+    .filterLine = FilterLineFused,
+    .filterLines = FilterLinesFused,
+    .lineSad = LineSadByBlocks<AddRowSadsByPasses>,
 };
 
 }  // namespace pdlib

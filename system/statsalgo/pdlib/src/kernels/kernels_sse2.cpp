@@ -1,4 +1,5 @@
-// SSE2, the baseline of x86-64. Without fused operations the band-pass filter stays scalar.
+// SSE2, the baseline of x86-64. Without fused operations the filters stay scalar.
+#include "kernels/fill_vector.h"
 #include "kernels/filters_vector.h"
 #include "kernels/kernel_forms.h"
 #include "kernels/kernels_scalar.h"
@@ -19,12 +20,12 @@ constinit const KernelTable kSse2Kernels = {
     .iir = scalar::Iir,
     .parseRow = ParseByVectors<U16x8>,
     .parseRowOptimized = ParseOptimizedByVectors<U16x8>,
-    .fillBytes = scalar::FillBytes,
-    .fillPacked = scalar::FillPacked,
-    .fillWords = scalar::FillWords,
+    .fillBytes = FillBytesByVectors<U16x8>,
+    .fillPacked = FillPackedByVectors<U16x8>,
+    .fillWords = FillWordsByVectors<U16x8>,
     .filterLine = scalar::FilterLine,
     .filterLines = scalar::FilterLines,
-    .lineSad = scalar::LineSad,
+    .lineSad = LineSadByBlocks<AddRowSadsByTiles<U16x8>>,
 };
 
 }  // namespace pdlib

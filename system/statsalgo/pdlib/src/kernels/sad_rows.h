@@ -69,5 +69,17 @@ void SadByRows(const uint16_t* left, const uint16_t* right, int16_t rows, int16_
   }
 }
 
+// One row, not normalised.
+template <AddRowSads kAddRow>
+void LineSadByBlocks(const uint16_t* left, const uint16_t* right, int positions, int shifts,
+                     int32_t* out) {
+  for (int first = 0; first < shifts; first += kShiftBlock) {
+    const int count = std::min(shifts - first, kShiftBlock);
+    uint32_t sums[kShiftBlock] = {};
+    kAddRow(left + first, right, positions, count, sums);
+    for (int k = 0; k < count; ++k) out[first + k] = static_cast<int32_t>(sums[k]);
+  }
+}
+
 }  // namespace
 }  // namespace pdlib

@@ -24,6 +24,8 @@ struct U16x8 {
   uint16x8_t value;
 
   static U16x8 Load(const uint16_t* from) { return {vld1q_u16(from)}; }
+  // From an address that need not be aligned to samples.
+  static U16x8 LoadBytes(const uint8_t* from) { return {vreinterpretq_u16_u8(vld1q_u8(from))}; }
   void Store(uint16_t* to) const { vst1q_u16(to, value); }
   static U16x8 Splat(uint16_t sample) { return {vdupq_n_u16(sample)}; }
   // Pixels at eight places.
@@ -46,10 +48,13 @@ struct U16x8 {
   }
   friend U16x8 operator>>(U16x8 a, int bits) { return a << -bits; }
   friend U16x8 SubtractLimited(U16x8 a, U16x8 b) { return {vqsubq_u16(a.value, b.value)}; }
+  friend U16x8 Min(U16x8 a, U16x8 b) { return {vminq_u16(a.value, b.value)}; }
   friend U16x8 Equal(U16x8 a, U16x8 b) { return {vceqq_u16(a.value, b.value)}; }
   friend U16x8 MultiplyLow(U16x8 a, U16x8 b) { return {vmulq_u16(a.value, b.value)}; }
   friend U16x8 InterleaveLow(U16x8 a, U16x8 b) { return {vzip1q_u16(a.value, b.value)}; }
   friend U16x8 InterleaveHigh(U16x8 a, U16x8 b) { return {vzip2q_u16(a.value, b.value)}; }
+  friend U16x8 Evens(U16x8 a, U16x8 b) { return {vuzp1q_u16(a.value, b.value)}; }
+  friend U16x8 Odds(U16x8 a, U16x8 b) { return {vuzp2q_u16(a.value, b.value)}; }
   friend U16x8 AddPairs(U16x8 a, U16x8 b) { return {vpaddq_u16(a.value, b.value)}; }
 
   friend U16x8 MultiplyShift(U16x8 a, U16x8 b, int bits) {

@@ -28,6 +28,10 @@ struct U16x8 {
   static U16x8 Load(const uint16_t* from) {
     return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(from))};
   }
+  // From an address that need not be aligned to samples.
+  static U16x8 LoadBytes(const uint8_t* from) {
+    return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(from))};
+  }
   void Store(uint16_t* to) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(to), value); }
   static U16x8 Splat(uint16_t sample) { return {_mm_set1_epi16(static_cast<short>(sample))}; }
   // Pixels at eight places. Lane by lane: a word goes from memory into its lane in one instruction.
@@ -54,12 +58,24 @@ struct U16x8 {
   friend U16x8 operator>>(U16x8 a, int bits) { return {_mm_srli_epi16(a.value, bits)}; }
   // Not below 0.
   friend U16x8 SubtractLimited(U16x8 a, U16x8 b) { return {_mm_subs_epu16(a.value, b.value)}; }
+  friend U16x8 Min(U16x8 a, U16x8 b) {
+    const U16x8 headroom = b ^ Splat(0xffff);
+    return U16x8{_mm_adds_epu16(a.value, headroom.value)} - headroom;
+  }
   // All ones where equal.
   friend U16x8 Equal(U16x8 a, U16x8 b) { return {_mm_cmpeq_epi16(a.value, b.value)}; }
   friend U16x8 MultiplyLow(U16x8 a, U16x8 b) { return {_mm_mullo_epi16(a.value, b.value)}; }
   friend U16x8 MultiplyHigh(U16x8 a, U16x8 b) { return {_mm_mulhi_epu16(a.value, b.value)}; }
   friend U16x8 InterleaveLow(U16x8 a, U16x8 b) { return {_mm_unpacklo_epi16(a.value, b.value)}; }
   friend U16x8 InterleaveHigh(U16x8 a, U16x8 b) { return {_mm_unpackhi_epi16(a.value, b.value)}; }
+  // Every second sample, of `a` and then of `b`: those at even places, those at odd ones.
+  friend U16x8 Evens(U16x8 a, U16x8 b) {
+    const __m128i even = _mm_set1_epi32(1);
+    return {_mm_packs_epi32(_mm_madd_epi16(a.value, even), _mm_madd_epi16(b.value, even))};
+  }
+  friend U16x8 Odds(U16x8 a, U16x8 b) {
+    return {_mm_packs_epi32(_mm_srai_epi32(a.value, 16), _mm_srai_epi32(b.value, 16))};
+  }
   // Sums of neighbours, modulo 2^16: four of `a`, then four of `b`.
   friend U16x8 AddPairs(U16x8 a, U16x8 b) {
     const auto sums = [](__m128i pairs) {
@@ -104,6 +120,10 @@ struct U16x16 {
   static U16x16 Load(const uint16_t* from) {
     return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from))};
   }
+  // From an address that need not be aligned to samples.
+  static U16x16 LoadBytes(const uint8_t* from) {
+    return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from))};
+  }
   void Store(uint16_t* to) const { _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), value); }
   static U16x16 Splat(uint16_t sample) { return {_mm256_set1_epi16(static_cast<short>(sample))}; }
 
@@ -117,12 +137,27 @@ struct U16x16 {
   friend U16x16 SubtractLimited(U16x16 a, U16x16 b) {
     return {_mm256_subs_epu16(a.value, b.value)};
   }
+  friend U16x16 Min(U16x16 a, U16x16 b) { return {_mm256_min_epu16(a.value, b.value)}; }
   friend U16x16 Equal(U16x16 a, U16x16 b) { return {_mm256_cmpeq_epi16(a.value, b.value)}; }
   friend U16x16 MultiplyLow(U16x16 a, U16x16 b) { return {_mm256_mullo_epi16(a.value, b.value)}; }
   friend U16x16 MultiplyHigh(U16x16 a, U16x16 b) { return {_mm256_mulhi_epu16(a.value, b.value)}; }
-  friend U16x16 AddPairs(U16x16 a, U16x16 b) {
-    return {_mm256_permute4x64_epi64(_mm256_hadd_epi16(a.value, b.value), 0xd8)};
+  friend U16x16 Evens(U16x16 a, U16x16 b) {
+    const auto zeroExtended = [](__m256i pairs) {
+      return _mm256_blend_epi16(pairs, _mm256_setzero_si256(), 0xaa);
+    };
+    return InOrder(_mm256_packus_epi32(zeroExtended(a.value), zeroExtended(b.value)));
   }
+  friend U16x16 Odds(U16x16 a, U16x16 b) {
+    return InOrder(
+        _mm256_packus_epi32(_mm256_srli_epi32(a.value, 16), _mm256_srli_epi32(b.value, 16)));
+  }
+  friend U16x16 AddPairs(U16x16 a, U16x16 b) {
+    return InOrder(_mm256_hadd_epi16(a.value, b.value));
+  }
+
+ private:
+  // Packing works on halves: its results come as low a, low b, high a, high b.
+  static U16x16 InOrder(__m256i halves) { return {_mm256_permute4x64_epi64(halves, 0xd8)}; }
 };
 
 struct U32x8 {
@@ -173,10 +208,11 @@ inline U32x8 AddPairsSigned(U16x16 a) {
 
 #endif
 
-// a * b >> bits, cut to 16 bits; bits 0 to 16.
+// a * b >> bits, cut to 16 bits; bits 0 to 16. The shifts are those of b, which often is the same
+// for many a.
 template <class V>
 V MultiplyShift(V a, V b, int bits) {
-  return MultiplyHigh(a, b) << (16 - bits) | MultiplyLow(a, b) >> bits;
+  return MultiplyLow(a, b >> bits) + MultiplyHigh(a, b << (16 - bits));
 }
 
 // a * b >> bits, limited to 65535.
