@@ -16,6 +16,16 @@ SensorDescription Checked(const SensorDescription& sensor, const CameraSettings&
   return adapted;
 }
 
+// Noise in the sensor's own codes.
+CameraSettings Adapted(CameraSettings settings, const SensorDescription& sensor) {
+  if (settings.noiseBits == 0) return settings;
+  const double scale = std::ldexp(1.0, sensor.pixelDepth - settings.noiseBits);
+  settings.noise.variancePerCode *= scale;
+  settings.noise.readNoise *= scale;
+  settings.noiseBits = 0;
+  return settings;
+}
+
 // Peripheral windows may read any part of the image.
 BlockArea RenderedBlocks(const SensorDescription& sensor, const CameraSettings& settings) {
   if (sensor.tuning.peripheralWindows)
@@ -74,11 +84,37 @@ std::vector<uint32_t> LineInterrupts(int imageHeight, double roiBottom, int call
   return lines;
 }
 
+FrameResult ProcessFrame(CameraSession& session, const CameraSettings& settings,
+                         const std::vector<uint8_t>& buffer, int lensCode,
+                         const std::vector<uint32_t>& interrupts) {
+  PDLibInputs inputs{};
+  PDLibParam& param = inputs.param;
+  param.PDBuffer = buffer.data();
+  param.PDBufferFd = -1;
+  param.PDBufferSize = static_cast<int64_t>(buffer.size());
+  param.windowConfig = {kRoiDefault, settings.roi, settings.columns, settings.rows};
+  param.gain = static_cast<float>(settings.sensorGain);
+  param.fps = static_cast<float>(settings.frameRate);
+  param.integrationTime = static_cast<float>(kExposureShare / settings.frameRate);
+  param.lensPosition = lensCode;
+  param.offsetLensPosition = lensCode;
+  param.cameraInfo = {0, settings.cameraId};
+
+  FrameResult result;
+  result.isProcessed = true;
+  for (uint32_t lines : interrupts) {
+    inputs.linesWritten = lines;
+    result.isProcessed = session.Process(inputs, result.output) && result.isProcessed;
+  }
+  result.hasSumWindow = result.isProcessed;
+  return result;
+}
+
 Camera::Camera(const PdLibrary& library, const SensorDescription& sensor,
                const CameraSettings& settings)
     : sensor_(Checked(sensor, settings)),
-      settings_(settings),
-      regions_(MakeRegions(sensor_, settings)),
+      settings_(Adapted(settings, sensor)),
+      regions_(MakeRegions(sensor_, settings_)),
       session_(library, sensor_,
                MakeCalibration(sensor_, Renderer().LensShading(), settings.dccError),
                settings.cameraId, settings.logLevel),
@@ -90,27 +126,8 @@ FrameResult Camera::Shoot(double truePhasePx, int lensCode) {
   for (ExposedRegion& region : regions_)
     region.renderer.Render(truePhasePx * region.phaseScale, noiseSeed, buffer_);
 
-  PDLibInputs inputs{};
-  PDLibParam& param = inputs.param;
-  param.PDBuffer = buffer_.data();
-  param.PDBufferFd = -1;
-  param.PDBufferSize = static_cast<int64_t>(buffer_.size());
-  param.windowConfig = {kRoiDefault, settings_.roi, settings_.columns, settings_.rows};
-  param.gain = static_cast<float>(settings_.sensorGain);
-  param.fps = static_cast<float>(settings_.frameRate);
-  param.integrationTime = static_cast<float>(kExposureShare / settings_.frameRate);
-  param.lensPosition = lensCode;
-  param.cameraInfo = {0, settings_.cameraId};
-
-  FrameResult result;
-  result.isProcessed = true;
-  for (uint32_t lines : interrupts_) {
-    inputs.linesWritten = lines;
-    result.isProcessed = session_.Process(inputs, result.output) && result.isProcessed;
-  }
-  result.hasSumWindow = result.isProcessed;
   ++frameIndex_;
-  return result;
+  return ProcessFrame(session_, settings_, buffer_, lensCode, interrupts_);
 }
 
 }  // namespace simcam

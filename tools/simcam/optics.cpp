@@ -106,6 +106,8 @@ void BlurredScene::Kernel(double fraction, std::vector<float>& weights) const {
 }
 
 void BlurredScene::SelectRow(double y) {
+  if (y == selectedY_) return;
+  selectedY_ = y;
   const double at = (y - originY_) / scale_;
   const int middle = static_cast<int>(std::floor(at));
   Kernel(at - middle, weights_);
