@@ -106,7 +106,7 @@ afpdlibelements::tessarineTuningAdaptiveK MakeAdaptive(const AdaptiveChoices& ch
 
 }  // namespace
 
-TuningRecord::TuningRecord(const TuningChoices& choices) {
+TuningRecord::TuningRecord(const TuningChoices& choices, bool areViewsVertical) {
   auto& pre = record_.preProcess;
   pre.boxFilterLength = choices.boxFilterLength;
   pre.antiAliasFilterThreshold = choices.antiAliasFilterThreshold;
@@ -134,21 +134,35 @@ TuningRecord::TuningRecord(const TuningChoices& choices) {
   record_.adaptiveK = MakeAdaptive(choices.adaptive);
   record_.skipControl = {choices.staticFrameCount, choices.maxFrameRate};
 
-  AddExtension("verticalBinningControl", choices.verticalBinning > 1 ? 1 : 0);
-  AddExtension("EnableSparsePDAFIIRFilter", choices.bandPass ? 1 : 0);
-  AddExtension("EnableOptimizedSparseParsing", choices.optimizedParsing ? 1 : 0);
+  AddExtension("verticalBinningControl", {choices.verticalBinning > 1 ? 1.0f : 0.0f});
+  AddExtension("EnableSparsePDAFIIRFilter", {choices.bandPass ? 1.0f : 0.0f});
+  AddExtension("EnableOptimizedSparseParsing", {choices.optimizedParsing ? 1.0f : 0.0f});
+  if (areViewsVertical) CompareVerticalViews();
   record_.extensionParamCount = static_cast<uint32_t>(extensions_.size());
   record_.extensionParam = extensions_.data();
 }
 
-void TuningRecord::AddExtension(const char* name, float value) {
-  values_.push_back(std::make_unique<float>(value));
+void TuningRecord::CompareVerticalViews() {
+  constexpr auto kBothAxes = static_cast<afpdlibelements::tessarinePDAxisControl>(2);
+  record_.HVControl.PDProcessingAxis = kBothAxes;
+  record_.HVControl.horizontalConfWeightTuningCount = 1;
+  record_.HVControl.horizontalConfWeightTuning = &noWeight_;
+  record_.HVControl.verticalConfWeightTuningCount = 1;
+  record_.HVControl.verticalConfWeightTuning = &allWeight_;
+  record_.preProcessVertical = record_.preProcess;
+  record_.correlationVertical = record_.correlation;
+  record_.postProcessVertical = record_.postProcess;
+  AddExtension("HVSelection", {kHVFlowDPDHorizontal, kHVFlowDPDVertical});
+}
+
+void TuningRecord::AddExtension(const char* name, std::vector<float> values) {
+  values_.push_back(std::make_unique<std::vector<float>>(std::move(values)));
   afpdlibelements::statsExtensionParamType extension{};
   extension.ID = static_cast<int32_t>(extensions_.size());
   extension.Name = const_cast<char*>(name);  // the record's type; no one writes through it
   extension.enableFlag = 1;
-  extension.dataCount = 1;
-  extension.data = values_.back().get();
+  extension.dataCount = static_cast<uint32_t>(values_.back()->size());
+  extension.data = values_.back()->data();
   extensions_.push_back(extension);
 }
 
