@@ -13,7 +13,7 @@ mkdir -p "$work"
 : > "$results"
 
 flags="-std=c++20 -ffp-contract=off -I$root/system/statsalgo/pdlib/src -I$root/system/platform"
-common="$kernels/kernel_table.cpp $kernels/kernels_scalar.cpp $kernels/pd_core_correlation.cpp
+common="$kernels/kernel_table.cpp $kernels/kernels_scalar.cpp $kernels/kernels_dense.cpp $kernels/pd_core_correlation.cpp
         $kernels/pd_core_filters.cpp $root/tests/kernels/kernel_digest.cpp"
 
 # digest <launcher> <level> <instruction sets> <compiler...>

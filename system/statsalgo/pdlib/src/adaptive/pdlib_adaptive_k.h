@@ -85,6 +85,11 @@ int16_t adaptive_k_get_interpolated_DCC_peripheral(const pdaf_adaptive_k_t* stat
 int16_t adaptive_k_get_interpolated_DCC_focus_map(const pdaf_adaptive_k_t* state, float phaseDiff,
                                                   int window);
 
+// Whether windows of such a frame are configured and learnt from.
+constexpr bool adaptive_k_serves(PDLibRoiType roiType) {
+  return roiType == kRoiDefault || roiType == kRoiLearning;
+}
+
 // Shows one frame's final results to the estimators of all active windows.
 void adaptive_k_process_frame(pdaf_adaptive_k_t* state, float actuatorSensitivity, int lensPosition,
                               const PDLibOutputData* output);

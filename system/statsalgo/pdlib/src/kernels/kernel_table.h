@@ -1,4 +1,4 @@
-// The hot kernels of the sparse flows and their fast forms.
+// The hot kernels of the flows and their fast forms.
 //
 // The scalar form is the definition of each result; every fast form gives the same bits. One table
 // is in force at a time: the best of the processor from the start, another by name for tests and
@@ -59,6 +59,37 @@ struct OptimizedParseRow {
   uint32_t blackLevel;
 };
 
+// One line of a dense dual-PD image, made of 2^log2Bin lines of the frame. A site holds a left
+// sample and then a right one; a sum is taken modulo 2^16, limited to `cap`, multiplied by the
+// site's gain and shifted right.
+struct DenseFill {
+  const uint8_t* source;  // first byte of the first line; samples need not be aligned
+  size_t lineStride;      // bytes from one line to the next
+  int firstSite;          // of the stretch, in its line
+  int sites;
+  int log2Bin;  // 0 to 4
+  uint16_t cap;
+  int8_t shift;  // 0 to 16 for depths of 4 to 16 bits; see ShiftProduct in kernels_dense.cpp
+  const uint16_t* leftGain;  // one entry a site
+  const uint16_t* rightGain;
+  uint16_t* left;  // `sites` results, apart from the source
+  uint16_t* right;
+};
+
+// Where two packed sites lie in their line, bytes: `site` is the first of them. The target counts
+// in 16 bits.
+constexpr size_t PackedPairOffset(int site) {
+  return static_cast<uint16_t>(site * 5 >> 1);
+}
+
+// Two lines that go through the same filter.
+struct LinePair {
+  const uint16_t* left;
+  const uint16_t* right;
+  uint16_t* leftOut;
+  uint16_t* rightOut;
+};
+
 struct KernelTable {
   const char* name;  // "scalar", "sse2", "avx2", "neon"
 
@@ -78,6 +109,18 @@ struct KernelTable {
   // each) and adds to the sums; merging is the caller's.
   void (*parseRowOptimized)(const OptimizedParseRow& row, uint16_t* left, uint16_t* right,
                             float* leftSum, float* rightSum);
+
+  // Dense lines by packing: a byte a sample; 10 bits, two sites in five bytes; a 16-bit word.
+  void (*fillBytes)(const DenseFill& fill);
+  void (*fillPacked)(const DenseFill& fill);
+  void (*fillWords)(const DenseFill& fill);
+  // Second-order filter with the three coefficients a and b, a[0] unused: see dpd_2nd_iir_float. A
+  // line's output may be the line itself.
+  void (*filterLine)(const uint16_t* in, uint16_t* out, int length, const float* a, const float* b);
+  void (*filterLines)(const LinePair& lines, int length, const float* a, const float* b);
+  // out[k], k < shifts, = sum of |left[i + k] - right[i]| over `positions`, modulo 2^32.
+  void (*lineSad)(const uint16_t* left, const uint16_t* right, int positions, int shifts,
+                  int32_t* out);
 };
 
 // The table in force.

@@ -20,6 +20,12 @@ constinit const KernelTable kAvx2Kernels = {
     .iir = IirByVectors<U16x8, F32x8>,
     .parseRow = ParseByVectors<U16x16>,
     .parseRowOptimized = ParseOptimizedByVectors<U16x16>,
+    .fillBytes = scalar::FillBytes,
+    .fillPacked = scalar::FillPacked,
+    .fillWords = scalar::FillWords,
+    .filterLine = scalar::FilterLine,
+    .filterLines = scalar::FilterLines,
+    .lineSad = scalar::LineSad,
 };
 
 }  // namespace pdlib

@@ -227,6 +227,12 @@ constinit const KernelTable kScalarKernels = {
     .iir = scalar::Iir,
     .parseRow = scalar::Parse,
     .parseRowOptimized = scalar::ParseOptimized,
+    .fillBytes = scalar::FillBytes,
+    .fillPacked = scalar::FillPacked,
+    .fillWords = scalar::FillWords,
+    .filterLine = scalar::FilterLine,
+    .filterLines = scalar::FilterLines,
+    .lineSad = scalar::LineSad,
 };
 
 }  // namespace pdlib

@@ -17,4 +17,12 @@ void Parse(const ParseRow& row, ParseSink& sink);
 void ParseOptimized(const OptimizedParseRow& row, uint16_t* left, uint16_t* right, float* leftSum,
                     float* rightSum);
 
+// In kernels_dense.cpp.
+void FillBytes(const DenseFill& fill);
+void FillPacked(const DenseFill& fill);
+void FillWords(const DenseFill& fill);
+void FilterLine(const uint16_t* in, uint16_t* out, int length, const float* a, const float* b);
+void FilterLines(const LinePair& lines, int length, const float* a, const float* b);
+void LineSad(const uint16_t* left, const uint16_t* right, int positions, int shifts, int32_t* out);
+
 }  // namespace pdlib::scalar

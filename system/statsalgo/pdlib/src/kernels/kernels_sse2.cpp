@@ -19,6 +19,12 @@ constinit const KernelTable kSse2Kernels = {
     .iir = scalar::Iir,
     .parseRow = ParseByVectors<U16x8>,
     .parseRowOptimized = ParseOptimizedByVectors<U16x8>,
+    .fillBytes = scalar::FillBytes,
+    .fillPacked = scalar::FillPacked,
+    .fillWords = scalar::FillWords,
+    .filterLine = scalar::FilterLine,
+    .filterLines = scalar::FilterLines,
+    .lineSad = scalar::LineSad,
 };
 
 }  // namespace pdlib

@@ -47,56 +47,18 @@ void fold_shared_pixels(PDLibInitParam* init) {
   }
 }
 
-bool is_buffer_usable(const pdaf_context_t& context, const PDLibParam& param) {
-  if (param.PDBuffer == nullptr) {
-    PDLIB_ERROR("null PD buffer");
-    return false;
-  }
-  if (param.PDBufferSize >= 0 &&
-      static_cast<uint64_t>(param.PDBufferSize) >= context.requiredBufferBytes) {
-    return true;
-  }
-  PDLIB_ERROR("PD buffer of %lld bytes is too small, the PD area needs %llu",
-              static_cast<long long>(param.PDBufferSize),
-              static_cast<unsigned long long>(context.requiredBufferBytes));
-  return false;
-}
-
-bool is_window_usable(const PDLibWindowConfig& config) {
-  if (!is_window_valid(config.window)) {
-    PDLIB_ERROR(
-        "Invalid window [%f %f %f %f], expected fractions of the image with start before end",
-        static_cast<double>(config.window.startX), static_cast<double>(config.window.startY),
-        static_cast<double>(config.window.endX), static_cast<double>(config.window.endY));
-    return false;
-  }
-  if (window_count_fits(config)) return true;
-  PDLIB_ERROR("Invalid window count %u x %u, the results hold %u", config.horizontalWindowCount,
-              config.verticalWindowCount, kMaxWindows);
-  return false;
-}
-
-bool learns_from(PDLibRoiType roiType) {
-  return roiType == kRoiDefault || roiType == kRoiLearning;
-}
-
 // Once per frame, when its results are final: the thresholds of the estimators count frames.
 void learn(pdaf_context_t* context, bool frameIsOver) {
-  if (!frameIsOver || context->adaptiveK.enable != 1 || !learns_from(context->roiType)) return;
+  if (!frameIsOver || context->adaptiveK.enable != 1 || !adaptive_k_serves(context->roiType))
+    return;
   ADAPTK_DEBUG(context->adaptiveK.debug, "ADAPTK: S901 - Enter adaptive k ");
   adaptive_k_process_frame(&context->adaptiveK, context->actuatorSensitivity, context->lensPosition,
                            &context->output);
 }
 
 void report(const pdaf_context_t& context, int16_t lensPosition) {
-  const PDLibDefocusInfo& first = context.output.defocusInfo[0];
-  PDLIB_INFO(
-      "frame_idx: %d, phaseDiff %.2f, defocus_um: %.1f conf_level %d cur_lens_pos %d "
-      "processingResult %d isPeripheralValid %d",
-      static_cast<int>(context.frameIndex), static_cast<double>(first.phaseDiff),
-      static_cast<double>(static_cast<float>(first.defocus) * context.actuatorSensitivity),
-      static_cast<int>(first.confidence), lensPosition,
-      static_cast<int>(context.output.processingResult), context.output.isPeripheralValid);
+  log_frame_result(context.frameIndex, context.output.defocusInfo[0], context.actuatorSensitivity,
+                   lensPosition, context.output);
 }
 
 void close_call(pdaf_context_t* context, const PDLibParam& param, bool frameIsOver,
@@ -161,7 +123,8 @@ int SparseHorizontalFlow::Process(const PDLibParam* param, uint32_t lines,
     PDLIB_ERROR("null pointer");
     return initFailed_ ? kPDStatusFlowFailed : kPDStatusBadInput;
   }
-  if (!is_window_usable(param->windowConfig) || !is_buffer_usable(*context_, *param))
+  if (!is_window_usable(param->windowConfig) ||
+      !is_buffer_usable(*param, context_->requiredBufferBytes))
     return kPDStatusBadInput;
 
   const bool frameIsOver = lines == context_->sensor.imageHeight;
