@@ -51,7 +51,7 @@ TEST(DualLayout, PutsEverySampleInItsPlace) {
     SensorDescription sensor = test::DualSensor(
         R"({"black_level": 10, "white_level": 250, "pixel_depth": )" + std::to_string(c.depth) +
         R"(, "dual": {"packing": ")" + c.packing + R"(", "stride": )" + std::to_string(c.stride) +
-        R"(, "order": ")" + (c.isSecondFirst ? "second-view-first" : "first-view-first") + "\"}}");
+        R"(, "order": ")" + (c.isSecondFirst ? "right-first" : "left-first") + "\"}}");
     sensor.orientation = c.orientation;
     constexpr double kPhase = 16;
     const test::FunctionScene ramp([](int x, int y) { return 0.1 + 0.001 * x + 0.002 * y; });
@@ -92,7 +92,7 @@ TEST(DualShift, IsTheTruePhaseDifference) {
       {"{}", 0, 0},
       {"{}", -7.25, -7.25},
       {R"({"orientation": "mirror"})", 5.5, -5.5},
-      {R"({"orientation": "mirror-and-flip", "dual": {"order": "second-view-first"}})", 5, -5},
+      {R"({"orientation": "mirror-and-flip", "dual": {"order": "right-first"}})", 5, -5},
       // A module whose views stand 1.5 pixels further apart than the phase difference, and one
       // that says so in a map: 1 + 0.1 * 0.5 where u is 0.1, at the middle line 0.4 * v more.
       {R"({"pd_offset_correction": -1.5})", 3, 4.5},

@@ -33,15 +33,29 @@ BlockArea RenderedBlocks(const SensorDescription& sensor, const CameraSettings& 
   return BlocksOf(sensor, settings.roi);
 }
 
-// The blocks of a region; what the division leaves over belongs to the last column and row.
+// Blocks of a region. The library takes the PD area of a dual-PD sensor to be half the image's
+// width and all of its height in sites, whatever the sites' size.
+struct RegionSize {
+  int width;
+  int height;
+};
+
+RegionSize SizeOfRegions(const SensorDescription& sensor) {
+  if (sensor.IsDual())
+    return {std::max(sensor.imageWidth / 2 / kRegionColumns, 1),
+            std::max(sensor.imageHeight / kRegionRows, 1)};
+  return {std::max(sensor.blocksAcross / kRegionColumns, 1),
+          std::max(sensor.blocksDown / kRegionRows, 1)};
+}
+
+// What the division leaves over belongs to the last column and row.
 BlockArea RegionBlocks(const SensorDescription& sensor, int region) {
   const int column = region % kRegionColumns;
   const int row = region / kRegionColumns;
-  const int width = sensor.blocksAcross / kRegionColumns;
-  const int height = sensor.blocksDown / kRegionRows;
-  return {column * width, row * height,
-          column + 1 == kRegionColumns ? sensor.blocksAcross : (column + 1) * width,
-          row + 1 == kRegionRows ? sensor.blocksDown : (row + 1) * height};
+  const RegionSize size = SizeOfRegions(sensor);
+  return {column * size.width, row * size.height,
+          column + 1 == kRegionColumns ? sensor.blocksAcross : (column + 1) * size.width,
+          row + 1 == kRegionRows ? sensor.blocksDown : (row + 1) * size.height};
 }
 
 BlockArea Intersection(const BlockArea& a, const BlockArea& b) {
@@ -71,6 +85,14 @@ std::vector<ExposedRegion> MakeRegions(const SensorDescription& sensor,
 }
 
 }  // namespace
+
+int RegionAt(const SensorDescription& sensor, double x, double y) {
+  const RegionSize size = SizeOfRegions(sensor);
+  const int column = static_cast<int>(x * sensor.blocksAcross / size.width);
+  const int row = static_cast<int>(y * sensor.blocksDown / size.height);
+  return std::clamp(row, 0, kRegionRows - 1) * kRegionColumns +
+         std::clamp(column, 0, kRegionColumns - 1);
+}
 
 std::vector<uint32_t> LineInterrupts(int imageHeight, double roiBottom, int calls) {
   const int first = std::min(static_cast<int>(std::ceil(roiBottom * imageHeight)) + 1, imageHeight);

@@ -39,6 +39,9 @@ inline constexpr int kRegionColumns = 8;
 inline constexpr int kRegionRows = 6;
 inline constexpr int kRegions = kRegionColumns * kRegionRows;
 
+// The region in which the library sees a point of the image, given in fractions of it.
+int RegionAt(const SensorDescription& sensor, double x, double y);
+
 // A part of the PD area that is exposed with a phase difference of its own.
 struct ExposedRegion {
   FrameRenderer renderer;

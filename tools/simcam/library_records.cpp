@@ -179,7 +179,7 @@ PDLibInitParam MakeInitParam(const SensorDescription& sensor) {
   init.defocusConfidenceThreshold = static_cast<int32_t>(sensor.tuning.defocusConfidenceThreshold);
   init.bufferDataInfo = MakeBufferInfo(sensor);
   if (sensor.IsDual()) {
-    init.pixelOrderType = sensor.dual->isSecondViewFirst ? kOrderRightFirst : kOrderLeftFirst;
+    init.pixelOrderType = sensor.dual->isRightFirst ? kOrderRightFirst : kOrderLeftFirst;
     init.isHdrModeEnabled = sensor.IsHdr() ? 1 : 0;
   }
   init.disableLCR = 1;

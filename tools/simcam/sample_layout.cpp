@@ -13,7 +13,7 @@ const PatternPixel& BufferPixel(const Pattern& buffer, int nativeType, int rank)
 std::vector<SamplePlace> SitePlaces(const SensorDescription& sensor) {
   const double x = (sensor.native.width - 1) / 2.0;
   const double y = (sensor.native.height - 1) / 2.0;
-  const int first = sensor.dual->isSecondViewFirst ? 1 : 0;
+  const int first = sensor.dual->isRightFirst ? 1 : 0;
   return {{Side::kLeft, x, y, first, 0, 0}, {Side::kRight, x, y, 1 - first, 0, 1}};
 }
 

@@ -79,7 +79,7 @@ enum class SamplePacking {
 struct DualLayout {
   ViewAxis axis = ViewAxis::kHorizontal;
   SamplePacking packing = SamplePacking::kWords;
-  bool isSecondViewFirst = false;  // the right (lower) view's sample comes first in the buffer
+  bool isRightFirst = false;  // the right view's sample comes first in the buffer
   int exposureRatio = 1;  // above 1, HDR: sites of odd columns are exposed this many times shorter
   std::optional<ViewOffset> offset;
   // Share of the light's noise that the two samples of a site have in common with opposite signs:

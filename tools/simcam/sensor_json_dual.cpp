@@ -20,7 +20,7 @@ ViewOffset ReadOffset(JsonNode node) {
 DualLayout ReadLayout(JsonNode& node) {
   DualLayout layout;
   layout.axis = static_cast<ViewAxis>(node.Word("axis", {"horizontal", "vertical"}, 0));
-  layout.isSecondViewFirst = node.Word("order", {"first-view-first", "second-view-first"}, 0) == 1;
+  layout.isRightFirst = node.Word("order", {"left-first", "right-first"}, 0) == 1;
   layout.packing = static_cast<SamplePacking>(
       node.Word("packing", {"bytes", "packed-10", "words"}, static_cast<int>(layout.packing)));
   node.Integer("exposure_ratio", 1, kLargestRatio, layout.exposureRatio);
@@ -83,10 +83,11 @@ void CheckDual(const JsonNode& root, const SensorDescription& sensor) {
   CheckPacking(root, sensor);
   if (sensor.MaxCode() * sensor.tuning.verticalBinning > 0xffff)
     root.Fail("tuning.vertical_binning", "expected a sum of samples that fits 16 bits");
-  if (isVertical && (dual.packing != SamplePacking::kWords || sensor.IsHdr() ||
+  if (isVertical && (dual.packing != SamplePacking::kWords || sensor.IsHdr() || dual.isRightFirst ||
                      sensor.orientation != Orientation::kDefault))
     root.Fail("dual.axis",
-              "expected 'horizontal' unless samples are words of one exposure, read out straight");
+              "expected 'horizontal' unless samples are words of one exposure, read out straight "
+              "and with the upper one (left-first) first");
   // A flipped readout has the library turn its own copy of the map at every window.
   if (dual.offset && sensor.orientation != Orientation::kDefault)
     root.Fail("dual.offset", "expected nothing unless orientation is 'default'");
