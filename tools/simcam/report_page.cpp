@@ -78,6 +78,20 @@ PDLibWindow RoiInScene(const SensorDescription& sensor, PDLibWindow roi) {
   return roi;
 }
 
+std::string SampleText(const SensorDescription& sensor, const CameraSettings& settings) {
+  if (!sensor.IsDual())
+    return std::to_string(sensor.native.pixels.size() / 2) + " pairs of PD pixels in each of " +
+           std::to_string(sensor.blocksAcross) + " x " + std::to_string(sensor.blocksDown) +
+           " blocks";
+  constexpr const char* kPackings[] = {"bytes", "packed tens", "words"};
+  const DualLayout& dual = *sensor.dual;
+  std::string text = "one of each view at " + std::to_string(sensor.blocksAcross) + " x " +
+                     std::to_string(sensor.blocksDown) + " sites, as " +
+                     kPackings[static_cast<int>(dual.packing)];
+  if (sensor.IsHdr()) text += ", odd columns exposed 1/" + std::to_string(dual.exposureRatio);
+  return text + ", split noise " + Short(settings.noise.split.value_or(dual.splitNoise));
+}
+
 }  // namespace
 
 std::string Page(const std::string& title, const std::string& subtitle, const std::string& body) {
@@ -130,6 +144,7 @@ std::string SettingsTable(const SensorDescription& sensor, const CameraSettings&
               {"image", std::to_string(sensor.imageWidth) + " x " +
                             std::to_string(sensor.imageHeight) + " pixels, one sample step is " +
                             std::to_string(sensor.SampleStepPx()) + " pixels"},
+              {"samples", SampleText(sensor, settings)},
               {"scene, seed", settings.scene + ", " + std::to_string(settings.seed)},
               {"noise", Short(settings.noise.variancePerCode) + " codes² per code, read noise " +
                             Short(settings.noise.readNoise) + " codes, at " +
