@@ -14,9 +14,9 @@ constexpr uint8_t log2_of(int bin) {
   return bin == 1 ? 0 : static_cast<uint8_t>(1 + log2_of(bin / 2));
 }
 
-// The clamp of a single sample grows with the bin and stays within 16 bits.
+// The clamp of a single sample times the bin, in 16 bits.
 constexpr uint16_t bin_cap(uint16_t pixel_clamp, int log2_bin) {
-  return static_cast<uint16_t>((pixel_clamp & 0xffff >> log2_bin) << log2_bin);
+  return static_cast<uint16_t>(pixel_clamp << log2_bin);
 }
 
 int stretch_length(uint16_t start, uint16_t end) {
