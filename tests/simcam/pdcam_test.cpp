@@ -99,7 +99,7 @@ TEST_F(Pdcam, PrintsDescriptionsThatCanBeUsed) {
   const Outcome mine = Run("sweep --sensor " + Path("mine.json") + quick);
   ASSERT_EQ(mine.status, 0) << mine.errors;
   EXPECT_EQ(mine.output, Run("sweep --sensor s16-mirror" + quick).output);
-  EXPECT_EQ(json::parse(Run("sensors --json").output).size(), 7u);
+  EXPECT_EQ(json::parse(Run("sensors --json").output).size(), 15u);
 }
 
 // What the library is held to on a sensor with a sample every four pixels.

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "errors.h"
+#include "small_dual_sensor.h"
 #include "small_sensor.h"
 
 namespace {
@@ -19,6 +20,8 @@ TEST(SensorFile, AllShippedOnesLoad) {
   }
   EXPECT_EQ(LoadSensor("s16").SampleStepPx(), 4);
   EXPECT_EQ(LoadSensor("s32-2col").SampleStepPx(), 16);
+  EXPECT_EQ(LoadSensor("dual").SampleStepPx(), 2);
+  EXPECT_EQ(LoadSensor("dual-hdr").SampleStepPx(), 2);
 }
 
 std::string ErrorOf(const std::string& text) {
@@ -42,7 +45,8 @@ TEST(SensorFile, NamesTheFieldThatIsWrong) {
       {"/image/1", 1u << 31, "'image'"},
       {"/image/1", UINT64_MAX, "'image'"},
       {"/orientation", "upside", "'orientation': expected 'default', 'mirror'"},
-      {"/sensor_type", 4, "'sensor_type': expected an integer from 1 to 3, found 4"},
+      {"/sensor_type", 6, "'sensor_type': expected an integer from 1 to 5, found 6"},
+      {"/sensor_type", 4, "'dual': expected an object, found nothing"},
       {"/pixel_depth", 10.5, "'pixel_depth'"},
       {"/black_level", -1, "'black_level'"},
       {"/white_level", 1000, "'white_level': expected an integer from 1001 to 16383"},
@@ -79,6 +83,42 @@ TEST(SensorFile, NamesTheFieldThatIsWrong) {
     const std::string error = ErrorOf(description.dump());
     EXPECT_EQ(error.rfind("my.json: ", 0), 0u) << c.pointer << ": " << error;
     EXPECT_NE(error.find(c.message), std::string::npos) << c.pointer << ": " << error;
+  }
+}
+
+TEST(SensorFile, NamesWhatIsWrongWithADualSensor) {
+  struct Case {
+    const char* patch;
+    const char* message;
+  };
+  const Case cases[] = {
+      {R"({"sensor_type": 2})", "'blocks': expected two integers"},
+      {R"({"blocks": [4, 4]})", "'blocks': is not known here"},
+      {R"({"dual": {"site": [3, 2]}})", "'dual.site': expected sites that cover the image"},
+      {R"({"dual": {"site": [2, 0]}})", "'dual.site': expected two integers from 1 to 16"},
+      {R"({"dual": {"packing": "packed"}})",
+       "'dual.packing': expected 'bytes', 'packed-10' or 'words', found 'packed'"},
+      {R"({"dual": {"packing": "bytes"}})", "'pixel_depth': expected 8"},
+      {R"({"dual": {"packing": "packed-10"}})", "'pixel_depth': expected 10"},
+      {R"({"dual": {"order": "left"}})", "'dual.order'"},
+      {R"({"dual": {"axis": 1}})", "'dual.axis': expected a text"},
+      {R"({"dual": {"stride": 1279}})", "'dual.stride': expected at least 1280 bytes"},
+      {R"({"dual": {"stride": 1281}})", "'dual.stride': expected an even number"},
+      {R"({"dual": {"exposure_ratio": 0}})", "'dual.exposure_ratio'"},
+      {R"({"dual": {"axis": "vertical"}, "orientation": "mirror"})", "'dual.axis'"},
+      {R"({"dual": {"axis": "vertical", "exposure_ratio": 2}})", "'dual.axis'"},
+      {R"({"dual": {"offset": {"middle": 9}}})", "'dual.offset.middle'"},
+      {R"({"dual": {"offset": {"left": 1}}})", "'dual.offset.left': is not known here"},
+      {R"({"dual": {"offset": {}}, "orientation": "flip"})", "'dual.offset': expected nothing"},
+      {R"({"dual": {"offset": {}}, "pd_offset_correction": 1})", "'pd_offset_correction'"},
+      {R"({"noise": {"split": 1.5}})", "'noise.split': expected a number from 0 to 1"},
+      {R"({"pixel_depth": 14, "tuning": {"vertical_binning": 8}})", "'tuning.vertical_binning'"},
+      {R"({"image": [64, 64], "calibration": {"gain_map": [40, 4]}})", "'calibration.gain_map'"},
+  };
+  EXPECT_EQ(ErrorOf(test::kSmallDualSensor), "accepted");
+  for (const Case& c : cases) {
+    const std::string error = ErrorOf(test::DualSensorText(c.patch));
+    EXPECT_NE(error.find(c.message), std::string::npos) << c.patch << ": " << error;
   }
 }
 

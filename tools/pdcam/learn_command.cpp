@@ -19,9 +19,10 @@ using simcam::LearnSequence;
 using simcam::LearntScores;
 
 constexpr double kAllowedKError = 0.05;
-// What noise and the whole-number codes of the lens make of two equal runs.
-constexpr double kAllowedFrames = 0.25;
-constexpr double kAllowedOvershoot = 0.25;
+// What noise and the whole-number codes of the lens make of two equal runs (measured over seeds and
+// K errors: 0.06 and 0.04).
+constexpr double kAllowedFrames = 0.1;
+constexpr double kAllowedOvershoot = 0.05;
 
 struct Options {
   CameraOptions camera;
@@ -160,9 +161,9 @@ int Run(const Options& given) {
   if (options.isCheck) {
     CameraOptions elsewhere = options.camera;
     elsewhere.dataFolder.clear();
-    // The same module, so that its lens has as far to go, calibrated right and held to that.
+    // The same module, so that its lens has as far to go, calibrated right. It learns as well: what
+    // is measured takes in the play of the lens, which a calibration doesn't know.
     simcam::SensorDescription calibrated = sensor;
-    calibrated.tuning.adaptive.upperTolerance = calibrated.tuning.adaptive.lowerTolerance = 1;
     calibrated.lens.codesPerPx *= MeanKFactor(options.learn);
     simcam::LearnSettings learn = options.learn;
     learn.kError = 1;

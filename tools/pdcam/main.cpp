@@ -1,4 +1,4 @@
-// A camera with known truth on the command line: focus, sweep, learn, adaptive, sensors.
+// A camera with known truth on the command line: focus, sweep, learn, match, adaptive, sensors.
 #include <cstdio>
 
 #include "errors.h"
@@ -16,12 +16,14 @@ int Run(int argc, char** argv) {
       "  pdcam focus --check\n"
       "  pdcam sweep --noise none --json\n"
       "  pdcam learn --k-error 0.8 --report learn.html\n"
+      "  pdcam match left.pgm right.pgm --report match.html\n"
       "  pdcam sensors s16 > mine.json; pdcam sweep --sensor ./mine.json\n\n"
       "Exit status: 0 done, 1 a check failed, 2 wrong usage, 3 bad input file, 4 no PD library.");
   int status = pdcam::kDone;
   pdcam::AddFocusCommand(app, status);
   pdcam::AddSweepCommand(app, status);
   pdcam::AddLearnCommand(app, status);
+  pdcam::AddMatchCommand(app, status);
   pdcam::AddAdaptiveCommand(app, status);
   pdcam::AddSensorsCommand(app, status);
   try {

@@ -19,6 +19,7 @@ struct NoisePreset {
   simcam::NoiseSettings noise;
 };
 
+constexpr int kNoiseBits = 10;
 constexpr NoisePreset kNoisePresets[] = {
     {"none", {0, 0}}, {"little", {0.05, 1.5}}, {"much", {1.5, 12}}};
 
@@ -27,24 +28,6 @@ std::string SceneHelp() {
   for (const simcam::SceneName& scene : simcam::SceneNames())
     text += "\n  " + scene.name + ": " + scene.content;
   return text;
-}
-
-// "3x3" into columns and rows.
-void ParseWindows(const std::string& text, simcam::CameraSettings& settings) {
-  uint32_t columns = 0;
-  uint32_t rows = 0;
-  const char* end = text.data() + text.size();
-  const auto first = std::from_chars(text.data(), end, columns);
-  const bool isSplit = first.ec == std::errc() && first.ptr != end && *first.ptr == 'x';
-  const auto second =
-      isSplit ? std::from_chars(first.ptr + 1, end, rows) : std::from_chars_result{end, {}};
-  const bool isPair = isSplit && second.ec == std::errc() && second.ptr == end;
-  // One entry of the results is the sum window's.
-  if (!isPair || columns == 0 || rows == 0 || columns >= kMaxWindows || rows >= kMaxWindows ||
-      columns * rows >= kMaxWindows)
-    throw CLI::ValidationError("--windows", "expected columns x rows such as 3x3, 199 at most");
-  settings.columns = columns;
-  settings.rows = rows;
 }
 
 }  // namespace
@@ -64,6 +47,28 @@ CLI::Validator Between(double low, double high) {
       range);
 }
 
+GridSize ParseGrid(const char* option, const std::string& text) {
+  GridSize grid;
+  const char* end = text.data() + text.size();
+  const auto first = std::from_chars(text.data(), end, grid.columns);
+  const bool isSplit = first.ec == std::errc() && first.ptr != end && *first.ptr == 'x';
+  const auto second =
+      isSplit ? std::from_chars(first.ptr + 1, end, grid.rows) : std::from_chars_result{end, {}};
+  const bool isPair = isSplit && second.ec == std::errc() && second.ptr == end;
+  // One entry of the results is the sum window's.
+  if (!isPair || grid.columns == 0 || grid.rows == 0 || grid.columns >= kMaxWindows ||
+      grid.rows >= kMaxWindows || grid.columns * grid.rows >= kMaxWindows)
+    throw CLI::ValidationError(option, "expected columns x rows such as 3x3, 199 at most");
+  return grid;
+}
+
+PDLibWindow ParseRoi(const std::vector<double>& roi) {
+  if (roi[0] >= roi[2] || roi[1] >= roi[3])
+    throw CLI::ValidationError("--roi", "expected left below right and top below bottom");
+  return {static_cast<float>(roi[0]), static_cast<float>(roi[1]), static_cast<float>(roi[2]),
+          static_cast<float>(roi[3])};
+}
+
 void CameraOptions::AddTo(CLI::App& command) {
   command.add_option("--sensor", sensor,
                      "Name of a description (see 'pdcam sensors') or path of a JSON file");
@@ -71,10 +76,19 @@ void CameraOptions::AddTo(CLI::App& command) {
   command.add_option("--seed", settings.seed, "Arranges scene and noise anew");
   command.add_option("--noise", noise, "none, little (0.05, 1.5) or much (1.5, 12)")
       ->check(CLI::IsMember({"none", "little", "much"}));
-  command.add_option("--noise-variance", noiseVariance, "Noise of the light, codes^2 per code")
+  command
+      .add_option(
+          "--noise-variance", noiseVariance,
+          "Noise of the light, codes^2 per code of a 10-bit sensor; fewer bits have as much "
+          "of it in their larger codes")
       ->check(Between(0.0, 1000.0));
-  command.add_option("--read-noise", readNoise, "Noise of the readout, codes")
+  command.add_option("--read-noise", readNoise, "Noise of the readout, codes of a 10-bit sensor")
       ->check(Between(0.0, 1000.0));
+  command
+      .add_option("--split-noise", splitNoise,
+                  "Share of the light's noise that the two samples of a dual-PD site have in "
+                  "common with opposite signs, 0 to 1; else what the description says")
+      ->check(Between(0.0, 1.0));
   command.add_option("--shading", settings.shading, "Light lost in the darkest corner, 0 to 0.9")
       ->check(Between(0.0, 0.9));
   command
@@ -109,11 +123,12 @@ simcam::CameraSettings CameraOptions::Settings() const {
     if (noise == preset.name) result.noise = preset.noise;
   if (noiseVariance >= 0) result.noise.variancePerCode = noiseVariance;
   if (readNoise >= 0) result.noise.readNoise = readNoise;
-  ParseWindows(windows, result);
-  if (roi[0] >= roi[2] || roi[1] >= roi[3])
-    throw CLI::ValidationError("--roi", "expected left below right and top below bottom");
-  result.roi = {static_cast<float>(roi[0]), static_cast<float>(roi[1]), static_cast<float>(roi[2]),
-                static_cast<float>(roi[3])};
+  if (splitNoise >= 0) result.noise.split = splitNoise;
+  result.noiseBits = kNoiseBits;
+  const GridSize grid = ParseGrid("--windows", windows);
+  result.columns = grid.columns;
+  result.rows = grid.rows;
+  result.roi = ParseRoi(roi);
   return result;
 }
 
@@ -130,9 +145,11 @@ void OutputOptions::AddTo(CLI::App& command) {
 }
 
 Device::Device(const CameraOptions& options)
-    : folder_(options.dataFolder),
-      library_(options.library.empty() ? simcam::PdLibrary::DefaultPath() : options.library) {
-  if (options.settings.logLevel == 0) return;
+    : Device(options.library, options.dataFolder, options.settings.logLevel) {}
+
+Device::Device(const std::string& library, const std::string& dataFolder, uint32_t logLevel)
+    : folder_(dataFolder), library_(library.empty() ? simcam::PdLibrary::DefaultPath() : library) {
+  if (logLevel == 0) return;
   g_logInfo |= 1u << Orvo::Log::kGroupStatsAF;
   Orvo::Host::SetConsoleLevel(Orvo::Log::kLevelVerbose);
 }

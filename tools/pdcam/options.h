@@ -21,6 +21,16 @@ inline constexpr int kNoDevice = 4;
 // Accepts a number from `low` to `high`, and nothing that is no number.
 CLI::Validator Between(double low, double high);
 
+struct GridSize {
+  uint32_t columns = 0;
+  uint32_t rows = 0;
+};
+
+// Values of options as they stand on the command line: "3x3", and left, top, right and bottom.
+// Throw CLI::ValidationError.
+GridSize ParseGrid(const char* option, const std::string& text);
+PDLibWindow ParseRoi(const std::vector<double>& roi);
+
 struct CameraOptions {
   std::string sensor = "s16";
   bool isSensorNamed = false;
@@ -28,6 +38,7 @@ struct CameraOptions {
   std::string noise = "little";
   double noiseVariance = -1;  // negative: what `noise` says
   double readNoise = -1;
+  double splitNoise = -1;
   std::string windows = "3x3";
   bool isOverlapped = true;
   std::vector<double> roi = {0.35, 0.35, 0.65, 0.65};
@@ -53,6 +64,8 @@ struct OutputOptions {
 class Device {
  public:
   explicit Device(const CameraOptions& options);
+  // "" is the library beside the program, and a folder that is removed again.
+  Device(const std::string& library, const std::string& dataFolder, uint32_t logLevel);
   const simcam::PdLibrary& Library() const { return library_; }
   const simcam::DataFolder& Folder() const { return folder_; }
 
@@ -77,6 +90,7 @@ void AddFocusCommand(CLI::App& app, int& status);
 void AddSweepCommand(CLI::App& app, int& status);
 void AddSensorsCommand(CLI::App& app, int& status);
 void AddLearnCommand(CLI::App& app, int& status);
+void AddMatchCommand(CLI::App& app, int& status);
 void AddAdaptiveCommand(CLI::App& app, int& status);
 
 }  // namespace pdcam

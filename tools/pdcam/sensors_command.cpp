@@ -9,18 +9,21 @@ namespace {
 
 void List(bool isJson) {
   simcam::OrderedJson list = simcam::OrderedJson::array();
-  if (!isJson) std::printf("%-16s %9s %5s  %s\n", "name", "step, px", "pairs", "about");
+  if (!isJson)
+    std::printf("%-16s %-6s %9s %5s  %s\n", "name", "kind", "step, px", "pairs", "about");
   for (const simcam::EmbeddedSensor& embedded : simcam::EmbeddedSensors()) {
     const simcam::SensorDescription sensor = simcam::LoadSensor(embedded.name);
-    const size_t pairs = sensor.native.pixels.size() / 2;
+    const char* kind = sensor.IsDual() ? "dual" : "sparse";
+    const size_t pairs = sensor.IsDual() ? 1 : sensor.native.pixels.size() / 2;
     if (isJson)
       list.push_back({{"name", sensor.name},
                       {"about", sensor.about},
+                      {"kind", kind},
                       {"sample_step_px", sensor.SampleStepPx()},
                       {"pairs_per_block", pairs}});
     else
-      std::printf("%-16s %9d %5zu  %s\n", sensor.name.c_str(), sensor.SampleStepPx(), pairs,
-                  sensor.about.c_str());
+      std::printf("%-16s %-6s %9d %5zu  %s\n", sensor.name.c_str(), kind, sensor.SampleStepPx(),
+                  pairs, sensor.about.c_str());
   }
   if (isJson) std::printf("%s\n", list.dump(2).c_str());
 }

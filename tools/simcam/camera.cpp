@@ -16,6 +16,16 @@ SensorDescription Checked(const SensorDescription& sensor, const CameraSettings&
   return adapted;
 }
 
+// Noise in the sensor's own codes.
+CameraSettings Adapted(CameraSettings settings, const SensorDescription& sensor) {
+  if (settings.noiseBits == 0) return settings;
+  const double scale = std::ldexp(1.0, sensor.pixelDepth - settings.noiseBits);
+  settings.noise.variancePerCode *= scale;
+  settings.noise.readNoise *= scale;
+  settings.noiseBits = 0;
+  return settings;
+}
+
 // Peripheral windows may read any part of the image.
 BlockArea RenderedBlocks(const SensorDescription& sensor, const CameraSettings& settings) {
   if (sensor.tuning.peripheralWindows)
@@ -23,15 +33,29 @@ BlockArea RenderedBlocks(const SensorDescription& sensor, const CameraSettings& 
   return BlocksOf(sensor, settings.roi);
 }
 
-// The blocks of a region; what the division leaves over belongs to the last column and row.
+// Blocks of a region. The library takes the PD area of a dual-PD sensor to be half the image's
+// width and all of its height in sites, whatever the sites' size.
+struct RegionSize {
+  int width;
+  int height;
+};
+
+RegionSize SizeOfRegions(const SensorDescription& sensor) {
+  if (sensor.IsDual())
+    return {std::max(sensor.imageWidth / 2 / kRegionColumns, 1),
+            std::max(sensor.imageHeight / kRegionRows, 1)};
+  return {std::max(sensor.blocksAcross / kRegionColumns, 1),
+          std::max(sensor.blocksDown / kRegionRows, 1)};
+}
+
+// What the division leaves over belongs to the last column and row.
 BlockArea RegionBlocks(const SensorDescription& sensor, int region) {
   const int column = region % kRegionColumns;
   const int row = region / kRegionColumns;
-  const int width = sensor.blocksAcross / kRegionColumns;
-  const int height = sensor.blocksDown / kRegionRows;
-  return {column * width, row * height,
-          column + 1 == kRegionColumns ? sensor.blocksAcross : (column + 1) * width,
-          row + 1 == kRegionRows ? sensor.blocksDown : (row + 1) * height};
+  const RegionSize size = SizeOfRegions(sensor);
+  return {column * size.width, row * size.height,
+          column + 1 == kRegionColumns ? sensor.blocksAcross : (column + 1) * size.width,
+          row + 1 == kRegionRows ? sensor.blocksDown : (row + 1) * size.height};
 }
 
 BlockArea Intersection(const BlockArea& a, const BlockArea& b) {
@@ -62,6 +86,14 @@ std::vector<ExposedRegion> MakeRegions(const SensorDescription& sensor,
 
 }  // namespace
 
+int RegionAt(const SensorDescription& sensor, double x, double y) {
+  const RegionSize size = SizeOfRegions(sensor);
+  const int column = static_cast<int>(x * sensor.blocksAcross / size.width);
+  const int row = static_cast<int>(y * sensor.blocksDown / size.height);
+  return std::clamp(row, 0, kRegionRows - 1) * kRegionColumns +
+         std::clamp(column, 0, kRegionColumns - 1);
+}
+
 std::vector<uint32_t> LineInterrupts(int imageHeight, double roiBottom, int calls) {
   const int first = std::min(static_cast<int>(std::ceil(roiBottom * imageHeight)) + 1, imageHeight);
   std::vector<uint32_t> lines;
@@ -74,11 +106,37 @@ std::vector<uint32_t> LineInterrupts(int imageHeight, double roiBottom, int call
   return lines;
 }
 
+FrameResult ProcessFrame(CameraSession& session, const CameraSettings& settings,
+                         const std::vector<uint8_t>& buffer, int lensCode,
+                         const std::vector<uint32_t>& interrupts) {
+  PDLibInputs inputs{};
+  PDLibParam& param = inputs.param;
+  param.PDBuffer = buffer.data();
+  param.PDBufferFd = -1;
+  param.PDBufferSize = static_cast<int64_t>(buffer.size());
+  param.windowConfig = {kRoiDefault, settings.roi, settings.columns, settings.rows};
+  param.gain = static_cast<float>(settings.sensorGain);
+  param.fps = static_cast<float>(settings.frameRate);
+  param.integrationTime = static_cast<float>(kExposureShare / settings.frameRate);
+  param.lensPosition = lensCode;
+  param.offsetLensPosition = lensCode;
+  param.cameraInfo = {0, settings.cameraId};
+
+  FrameResult result;
+  result.isProcessed = true;
+  for (uint32_t lines : interrupts) {
+    inputs.linesWritten = lines;
+    result.isProcessed = session.Process(inputs, result.output) && result.isProcessed;
+  }
+  result.hasSumWindow = result.isProcessed;
+  return result;
+}
+
 Camera::Camera(const PdLibrary& library, const SensorDescription& sensor,
                const CameraSettings& settings)
     : sensor_(Checked(sensor, settings)),
-      settings_(settings),
-      regions_(MakeRegions(sensor_, settings)),
+      settings_(Adapted(settings, sensor)),
+      regions_(MakeRegions(sensor_, settings_)),
       session_(library, sensor_,
                MakeCalibration(sensor_, Renderer().LensShading(), settings.dccError),
                settings.cameraId, settings.logLevel),
@@ -90,27 +148,8 @@ FrameResult Camera::Shoot(double truePhasePx, int lensCode) {
   for (ExposedRegion& region : regions_)
     region.renderer.Render(truePhasePx * region.phaseScale, noiseSeed, buffer_);
 
-  PDLibInputs inputs{};
-  PDLibParam& param = inputs.param;
-  param.PDBuffer = buffer_.data();
-  param.PDBufferFd = -1;
-  param.PDBufferSize = static_cast<int64_t>(buffer_.size());
-  param.windowConfig = {kRoiDefault, settings_.roi, settings_.columns, settings_.rows};
-  param.gain = static_cast<float>(settings_.sensorGain);
-  param.fps = static_cast<float>(settings_.frameRate);
-  param.integrationTime = static_cast<float>(kExposureShare / settings_.frameRate);
-  param.lensPosition = lensCode;
-  param.cameraInfo = {0, settings_.cameraId};
-
-  FrameResult result;
-  result.isProcessed = true;
-  for (uint32_t lines : interrupts_) {
-    inputs.linesWritten = lines;
-    result.isProcessed = session_.Process(inputs, result.output) && result.isProcessed;
-  }
-  result.hasSumWindow = result.isProcessed;
   ++frameIndex_;
-  return result;
+  return ProcessFrame(session_, settings_, buffer_, lensCode, interrupts_);
 }
 
 }  // namespace simcam

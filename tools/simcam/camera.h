@@ -18,6 +18,7 @@ struct CameraSettings {
   uint64_t seed = 1;  // of the scene and of the noise
   OpticsSettings optics;
   NoiseSettings noise;
+  int noiseBits = 0;  // pixel depth whose codes `noise` is told in; 0: the sensor's own
   double shading = 0.35;
   double dccError = 0;  // the calibration's coefficients are too large by this share
   PDLibWindow roi{0.35f, 0.35f, 0.65f, 0.65f};
@@ -37,6 +38,9 @@ struct CameraSettings {
 inline constexpr int kRegionColumns = 8;
 inline constexpr int kRegionRows = 6;
 inline constexpr int kRegions = kRegionColumns * kRegionRows;
+
+// The region in which the library sees a point of the image, given in fractions of it.
+int RegionAt(const SensorDescription& sensor, double x, double y);
 
 // A part of the PD area that is exposed with a phase difference of its own.
 struct ExposedRegion {
@@ -80,6 +84,11 @@ class Camera {
   std::vector<uint32_t> interrupts_;
   uint64_t frameIndex_ = 0;
 };
+
+// Takes a frame that lies in the buffer through the library, call by call.
+FrameResult ProcessFrame(CameraSession& session, const CameraSettings& settings,
+                         const std::vector<uint8_t>& buffer, int lensCode,
+                         const std::vector<uint32_t>& interrupts);
 
 // Lines written at each call of a frame. The first comes when the ROI is complete: the library
 // measures at the first call of a frame and would otherwise see only a part of it. The last is the

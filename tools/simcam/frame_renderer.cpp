@@ -11,6 +11,9 @@ namespace {
 // Beyond the area by this much the scene is rendered for shifts and blur; further out its border
 // goes on.
 constexpr int kSceneMargin = 128;
+// Blocks that share a shift where it changes over the image.
+constexpr int kRunOfEqualShift = 32;
+constexpr uint64_t kSplitNoise = 0x5b117;
 
 Area SceneArea(const SensorDescription& sensor, const BlockArea& blocks) {
   const Pattern& native = sensor.native;
@@ -23,11 +26,10 @@ Area SceneArea(const SensorDescription& sensor, const BlockArea& blocks) {
   return ScenePyramid::AlignedArea(area, kSceneMargin);
 }
 
-// The pixel of the buffer's pattern that holds the native pixel of this type and rank.
-const PatternPixel& BufferPixel(const Pattern& buffer, int nativeType, int rank) {
-  for (const PatternPixel& pixel : buffer.pixels)
-    if (pixel.type == 1 - nativeType && rank-- == 0) return pixel;
-  return buffer.pixels.front();  // not reached: both patterns have as many pixels of either type
+// A site gathers light over its whole width.
+OpticsSettings OpticsOf(const SensorDescription& sensor, OpticsSettings optics) {
+  if (sensor.IsDual()) optics.aperture *= sensor.native.width;
+  return optics;
 }
 
 }  // namespace
@@ -36,20 +38,19 @@ FrameRenderer::FrameRenderer(const SensorDescription& sensor, const Scene& scene
                              const OpticsSettings& optics, const NoiseSettings& noise,
                              double shadingLoss, const BlockArea& blocks)
     : sensor_(sensor),
-      optics_(optics),
+      optics_(OpticsOf(sensor, optics)),
       noise_(noise),
       shading_(sensor, shadingLoss),
       blocks_(blocks),
-      scene_(scene.Render(SceneArea(sensor, blocks))) {
-  int ranks[2] = {0, 0};
-  for (const PatternPixel& pixel : sensor.native.pixels) {
-    const int rank = ranks[pixel.type]++;
-    const PatternPixel& place = BufferPixel(sensor.buffer.first, pixel.type, rank);
-    pixels_.push_back({pixel.type == 0 ? Side::kLeft : Side::kRight, pixel.x, pixel.y, place.x,
-                       place.y, static_cast<uint64_t>(pixels_.size())});
+      scene_(scene.Render(SceneArea(sensor, blocks))),
+      places_(SamplePlaces(sensor)) {
+  if (sensor.IsDual()) {
+    const double split = noise.split.value_or(sensor.dual->splitNoise);
+    ownNoise_ = std::sqrt(1 - split);
+    sharedNoise_ = std::sqrt(split);
   }
   // Pixels of one line share its vertical blur.
-  std::stable_sort(pixels_.begin(), pixels_.end(), [](const PairedPixel& a, const PairedPixel& b) {
+  std::stable_sort(places_.begin(), places_.end(), [](const SamplePlace& a, const SamplePlace& b) {
     return a.nativeY < b.nativeY;
   });
   light_.resize(static_cast<size_t>(std::max(blocks.x1 - blocks.x0, 0)));
@@ -59,74 +60,78 @@ void FrameRenderer::Render(double truePhasePx, uint64_t noiseSeed, std::vector<u
   buffer.resize(sensor_.buffer.Bytes());
   BlurredScene view(scene_, optics_.BlurAt(truePhasePx));
   for (int blockY = blocks_.y0; blockY < blocks_.y1; ++blockY) {
-    int line = -1;
-    for (const PairedPixel& pixel : pixels_) {
-      if (pixel.nativeY != line) {
-        line = pixel.nativeY;
-        const int y = sensor_.native.offsetY + blockY * sensor_.native.height + line;
-        view.SelectRow(sensor_.IsFlipped() ? sensor_.imageHeight - 1 - y : y);
-      }
-      // Each view moves by half. What stands at x in the left view stands at x + phase in the
-      // right.
-      const double shift = pixel.side == Side::kLeft ? truePhasePx / 2 : -truePhasePx / 2;
-      RenderRun(view, pixel, blockY, shift, noiseSeed, buffer);
+    for (const SamplePlace& place : places_) {
+      RenderRow(view, place, blockY, truePhasePx);
+      WriteRow(place, blockY, noiseSeed, buffer);
     }
   }
 }
 
-// One pixel of the pattern in all blocks of a row.
-void FrameRenderer::RenderRun(const BlurredScene& view, const PairedPixel& pixel, int blockRow,
-                              double shift, uint64_t noiseSeed, std::vector<uint8_t>& buffer) {
+FrameRenderer::Point FrameRenderer::PlaceOf(const SamplePlace& place, int blockX,
+                                            int blockY) const {
   const Pattern& native = sensor_.native;
-  const int count = blocks_.x1 - blocks_.x0;
-  double x = native.offsetX + blocks_.x0 * native.width + pixel.nativeX;
-  double y = native.offsetY + blockRow * native.height + pixel.nativeY;
-  double step = native.width;
-  if (sensor_.IsMirrored()) {
-    x = sensor_.imageWidth - 1 - x;
-    step = -step;
-  }
-  if (sensor_.IsFlipped()) y = sensor_.imageHeight - 1 - y;
+  Point point{native.offsetX + blockX * native.width + place.nativeX,
+              native.offsetY + blockY * native.height + place.nativeY};
+  if (sensor_.IsMirrored()) point.x = sensor_.imageWidth - 1 - point.x;
+  if (sensor_.IsFlipped()) point.y = sensor_.imageHeight - 1 - point.y;
+  return point;
+}
 
-  view.SampleRun(x + shift, step, count, light_.data());
-  for (int i = 0; i < count; ++i) {
-    const int blockX = blocks_.x0 + i;
-    const uint64_t place =
-        (static_cast<uint64_t>(blockRow) << 32) | (static_cast<uint64_t>(blockX) << 8) | pixel.rank;
-    const double light = static_cast<double>(light_[static_cast<size_t>(i)]) *
-                         shading_.At(pixel.side, x + i * step, y);
-    Write(pixel, blockX, blockRow, Expose(light, Mix(noiseSeed, place)), buffer);
+// Each view moves by half. What stands at x in the left view stands at x + phase in the right.
+double FrameRenderer::ShiftOf(Side side, double truePhasePx, int blockX, int blockY) const {
+  double phase = truePhasePx;
+  if (sensor_.IsDual()) {
+    const double u = 2.0 * blockX / sensor_.blocksAcross - 1;
+    const double v = 2.0 * blockY / sensor_.blocksDown - 1;
+    const auto& offset = sensor_.dual->offset;
+    phase += offset ? offset->At(u, v) : -sensor_.pdOffsetCorrection;
+  }
+  return side == Side::kLeft ? phase / 2 : -phase / 2;
+}
+
+// One pixel of the pattern in all blocks of a row.
+void FrameRenderer::RenderRow(BlurredScene& view, const SamplePlace& place, int blockY,
+                              double truePhasePx) {
+  const bool isEven = !sensor_.IsDual() || !sensor_.dual->offset;
+  const int runLength = isEven ? blocks_.x1 - blocks_.x0 : kRunOfEqualShift;
+  const double step = sensor_.IsMirrored() ? -sensor_.native.width : sensor_.native.width;
+  for (int blockX = blocks_.x0; blockX < blocks_.x1; blockX += runLength) {
+    const int count = std::min(runLength, blocks_.x1 - blockX);
+    const Point at = PlaceOf(place, blockX, blockY);
+    const double shift = ShiftOf(place.side, truePhasePx, blockX + count / 2, blockY);
+    const bool isAcross = !sensor_.HasVerticalViews();
+    view.SelectRow(isAcross ? at.y : at.y + shift);
+    view.SampleRun(isAcross ? at.x + shift : at.x, step, count,
+                   light_.data() + (blockX - blocks_.x0));
   }
 }
 
-int FrameRenderer::Expose(double light, uint64_t key) const {
+void FrameRenderer::WriteRow(const SamplePlace& place, int blockY, uint64_t noiseSeed,
+                             std::vector<uint8_t>& buffer) const {
+  for (int blockX = blocks_.x0; blockX < blocks_.x1; ++blockX) {
+    const uint64_t site =
+        (static_cast<uint64_t>(blockY) << 32) | (static_cast<uint64_t>(blockX) << 8);
+    const Point at = PlaceOf(place, blockX, blockY);
+    double light = static_cast<double>(light_[static_cast<size_t>(blockX - blocks_.x0)]) *
+                   shading_.At(place.side, at.x, at.y);
+    if (!IsCompared(sensor_, blockX)) light /= sensor_.dual->exposureRatio;
+    const int code = Expose(light, place.side, Mix(noiseSeed, site | place.rank),
+                            Mix(noiseSeed ^ kSplitNoise, site));
+    PutSample(sensor_, place, blockX, blockY, code, buffer);
+  }
+}
+
+int FrameRenderer::Expose(double light, Side side, uint64_t key, uint64_t siteKey) const {
   const double signal = std::max(light, 0.0) * (sensor_.whiteLevel - sensor_.blackLevel);
-  const double variance = noise_.variancePerCode * signal + noise_.readNoise * noise_.readNoise;
-  const double noise = variance > 0 ? std::sqrt(variance) * static_cast<double>(Normal(key)) : 0;
+  const double lightNoise = noise_.variancePerCode * signal;
+  const double readNoise = noise_.readNoise * noise_.readNoise;
+  const double own = lightNoise * ownNoise_ * ownNoise_ + readNoise;
+  double noise = own > 0 ? std::sqrt(own) * static_cast<double>(Normal(key)) : 0;
+  if (sharedNoise_ > 0 && lightNoise > 0)
+    noise += (side == Side::kLeft ? 1 : -1) * sharedNoise_ * std::sqrt(lightNoise) *
+             static_cast<double>(Normal(siteKey));
   const double code = std::floor(sensor_.blackLevel + signal + noise + 0.5);
   return static_cast<int>(std::clamp(code, 0.0, static_cast<double>(sensor_.MaxCode())));
-}
-
-// In the frame, PD pixels stand where they are in the image, and what both processors see goes to
-// both. Otherwise the blocks are packed from the buffer's start.
-void FrameRenderer::Write(const PairedPixel& pixel, int blockX, int blockY, int code,
-                          std::vector<uint8_t>& buffer) const {
-  const BufferLayout& layout = sensor_.buffer;
-  const Pattern& pattern = layout.first;
-  const int x =
-      (sensor_.IsInFrame() ? pattern.offsetX : 0) + blockX * pattern.width + pixel.bufferX;
-  const int y =
-      (sensor_.IsInFrame() ? pattern.offsetY : 0) + blockY * pattern.height + pixel.bufferY;
-  const auto put = [&](size_t byte) {
-    buffer[byte] = static_cast<uint8_t>(code & 0xff);
-    buffer[byte + 1] = static_cast<uint8_t>(code >> 8);
-  };
-  const size_t line = static_cast<size_t>(y) * static_cast<size_t>(layout.Stride());
-  if (x < layout.firstWidth) put(line + 2 * static_cast<size_t>(x));
-  if (!sensor_.HasTwoProcessors()) return;
-  const int secondX = x - layout.secondImageX;
-  if (secondX >= 0 && secondX < layout.secondWidth)
-    put(line + static_cast<size_t>(layout.firstStride) + 2 * static_cast<size_t>(secondX));
 }
 
 }  // namespace simcam

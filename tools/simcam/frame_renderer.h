@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "optics.h"
+#include "sample_layout.h"
 #include "scene.h"
 #include "sensor.h"
 #include "shading.h"
@@ -12,8 +14,9 @@
 namespace simcam {
 
 struct NoiseSettings {
-  double variancePerCode = 0.05;  // of the light's own noise, codes^2 per code of signal
-  double readNoise = 1.5;         // standard deviation, codes
+  double variancePerCode = 0.05;     // of the light's own noise, codes^2 per code of signal
+  double readNoise = 1.5;            // standard deviation, codes
+  std::optional<double> split = {};  // for dual-PD sensors, in place of DualLayout::splitNoise
 };
 
 // Blocks [x0, x1) by [y0, y1) of the PD area.
@@ -33,36 +36,36 @@ class FrameRenderer {
 
   // Exposes all PD pixels of the area at this true phase difference and writes them to `buffer`
   // (BufferLayout::Bytes() long). Positive: the left view lies to the left of the right one on the
-  // unmirrored sensor. `noiseSeed` gives the frame its own noise.
+  // unmirrored sensor, the upper one above the lower. `noiseSeed` gives the frame its own noise.
   void Render(double truePhasePx, uint64_t noiseSeed, std::vector<uint8_t>& buffer);
 
   const BlockArea& Blocks() const { return blocks_; }
   const Shading& LensShading() const { return shading_; }
 
  private:
-  // A pixel of the block with its place in the native pattern and in the buffer's.
-  struct PairedPixel {
-    Side side;
-    int nativeX;
-    int nativeY;
-    int bufferX;
-    int bufferY;
-    uint64_t rank;  // in the native pattern
+  struct Point {
+    double x;
+    double y;
   };
 
-  void RenderRun(const BlurredScene& view, const PairedPixel& pixel, int blockRow, double shift,
-                 uint64_t noiseSeed, std::vector<uint8_t>& buffer);
-  void Write(const PairedPixel& pixel, int blockX, int blockY, int code,
-             std::vector<uint8_t>& buffer) const;
-  int Expose(double light, uint64_t key) const;
+  // The pixel's place in a block, on the unmirrored sensor.
+  Point PlaceOf(const SamplePlace& place, int blockX, int blockY) const;
+  // How far the pixel's view looks beside the scene's place, along the views' axis.
+  double ShiftOf(Side side, double truePhasePx, int blockX, int blockY) const;
+  void RenderRow(BlurredScene& view, const SamplePlace& place, int blockY, double truePhasePx);
+  void WriteRow(const SamplePlace& place, int blockY, uint64_t noiseSeed,
+                std::vector<uint8_t>& buffer) const;
+  int Expose(double light, Side side, uint64_t key, uint64_t siteKey) const;
 
   SensorDescription sensor_;
   OpticsSettings optics_;
   NoiseSettings noise_;
+  double ownNoise_ = 1;     // weights of a sample's own noise and of what it shares with its
+  double sharedNoise_ = 0;  // neighbour in the site
   Shading shading_;
   BlockArea blocks_;
   ScenePyramid scene_;
-  std::vector<PairedPixel> pixels_;  // by native row
+  std::vector<SamplePlace> places_;  // by native row
   std::vector<float> light_;
 };
 

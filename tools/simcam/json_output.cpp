@@ -5,14 +5,39 @@
 namespace simcam {
 namespace {
 
+template <class Value>
+OrderedJson OrNull(const std::optional<Value>& value) {
+  return value ? OrderedJson(*value) : OrderedJson(nullptr);
+}
+
+// What was measured in a window.
+void AddMeasured(OrderedJson& json, const PDLibDefocusInfo& measured) {
+  json["phase_px"] = static_cast<double>(measured.phaseDiff);
+  json["defocus"] = measured.defocus;
+  json["confidence"] = measured.confidence;
+}
+
+void AddMatched(OrderedJson& json, const PDLibDefocusInfo& measured) {
+  AddMeasured(json, measured);
+  json["range_low"] = measured.rangeLow;
+  json["range_high"] = measured.rangeHigh;
+}
+
+void AddScores(OrderedJson& json, const ErrorScores& scores) {
+  json["bias_px"] = scores.bias;
+  json["mean_abs_px"] = scores.meanAbs;
+  json["rms_px"] = scores.rms;
+  json["worst_px"] = scores.worst;
+  json["slope"] = scores.slope;
+  json["confident_share"] = scores.confidentShare;
+}
+
 OrderedJson ToJson(const FocusFrame& frame) {
   OrderedJson json;
   json["index"] = frame.index;
   json["lens_position"] = frame.lensPosition;
   json["true_phase_px"] = frame.truePhasePx;
-  json["phase_px"] = static_cast<double>(frame.roi.phaseDiff);
-  json["defocus"] = frame.roi.defocus;
-  json["confidence"] = frame.roi.confidence;
+  AddMeasured(json, frame.roi);
   json["processing_result"] = frame.processingResult;
   json["processed"] = frame.isProcessed;
   json["peripheral_valid"] = frame.isPeripheralValid;
@@ -23,9 +48,7 @@ OrderedJson ToJson(const FocusFrame& frame) {
 OrderedJson ToJson(const SweepPoint& point) {
   OrderedJson json;
   json["true_phase_px"] = point.truePhasePx;
-  json["phase_px"] = static_cast<double>(point.measured.phaseDiff);
-  json["confidence"] = point.measured.confidence;
-  json["defocus"] = point.measured.defocus;
+  AddMeasured(json, point.measured);
   json["true_defocus"] = point.trueDefocus;
   json["window"] = point.window;
   return json;
@@ -34,18 +57,8 @@ OrderedJson ToJson(const SweepPoint& point) {
 OrderedJson ToJson(const ErrorScores& scores) {
   OrderedJson json;
   json["points"] = scores.points;
-  json["bias_px"] = scores.bias;
-  json["mean_abs_px"] = scores.meanAbs;
-  json["rms_px"] = scores.rms;
-  json["worst_px"] = scores.worst;
-  json["slope"] = scores.slope;
-  json["confident_share"] = scores.confidentShare;
+  AddScores(json, scores);
   return json;
-}
-
-template <class Value>
-OrderedJson OrNull(const std::optional<Value>& value) {
-  return value ? OrderedJson(*value) : OrderedJson(nullptr);
 }
 
 OrderedJson ToJson(const LearnPass& pass, int filterSize) {
@@ -64,6 +77,13 @@ OrderedJson ToJson(const LearnPass& pass, int filterSize) {
   return json;
 }
 
+template <class Item>
+OrderedJson ListOf(const std::vector<Item>& items) {
+  OrderedJson list = OrderedJson::array();
+  for (const Item& item : items) list.push_back(ToJson(item));
+  return list;
+}
+
 void AddSettings(OrderedJson& json, const SensorDescription& sensor,
                  const CameraSettings& settings) {
   json["sensor"] = sensor.name;
@@ -72,6 +92,7 @@ void AddSettings(OrderedJson& json, const SensorDescription& sensor,
   json["sample_step_px"] = sensor.SampleStepPx();
   json["noise_variance"] = settings.noise.variancePerCode;
   json["read_noise"] = settings.noise.readNoise;
+  if (sensor.IsDual()) json["split_noise"] = settings.noise.split.value_or(sensor.dual->splitNoise);
   json["shading"] = settings.shading;
   json["blur_per_px"] = settings.optics.blurPerPx;
   json["windows"] = {settings.columns, settings.rows};
@@ -84,39 +105,49 @@ OrderedJson ToJson(const FocusResult& result) {
   OrderedJson json;
   AddSettings(json, result.sensor, result.camera);
   const FocusScores& scores = result.scores;
-  json["frames_to_focus"] =
-      scores.framesToFocus ? OrderedJson(*scores.framesToFocus) : OrderedJson(nullptr);
+  json["frames_to_focus"] = OrNull(scores.framesToFocus);
   json["final_true_phase_px"] = scores.finalTruePhasePx;
   json["overshoot_steps"] = scores.overshootSteps;
-  json["held_from"] = scores.heldFrom ? OrderedJson(*scores.heldFrom) : OrderedJson(nullptr);
+  json["held_from"] = OrNull(scores.heldFrom);
   json["within_1_step"] = scores.within1Step;
   json["within_2_steps"] = scores.within2Steps;
   json["within_4_steps"] = scores.within4Steps;
   json["focus_position"] = result.focusCode;
-  json["frames"] = OrderedJson::array();
-  for (const FocusFrame& frame : result.frames) json["frames"].push_back(ToJson(frame));
+  json["frames"] = ListOf(result.frames);
   return json;
 }
 
 OrderedJson ToJson(const SweepResult& result) {
   OrderedJson json;
   AddSettings(json, result.sensor, result.camera);
-  const ErrorScores& scores = result.scores;
-  json["bias_px"] = scores.bias;
-  json["mean_abs_px"] = scores.meanAbs;
-  json["rms_px"] = scores.rms;
-  json["worst_px"] = scores.worst;
-  json["slope"] = scores.slope;
-  json["confident_share"] = scores.confidentShare;
+  AddScores(json, result.scores);
   json["failed_frames"] = result.failedFrames;
   json["confident"] = ToJson(result.confidentScores);
   json["roi"] = ToJson(result.roiScores);
-  json["by_window"] = OrderedJson::array();
-  for (const ErrorScores& window : result.windows) json["by_window"].push_back(ToJson(window));
-  json["points"] = OrderedJson::array();
-  for (const SweepPoint& point : result.points) json["points"].push_back(ToJson(point));
-  json["roi_points"] = OrderedJson::array();
-  for (const SweepPoint& point : result.roiPoints) json["roi_points"].push_back(ToJson(point));
+  json["by_window"] = ListOf(result.windows);
+  json["points"] = ListOf(result.points);
+  json["roi_points"] = ListOf(result.roiPoints);
+  return json;
+}
+
+OrderedJson ToJson(const MatchResult& result) {
+  const MatchSettings& settings = result.settings;
+  OrderedJson json;
+  json["left"] = result.leftPath;
+  json["right"] = result.rightPath;
+  json["image"] = {result.left.width, result.left.height};
+  json["roi"] = {settings.roi.startX, settings.roi.startY, settings.roi.endX, settings.roi.endY};
+  json["grid"] = {settings.columns, settings.rows};
+  json["search_range"] = {settings.searchFrom, settings.searchTo};
+  json["windows"] = OrderedJson::array();
+  for (const MatchWindow& window : result.windows) {
+    OrderedJson entry = {{"row", window.row}, {"column", window.column}};
+    entry["middle_px"] = {window.x, window.y};
+    AddMatched(entry, window.measured);
+    json["windows"].push_back(std::move(entry));
+  }
+  json["whole"] = OrderedJson::object();
+  AddMatched(json["whole"], result.whole);
   return json;
 }
 
@@ -154,6 +185,19 @@ std::string FocusCsv(const FocusResult& result) {
            Fixed(frame.truePhasePx, 4) + "," + Fixed(static_cast<double>(frame.roi.phaseDiff), 4) +
            "," + std::to_string(frame.roi.defocus) + "," + std::to_string(frame.roi.confidence) +
            "," + std::to_string(frame.processingResult) + "," + ActionName(frame.action) + "\n";
+  return csv;
+}
+
+std::string MatchCsv(const MatchResult& result) {
+  std::string csv = "row,column,x_px,y_px,phase_px,confidence,range_low,range_high,defocus\n";
+  for (const MatchWindow& window : result.windows) {
+    const PDLibDefocusInfo& measured = window.measured;
+    csv += std::to_string(window.row) + "," + std::to_string(window.column) + "," +
+           Fixed(window.x, 1) + "," + Fixed(window.y, 1) + "," +
+           Fixed(static_cast<double>(measured.phaseDiff), 4) + "," +
+           std::to_string(measured.confidence) + "," + std::to_string(measured.rangeLow) + "," +
+           std::to_string(measured.rangeHigh) + "," + std::to_string(measured.defocus) + "\n";
+  }
   return csv;
 }
 

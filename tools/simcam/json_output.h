@@ -7,6 +7,7 @@
 
 #include "focus_run.h"
 #include "learn_run.h"
+#include "match_run.h"
 #include "sweep.h"
 
 namespace simcam {
@@ -16,10 +17,12 @@ using OrderedJson = nlohmann::ordered_json;
 OrderedJson ToJson(const FocusResult& result);
 OrderedJson ToJson(const SweepResult& result);
 OrderedJson ToJson(const LearnResult& result);
+OrderedJson ToJson(const MatchResult& result);
 OrderedJson ToJson(const AdaptiveFile& file, int filterSize);
 
-// One line per frame, and one per point.
+// One line per frame, per point and per window.
 std::string FocusCsv(const FocusResult& result);
 std::string SweepCsv(const SweepResult& result);
+std::string MatchCsv(const MatchResult& result);
 
 }  // namespace simcam

@@ -3,9 +3,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 
 #include "errors.h"
+#include "json_node.h"
 #include "learn_run.h"
 #include "text.h"
 
@@ -17,7 +17,7 @@ constexpr double kSmallestFactor = 0.5;
 constexpr double kLargestFactor = 2;
 constexpr uintmax_t kLargestFile = 1 << 20;
 
-std::string Counted(const nlohmann::json& json) {
+std::string Counted(const Json& json) {
   return json.is_array() ? std::to_string(json.size()) + " of them"
                          : std::string("a value of type ") + json.type_name();
 }
@@ -25,12 +25,7 @@ std::string Counted(const nlohmann::json& json) {
 }  // namespace
 
 std::vector<double> ParseKMap(const std::string& text, const std::string& file) {
-  nlohmann::json json;
-  try {
-    json = nlohmann::json::parse(text);
-  } catch (const nlohmann::json::exception& error) {
-    throw InputError(file + ": expected JSON: " + error.what());
-  }
+  const Json json = ParseJson(text, file);
   if (!json.is_array() || json.size() != kRegionRows)
     throw InputError(file + ": expected an array of " + std::to_string(kRegionRows) +
                      " rows, found " + Counted(json));
@@ -41,7 +36,7 @@ std::vector<double> ParseKMap(const std::string& text, const std::string& file) 
       throw InputError(where + ": expected an array of " + std::to_string(kRegionColumns) +
                        " factors, found " + Counted(json[row]));
     for (size_t column = 0; column < json[row].size(); ++column) {
-      const nlohmann::json& value = json[row][column];
+      const Json& value = json[row][column];
       const double factor = value.is_number() ? value.get<double>() : -1;
       if (!(factor >= kSmallestFactor && factor <= kLargestFactor))
         throw InputError(where + ", column " + std::to_string(column) +

@@ -22,10 +22,12 @@ constexpr double kTargetSpreadPx = 2;
 // module tells defocus in sixteenths of a code. Ten fractional bits have no room for that.
 constexpr double kCodesPerDefocus = 1.0 / 16;
 constexpr int kVersionWithSixBits = 0x400;
+constexpr int kSixBits = 6;
 
 SensorDescription LearningSensor(const SensorDescription& sensor) {
   SensorDescription adapted = sensor;
   adapted.calibration.version |= kVersionWithSixBits;
+  adapted.calibration.qFactor = kSixBits;  // dual-PD sensors have no such version
   adapted.lens.codesPerDefocus = kCodesPerDefocus;
   // The library divides travel by phase difference and by the sensitivity; with positions in codes,
   // the sensitivity that makes it a K is that of codes per unit of defocus.
@@ -47,9 +49,7 @@ std::vector<bool> MeasuredRegions(const SensorDescription& sensor, const CameraS
   const auto mark = [&](const PDLibWindow& window) {
     const double x = static_cast<double>(window.startX + window.endX) / 2;
     const double y = static_cast<double>(window.startY + window.endY) / 2;
-    const int column = std::clamp(static_cast<int>(x * kRegionColumns), 0, kRegionColumns - 1);
-    const int row = std::clamp(static_cast<int>(y * kRegionRows), 0, kRegionRows - 1);
-    measured[static_cast<size_t>(row * kRegionColumns + column)] = true;
+    measured[static_cast<size_t>(RegionAt(sensor, x, y))] = true;
   };
   const int columns = static_cast<int>(camera.columns);
   const int rows = static_cast<int>(camera.rows);

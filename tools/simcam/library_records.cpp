@@ -12,8 +12,9 @@ namespace {
 using afpdlibelements::tessarinePDProcessingMode;
 using afpdlibelements::tessarineTuningProcessLevel;
 
-// Row ratio by the covered area alone.
-constexpr auto kModeByArea = static_cast<tessarinePDProcessingMode>(2);
+// Order of the two samples of a site in the buffer.
+constexpr auto kOrderLeftFirst = static_cast<PDAFPixelOrderType>(1);
+constexpr auto kOrderRightFirst = static_cast<PDAFPixelOrderType>(2);
 
 PDLibBlockPattern MakePattern(const Pattern& pattern) {
   PDLibBlockPattern record{};
@@ -30,9 +31,24 @@ PDLibBlockPattern MakePattern(const Pattern& pattern) {
   return record;
 }
 
+PDAFBufferDataFormat FormatOf(const SensorDescription& sensor) {
+  return sensor.IsDual() ? static_cast<PDAFBufferDataFormat>(sensor.dual->packing)
+                         : kBufferUnpacked16;
+}
+
+// A block of two samples. Left and right need no naming; upper and lower do.
+PDLibBlockPattern MakeSitePattern(const SensorDescription& sensor) {
+  Pattern pattern;
+  pattern.width = 2;
+  pattern.height = 1;
+  if (sensor.HasVerticalViews())
+    pattern.pixels = {{0, 0, kShieldVertical2}, {1, 0, kShieldVertical3}};
+  return MakePattern(pattern);
+}
+
 PDLibSensorNativeInfo MakeNativeInfo(const SensorDescription& sensor) {
   PDLibSensorNativeInfo info{};
-  info.blockPattern = MakePattern(sensor.native);
+  info.blockPattern = sensor.IsDual() ? MakeSitePattern(sensor) : MakePattern(sensor.native);
   info.horizontalBlockCount = static_cast<uint32_t>(sensor.blocksAcross);
   info.verticalBlockCount = static_cast<uint32_t>(sensor.blocksDown);
   const uint32_t width = static_cast<uint32_t>(sensor.imageWidth);
@@ -41,9 +57,10 @@ PDLibSensorNativeInfo MakeNativeInfo(const SensorDescription& sensor) {
   info.originalImageWidth = info.currentImageWidth = width;
   info.originalImageHeight = info.currentImageHeight = height;
   info.orientation = static_cast<PDAFOrientation>(sensor.orientation);
-  info.bufferFormat = kBufferUnpacked16;
-  info.horizontalDownscaleFactor = 1;
-  info.verticalDownscaleFactor = 1;
+  info.bufferFormat = FormatOf(sensor);
+  // What a shift by one site is worth.
+  info.horizontalDownscaleFactor = static_cast<float>(sensor.IsDual() ? sensor.native.width : 1);
+  info.verticalDownscaleFactor = static_cast<float>(sensor.IsDual() ? sensor.native.height : 1);
   info.PDOffsetCorrection = static_cast<float>(sensor.pdOffsetCorrection);
   return info;
 }
@@ -51,11 +68,11 @@ PDLibSensorNativeInfo MakeNativeInfo(const SensorDescription& sensor) {
 PDLibDataBufferInfo MakeBufferInfo(const SensorDescription& sensor) {
   const BufferLayout& buffer = sensor.buffer;
   PDLibDataBufferInfo info{};
-  info.isp1BlockPattern = MakePattern(buffer.first);
+  info.isp1BlockPattern = sensor.IsDual() ? MakeSitePattern(sensor) : MakePattern(buffer.first);
   info.isp1BufferWidth = static_cast<uint32_t>(buffer.firstWidth);
   info.isp1BufferStride = static_cast<uint32_t>(buffer.firstStride);
   info.ispBufferHeight = static_cast<uint32_t>(buffer.height);
-  info.bufferFormat = kBufferUnpacked16;
+  info.bufferFormat = FormatOf(sensor);
   info.sensorType = static_cast<PDAFType>(sensor.sensorType);
   if (!sensor.HasTwoProcessors()) return info;
   Pattern second = buffer.second;
@@ -89,13 +106,14 @@ afpdlibelements::tessarineTuningAdaptiveK MakeAdaptive(const AdaptiveChoices& ch
 
 }  // namespace
 
-TuningRecord::TuningRecord(const TuningChoices& choices) {
+TuningRecord::TuningRecord(const TuningChoices& choices, bool areViewsVertical) {
   auto& pre = record_.preProcess;
   pre.boxFilterLength = choices.boxFilterLength;
   pre.antiAliasFilterThreshold = choices.antiAliasFilterThreshold;
   for (auto& set : pre.filterTrigger.filterSet) set.verticalMode = choices.verticalBinning;
 
   auto& correlation = record_.correlation;
+  correlation.PDRangeControl = static_cast<float>(choices.rangeControl);
   correlation.minimumConfidenceLevel = static_cast<float>(choices.minimumConfidenceLevel);
   correlation.defocusConfidenceThreshold = static_cast<float>(choices.defocusConfidenceThreshold);
   correlation.searchRange = {choices.searchFrom, choices.searchTo};
@@ -112,25 +130,39 @@ TuningRecord::TuningRecord(const TuningChoices& choices) {
   for (tessarineTuningProcessLevel* level :
        {&record_.singleWindowProcessingLevel, &record_.gridProcessingLevel,
         &record_.PeripheralProcessing})
-    *level = {kModeByArea, 100, 100};
+    *level = {static_cast<tessarinePDProcessingMode>(choices.processingMode), 100, 100};
   record_.adaptiveK = MakeAdaptive(choices.adaptive);
   record_.skipControl = {choices.staticFrameCount, choices.maxFrameRate};
 
-  AddExtension("verticalBinningControl", choices.verticalBinning > 1 ? 1 : 0);
-  AddExtension("EnableSparsePDAFIIRFilter", choices.bandPass ? 1 : 0);
-  AddExtension("EnableOptimizedSparseParsing", choices.optimizedParsing ? 1 : 0);
+  AddExtension("verticalBinningControl", {choices.verticalBinning > 1 ? 1.0f : 0.0f});
+  AddExtension("EnableSparsePDAFIIRFilter", {choices.bandPass ? 1.0f : 0.0f});
+  AddExtension("EnableOptimizedSparseParsing", {choices.optimizedParsing ? 1.0f : 0.0f});
+  if (areViewsVertical) CompareVerticalViews();
   record_.extensionParamCount = static_cast<uint32_t>(extensions_.size());
   record_.extensionParam = extensions_.data();
 }
 
-void TuningRecord::AddExtension(const char* name, float value) {
-  values_.push_back(std::make_unique<float>(value));
+void TuningRecord::CompareVerticalViews() {
+  constexpr auto kBothAxes = static_cast<afpdlibelements::tessarinePDAxisControl>(2);
+  record_.HVControl.PDProcessingAxis = kBothAxes;
+  record_.HVControl.horizontalConfWeightTuningCount = 1;
+  record_.HVControl.horizontalConfWeightTuning = &noWeight_;
+  record_.HVControl.verticalConfWeightTuningCount = 1;
+  record_.HVControl.verticalConfWeightTuning = &allWeight_;
+  record_.preProcessVertical = record_.preProcess;
+  record_.correlationVertical = record_.correlation;
+  record_.postProcessVertical = record_.postProcess;
+  AddExtension("HVSelection", {kHVFlowDPDHorizontal, kHVFlowDPDVertical});
+}
+
+void TuningRecord::AddExtension(const char* name, std::vector<float> values) {
+  values_.push_back(std::make_unique<std::vector<float>>(std::move(values)));
   afpdlibelements::statsExtensionParamType extension{};
   extension.ID = static_cast<int32_t>(extensions_.size());
   extension.Name = const_cast<char*>(name);  // the record's type; no one writes through it
   extension.enableFlag = 1;
-  extension.dataCount = 1;
-  extension.data = values_.back().get();
+  extension.dataCount = static_cast<uint32_t>(values_.back()->size());
+  extension.data = values_.back()->data();
   extensions_.push_back(extension);
 }
 
@@ -143,9 +175,13 @@ PDLibInitParam MakeInitParam(const SensorDescription& sensor) {
   init.macroDac = static_cast<int16_t>(sensor.lens.travelTo);
   init.infinityDac = static_cast<int16_t>(sensor.lens.travelFrom);
   init.actuatorSensitivity = static_cast<float>(sensor.lens.micronsPerCode);
-  init.defocusBitShift = static_cast<uint32_t>(sensor.calibration.FractionBits());
+  init.defocusBitShift = static_cast<uint32_t>(sensor.FractionBits());
   init.defocusConfidenceThreshold = static_cast<int32_t>(sensor.tuning.defocusConfidenceThreshold);
   init.bufferDataInfo = MakeBufferInfo(sensor);
+  if (sensor.IsDual()) {
+    init.pixelOrderType = sensor.dual->isRightFirst ? kOrderRightFirst : kOrderLeftFirst;
+    init.isHdrModeEnabled = sensor.IsHdr() ? 1 : 0;
+  }
   init.disableLCR = 1;
   return init;
 }

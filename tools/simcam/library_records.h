@@ -13,18 +13,22 @@ namespace simcam {
 // The tuning record with all that its pointers need. Lives as long as the session that uses it.
 class TuningRecord {
  public:
-  explicit TuningRecord(const TuningChoices& choices);
+  // Vertical views are compared by the flow that blends both axes, with all weight on theirs.
+  TuningRecord(const TuningChoices& choices, bool areViewsVertical);
   TuningRecord(const TuningRecord&) = delete;
   TuningRecord& operator=(const TuningRecord&) = delete;
 
   const afpdlibelements::tessarinePDLibType& Get() const { return record_; }
 
  private:
-  void AddExtension(const char* name, float value);
+  void AddExtension(const char* name, std::vector<float> values);
+  void CompareVerticalViews();
 
   afpdlibelements::tessarinePDLibType record_{};
-  std::vector<std::unique_ptr<float>> values_;
+  std::vector<std::unique_ptr<std::vector<float>>> values_;
   std::vector<afpdlibelements::statsExtensionParamType> extensions_;
+  afpdlibelements::tessarineHVConfWeight noWeight_{0, 0};
+  afpdlibelements::tessarineHVConfWeight allWeight_{1, 0};
 };
 
 // The session record of a sensor; calibration and tuning are left null.

@@ -49,6 +49,14 @@ int LevelFor(double sigma) {
   return level;
 }
 
+// After how many samples their places repeat but for whole pixels; `count` if not before.
+int SamplesToWholePixels(double advance, int count) {
+  constexpr int kMost = 1 << (ScenePyramid::kLevels - 1);
+  for (int samples = 1; samples <= kMost; ++samples)
+    if (std::floor(advance * samples) == advance * samples) return samples;
+  return count;
+}
+
 }  // namespace
 
 double OpticsSettings::BlurAt(double truePhasePx) const {
@@ -106,6 +114,8 @@ void BlurredScene::Kernel(double fraction, std::vector<float>& weights) const {
 }
 
 void BlurredScene::SelectRow(double y) {
+  if (y == selectedY_) return;
+  selectedY_ = y;
   const double at = (y - originY_) / scale_;
   const int middle = static_cast<int>(std::floor(at));
   Kernel(at - middle, weights_);
@@ -128,22 +138,18 @@ float BlurredScene::Convolve(int middle, const std::vector<float>& weights) cons
   return sum;
 }
 
+// Samples whose places differ by whole pixels of the level share a kernel.
 void BlurredScene::SampleRun(double x, double step, int count, float* out) const {
   const double first = (x - originX_) / scale_;
   const double advance = step / scale_;
-  const bool isEven = std::floor(advance) == advance;  // one kernel serves the whole run
-  if (isEven) {
-    const int middle = static_cast<int>(std::floor(first));
-    Kernel(first - middle, weights_);
-    for (int i = 0; i < count; ++i)
-      out[i] = Convolve(middle + i * static_cast<int>(advance), weights_);
-    return;
-  }
-  for (int i = 0; i < count; ++i) {
-    const double at = first + i * advance;
-    const int middle = static_cast<int>(std::floor(at));
+  const int period = SamplesToWholePixels(advance, count);
+  const int stride = static_cast<int>(advance * period);
+  for (int start = 0; start < std::min(period, count); ++start) {
+    const double at = first + start * advance;
+    int middle = static_cast<int>(std::floor(at));
     Kernel(at - middle, weights_);
-    out[i] = Convolve(middle, weights_);
+    for (int i = start; i < count; i += period, middle += stride)
+      out[i] = Convolve(middle, weights_);
   }
 }
 

@@ -5,6 +5,7 @@
 // share it, so the shift between them is the true phase difference, with no error of interpolation.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "image.h"
@@ -60,6 +61,7 @@ class BlurredScene {
   double scale_;  // full pixels per pixel of the level
   double sigma_;  // pixels of the level
   int radius_;
+  std::optional<double> selectedY_;
   std::vector<float> row_;  // the selected row, its ends repeated `radius_` times
   mutable std::vector<float> weights_;
   mutable std::vector<double> exactWeights_;

@@ -64,7 +64,7 @@ CameraSession::CameraSession(const PdLibrary& library, const SensorDescription& 
                              uint32_t logLevel)
     : camera_{0, cameraId},
       calibration_(std::make_unique<_pdaf_cal_param_t>(calibration)),
-      tuning_(sensor.tuning) {
+      tuning_(sensor.tuning, sensor.HasVerticalViews()) {
   const uint32_t actualOpen = 1;
   const PDLibListEntry entries[] = {{kCreateOverrideCameraOpen, &actualOpen, sizeof(actualOpen)},
                                     {kCreateCameraInfo, &camera_, sizeof(camera_)}};

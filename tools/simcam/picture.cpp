@@ -32,12 +32,7 @@ std::array<unsigned char, 1025> DisplayTable() {
   return table;
 }
 
-std::string Jpeg(int width, int height, const std::vector<float>& light) {
-  static const auto table = DisplayTable();
-  std::vector<unsigned char> pixels;
-  pixels.reserve(light.size());
-  for (float value : light)
-    pixels.push_back(table[static_cast<size_t>(std::clamp(value, 0.0f, 1.0f) * 1024.0f)]);
+std::string Jpeg(int width, int height, const std::vector<unsigned char>& pixels) {
   std::string bytes;
   const auto append = [](void* target, void* data, int size) {
     static_cast<std::string*>(target)->append(static_cast<const char*>(data),
@@ -45,6 +40,15 @@ std::string Jpeg(int width, int height, const std::vector<float>& light) {
   };
   stbi_write_jpg_to_func(append, &bytes, width, height, 1, pixels.data(), kQuality);
   return DataUri("image/jpeg", bytes);
+}
+
+std::vector<unsigned char> ForDisplay(const std::vector<float>& light) {
+  static const auto table = DisplayTable();
+  std::vector<unsigned char> pixels;
+  pixels.reserve(light.size());
+  for (float value : light)
+    pixels.push_back(table[static_cast<size_t>(std::clamp(value, 0.0f, 1.0f) * 1024.0f)]);
+  return pixels;
 }
 
 // Pixel (x, y) of the picture is the blurred scene at the middle of its part of `area`.
@@ -58,7 +62,7 @@ std::string Shown(const ScenePyramid& scene, const Area& area, double sigma, int
     blurred.SampleRun(area.x0 + step / 2, step, width,
                       light.data() + static_cast<size_t>(y) * static_cast<size_t>(width));
   }
-  return Jpeg(width, height, light);
+  return Jpeg(width, height, ForDisplay(light));
 }
 
 }  // namespace
@@ -93,6 +97,19 @@ std::string RoiPicture(const SensorDescription& sensor, const CameraSettings& se
       MakeScene(settings.scene, sensor.imageWidth, sensor.imageHeight, settings.seed);
   const ScenePyramid pyramid(scene->Render(ScenePyramid::AlignedArea(area, 96)));
   return Shown(pyramid, area, settings.optics.BlurAt(truePhasePx), width);
+}
+
+std::string FilePicture(const GreyPicture& picture, const Area& part, int width) {
+  const int height = std::max(part.Height() * width / std::max(part.Width(), 1), 1);
+  std::vector<unsigned char> pixels;
+  pixels.reserve(static_cast<size_t>(width) * static_cast<size_t>(height));
+  const int largest = (1 << picture.bits) - 1;
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x)
+      pixels.push_back(static_cast<unsigned char>(
+          picture.At(part.x0 + x * part.Width() / width, part.y0 + y * part.Height() / height) *
+          255 / largest));
+  return Jpeg(width, height, pixels);
 }
 
 }  // namespace simcam

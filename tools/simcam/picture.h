@@ -4,6 +4,7 @@
 #include <string>
 
 #include "camera.h"
+#include "picture_file.h"
 
 namespace simcam {
 
@@ -14,5 +15,8 @@ std::string ScenePicture(const SensorDescription& sensor, const CameraSettings& 
 // The ROI as the image shows it at this true phase difference, `width` pixels wide.
 std::string RoiPicture(const SensorDescription& sensor, const CameraSettings& settings,
                        double truePhasePx, int width);
+
+// A part of a picture as it is, full pixels x0 to x1 by y0 to y1, `width` pixels wide.
+std::string FilePicture(const GreyPicture& picture, const Area& part, int width);
 
 }  // namespace simcam

@@ -5,6 +5,7 @@
 
 #include "focus_run.h"
 #include "learn_run.h"
+#include "match_run.h"
 #include "sweep.h"
 
 namespace simcam {
@@ -12,6 +13,7 @@ namespace simcam {
 std::string FocusReport(const FocusResult& result);
 std::string SweepReport(const SweepResult& result);
 std::string LearnReport(const LearnResult& result);
+std::string MatchReport(const MatchResult& result);
 
 // Writes a file whole. Throws InputError.
 void WriteFile(const std::string& path, const std::string& content);

@@ -54,12 +54,9 @@ th:first-child, td:first-child { text-align: left; }
 tr:last-child td { border-bottom: 0; }
 )css";
 
-// Green where the window sees focus, blue and red to the two sides, full at this many pixels.
-constexpr double kFullColourPx = 12;
-
-std::string WindowColour(const PDLibDefocusInfo& info) {
-  const double phase = static_cast<double>(info.phaseDiff);
-  const double away = std::clamp(std::abs(phase) / kFullColourPx, 0.0, 1.0);
+// Green in focus, blue and red to the two sides.
+std::string PhaseColour(double phase, double fullColourPx) {
+  const double away = std::clamp(std::abs(phase) / fullColourPx, 0.0, 1.0);
   const double hue = phase > 0 ? 130 - 130 * away : 130 + 95 * away;
   return "hsl(" + Fixed(hue, 0) + ",75%,45%)";
 }
@@ -79,6 +76,20 @@ PDLibWindow RoiInScene(const SensorDescription& sensor, PDLibWindow roi) {
   if (sensor.IsMirrored()) roi = {1 - roi.endX, roi.startY, 1 - roi.startX, roi.endY};
   if (sensor.IsFlipped()) roi = {roi.startX, 1 - roi.endY, roi.endX, 1 - roi.startY};
   return roi;
+}
+
+std::string SampleText(const SensorDescription& sensor, const CameraSettings& settings) {
+  if (!sensor.IsDual())
+    return std::to_string(sensor.native.pixels.size() / 2) + " pairs of PD pixels in each of " +
+           std::to_string(sensor.blocksAcross) + " x " + std::to_string(sensor.blocksDown) +
+           " blocks";
+  constexpr const char* kPackings[] = {"bytes", "packed tens", "words"};
+  const DualLayout& dual = *sensor.dual;
+  std::string text = "one of each view at " + std::to_string(sensor.blocksAcross) + " x " +
+                     std::to_string(sensor.blocksDown) + " sites, as " +
+                     kPackings[static_cast<int>(dual.packing)];
+  if (sensor.IsHdr()) text += ", odd columns exposed 1/" + std::to_string(dual.exposureRatio);
+  return text + ", split noise " + Short(settings.noise.split.value_or(dual.splitNoise));
 }
 
 }  // namespace
@@ -133,6 +144,7 @@ std::string SettingsTable(const SensorDescription& sensor, const CameraSettings&
               {"image", std::to_string(sensor.imageWidth) + " x " +
                             std::to_string(sensor.imageHeight) + " pixels, one sample step is " +
                             std::to_string(sensor.SampleStepPx()) + " pixels"},
+              {"samples", SampleText(sensor, settings)},
               {"scene, seed", settings.scene + ", " + std::to_string(settings.seed)},
               {"noise", Short(settings.noise.variancePerCode) + " codes² per code, read noise " +
                             Short(settings.noise.readNoise) + " codes, at " +
@@ -148,6 +160,54 @@ std::string SettingsTable(const SensorDescription& sensor, const CameraSettings&
               {"search range", std::to_string(sensor.tuning.searchFrom) + " to " +
                                    std::to_string(sensor.tuning.searchTo) + " pixels"}}) +
          "</div>\n";
+}
+
+std::string TileFigure(const std::string& pictureUri, int width, int height, const Tiles& tiles,
+                       const std::vector<PDLibDefocusInfo>& windows) {
+  std::string svg =
+      SvgOpen(width, height, "the windows coloured by result") + Picture(pictureUri, width, height);
+  const double cellWidth = static_cast<double>(width) / tiles.columns;
+  const double cellHeight = static_cast<double>(height) / tiles.rows;
+  for (size_t i = 0; i < windows.size(); ++i) {
+    const int column = static_cast<int>(i) % tiles.columns;
+    const int row = static_cast<int>(i) / tiles.columns;
+    const double x = (tiles.isMirrored ? tiles.columns - 1 - column : column) * cellWidth;
+    const double y = (tiles.isFlipped ? tiles.rows - 1 - row : row) * cellHeight;
+    const double sure = std::min(windows[i].confidence / 1023.0, 1.0);
+    const double phase = static_cast<double>(windows[i].phaseDiff);
+    const std::string colour = PhaseColour(phase, tiles.fullColourPx);
+    svg += "<rect x=\"" + Fixed(x + 1, 1) + "\" y=\"" + Fixed(y + 1, 1) + "\" width=\"" +
+           Fixed(cellWidth - 2, 1) + "\" height=\"" + Fixed(cellHeight - 2, 1) + "\" fill=\"" +
+           colour + "\" fill-opacity=\"" + Fixed(0.06 + (tiles.fullOpacity - 0.06) * sure, 2) +
+           "\" stroke=\"" + colour + "\" stroke-width=\"2\"/>\n";
+    if (cellWidth < 60 || cellHeight < 40) continue;
+    svg += "<text class=\"tile\" text-anchor=\"middle\" x=\"" + Fixed(x + cellWidth / 2, 1) +
+           "\" y=\"" + Fixed(y + cellHeight / 2 + 2, 1) + "\">" + Fixed(phase, 2) + " px</text>\n" +
+           "<text class=\"small\" text-anchor=\"middle\" x=\"" + Fixed(x + cellWidth / 2, 1) +
+           "\" y=\"" + Fixed(y + cellHeight / 2 + 19, 1) + "\">confidence " +
+           std::to_string(windows[i].confidence) + "</text>\n";
+  }
+  return svg + "</svg>\n";
+}
+
+std::string ColourScale(double fullColourPx, int width) {
+  constexpr int kSteps = 48;
+  constexpr int kHeight = 36;
+  std::string svg = SvgOpen(width, kHeight, "phase difference by colour");
+  for (int step = 0; step < kSteps; ++step) {
+    const double phase = (2.0 * (step + 0.5) / kSteps - 1) * fullColourPx;
+    svg += "<rect x=\"" + Fixed(static_cast<double>(width) * step / kSteps, 1) +
+           "\" y=\"0\" width=\"" + Fixed(static_cast<double>(width) / kSteps + 0.5, 1) +
+           "\" height=\"14\" fill=\"" + PhaseColour(phase, fullColourPx) + "\"/>\n";
+  }
+  const auto tick = [&](double x, const char* anchor, double phase) {
+    svg += "<text class=\"tick\" text-anchor=\"" + std::string(anchor) + "\" x=\"" + Fixed(x, 0) +
+           "\" y=\"30\">" + Fixed(phase, 1) + " px</text>\n";
+  };
+  tick(0, "start", -fullColourPx);
+  tick(width / 2.0, "middle", 0);
+  tick(width, "end", fullColourPx);
+  return svg + "</svg>\n";
 }
 
 std::string SceneFigure(const SensorDescription& sensor, const CameraSettings& settings) {
@@ -168,32 +228,10 @@ std::string RoiFigure(const SensorDescription& sensor, const CameraSettings& set
   const double shape = static_cast<double>((roi.endY - roi.startY)) * sensor.imageHeight /
                        (static_cast<double>(roi.endX - roi.startX) * sensor.imageWidth);
   const int height = std::max(static_cast<int>(kRoiWidth * shape), 16);
-  std::string svg =
-      SvgOpen(kRoiWidth, height, "the windows coloured by result") +
-      Picture(RoiPicture(sensor, settings, truePhasePx, kRoiWidth), kRoiWidth, height);
-  const int columns = static_cast<int>(settings.columns);
-  const int rows = static_cast<int>(settings.rows);
-  const double cellWidth = static_cast<double>(kRoiWidth) / columns;
-  const double cellHeight = static_cast<double>(height) / rows;
-  for (size_t i = 0; i < windows.size(); ++i) {
-    const int column = static_cast<int>(i) % columns;
-    const int row = static_cast<int>(i) / columns;
-    const double x = (sensor.IsMirrored() ? columns - 1 - column : column) * cellWidth;
-    const double y = (sensor.IsFlipped() ? rows - 1 - row : row) * cellHeight;
-    const double sure = std::min(windows[i].confidence / 1023.0, 1.0);
-    svg += "<rect x=\"" + Fixed(x + 1, 1) + "\" y=\"" + Fixed(y + 1, 1) + "\" width=\"" +
-           Fixed(cellWidth - 2, 1) + "\" height=\"" + Fixed(cellHeight - 2, 1) + "\" fill=\"" +
-           WindowColour(windows[i]) + "\" fill-opacity=\"" + Fixed(0.06 + 0.2 * sure, 2) +
-           "\" stroke=\"" + WindowColour(windows[i]) + "\" stroke-width=\"2\"/>\n";
-    if (cellWidth < 60 || cellHeight < 40) continue;
-    svg += "<text class=\"tile\" text-anchor=\"middle\" x=\"" + Fixed(x + cellWidth / 2, 1) +
-           "\" y=\"" + Fixed(y + cellHeight / 2 + 2, 1) + "\">" +
-           Fixed(static_cast<double>(windows[i].phaseDiff), 2) + " px</text>\n" +
-           "<text class=\"small\" text-anchor=\"middle\" x=\"" + Fixed(x + cellWidth / 2, 1) +
-           "\" y=\"" + Fixed(y + cellHeight / 2 + 19, 1) + "\">confidence " +
-           std::to_string(windows[i].confidence) + "</text>\n";
-  }
-  return svg + "</svg>\n";
+  Tiles tiles{static_cast<int>(settings.columns), static_cast<int>(settings.rows),
+              sensor.IsMirrored(), sensor.IsFlipped()};
+  return TileFigure(RoiPicture(sensor, settings, truePhasePx, kRoiWidth), kRoiWidth, height, tiles,
+                    windows);
 }
 
 void WriteFile(const std::string& path, const std::string& content) {

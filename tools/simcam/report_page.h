@@ -27,6 +27,21 @@ std::string Table(const std::string& caption, const std::vector<std::string>& he
 // The settings a reader needs to repeat the run.
 std::string SettingsTable(const SensorDescription& sensor, const CameraSettings& settings);
 
+// Windows over a picture, each tile coloured by the phase difference that was measured in it, the
+// more so the more certain it is.
+struct Tiles {
+  int columns = 1;
+  int rows = 1;
+  bool isMirrored = false;   // the picture against the windows, left to right
+  bool isFlipped = false;    // top to bottom
+  double fullColourPx = 12;  // the phase difference that is shown in full blue or red
+  double fullOpacity = 0.26;
+};
+std::string TileFigure(const std::string& pictureUri, int width, int height, const Tiles& tiles,
+                       const std::vector<PDLibDefocusInfo>& windows);
+// What the colours of a TileFigure stand for.
+std::string ColourScale(double fullColourPx, int width);
+
 // The whole scene with the ROI drawn in.
 std::string SceneFigure(const SensorDescription& sensor, const CameraSettings& settings);
 // The ROI at a true phase difference, each window's place coloured by what was measured in it.

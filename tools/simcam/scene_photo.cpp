@@ -1,24 +1,12 @@
-// Photographs as scenes. The decoder's source is kept in this one place, without our warnings.
+// Photographs as scenes.
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <memory>
 
 #include "errors.h"
+#include "picture_file.h"
 #include "scene.h"
-
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wconversion"
-#pragma GCC diagnostic ignored "-Wshadow"
-#pragma GCC diagnostic ignored "-Wextra"
-#pragma GCC diagnostic ignored "-Wunused-function"
-#define STB_IMAGE_IMPLEMENTATION
-#define STB_IMAGE_STATIC
-#define STBI_ONLY_JPEG
-#define STBI_ONLY_PNG
-#define STBI_FAILURE_USERMSG
-#include <stb/stb_image.h>
-#pragma GCC diagnostic pop
 
 namespace simcam {
 namespace {
@@ -77,21 +65,15 @@ class Photograph : public Scene {
 }  // namespace
 
 std::unique_ptr<Scene> LoadPhotograph(const std::string& path, int imageWidth, int imageHeight) {
-  int width = 0;
-  int height = 0;
-  int channels = 0;
-  const std::unique_ptr<stbi_uc, void (*)(void*)> bytes(
-      stbi_load(path.c_str(), &width, &height, &channels, 3), stbi_image_free);
-  if (!bytes)
-    throw InputError(path + ": expected a PNG or JPEG picture (" + stbi_failure_reason() + ")");
-  if (std::min(width, height) < kSmallestSide)
+  const ColourPicture file = LoadColourPicture(path);
+  if (std::min(file.width, file.height) < kSmallestSide)
     throw InputError(path + ": expected a picture of at least 16 x 16 pixels, found " +
-                     std::to_string(width) + " x " + std::to_string(height));
+                     std::to_string(file.width) + " x " + std::to_string(file.height));
 
   static const std::array<float, 256> linear = LinearTable();
-  Image picture(Area{0, 0, width, height});
+  Image picture(Area{0, 0, file.width, file.height});
   for (size_t i = 0; i < picture.pixels.size(); ++i) {
-    const stbi_uc* pixel = bytes.get() + 3 * i;
+    const uint8_t* pixel = file.bytes.data() + 3 * i;
     picture.pixels[i] =
         0.2126f * linear[pixel[0]] + 0.7152f * linear[pixel[1]] + 0.0722f * linear[pixel[2]];
   }

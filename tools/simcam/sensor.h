@@ -1,11 +1,17 @@
 // A camera module as its description file tells it: sensor, buffer, calibration, lens and tuning.
 //
-// The names and rules are those of the PD library's records. A pixel of native type 0 belongs to
-// the left view, type 1 to the right one. The buffer's pattern calls the two the other way round:
-// the native type 0 pixel of rank n lies where the n-th type 1 pixel of the buffer's pattern
+// The names and rules are those of the PD library's records. Two kinds of sensor are told apart:
+//
+// Sparse: PD pixels stand in a block that repeats over the image. A pixel of native type 0 belongs
+// to the left view, type 1 to the right one. The buffer's pattern calls the two the other way
+// round: the native type 0 pixel of rank n lies where the n-th type 1 pixel of the buffer's pattern
 // stands.
+//
+// Dual: every site of the image has a sample of each view, `dual` is there, and a block of the
+// native pattern is one site.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,16 +53,48 @@ struct BufferLayout {
 
 enum class Orientation { kDefault = 0, kMirror = 1, kFlip = 2, kMirrorAndFlip = 3 };
 
+// By how much the views of a dual-PD module stand apart besides the true phase difference; the
+// calibration's offset map tells the library. Pixels, u and v from -1 to 1 across and down the
+// frame.
+struct ViewOffset {
+  double middle = 0;
+  double right = 0;   // what u = 1 adds
+  double bottom = 0;  // what v = 1 adds
+
+  double At(double u, double v) const { return middle + right * u + bottom * v; }
+};
+
+// The two samples of a site are the left and the right view, or the upper and the lower one.
+enum class ViewAxis { kHorizontal, kVertical };
+
+// Numbered as the library's buffer formats are.
+enum class SamplePacking {
+  kBytes = 0,     // 8 bits, a byte each
+  kPacked10 = 1,  // 10 bits, four samples in five bytes: high bits first, the low two of all last
+  kWords = 2,     // a 16-bit word each
+};
+
+// What a dual-PD sensor has that a sparse one has not. The samples of a line follow one another
+// site by site; sites cover the image without a rest.
+struct DualLayout {
+  ViewAxis axis = ViewAxis::kHorizontal;
+  SamplePacking packing = SamplePacking::kWords;
+  bool isRightFirst = false;  // the right view's sample comes first in the buffer
+  int exposureRatio = 1;  // above 1, HDR: sites of odd columns are exposed this many times shorter
+  std::optional<ViewOffset> offset;
+  // Share of the light's noise that the two samples of a site have in common with opposite signs:
+  // what one of them doesn't get of the light went to the other.
+  double splitNoise = 0;
+};
+
 struct CalibrationLayout {
-  int version = 4;  // bits 2 to 7: the maps stand under their own names; bit 10: coefficients in Q6
+  // Sparse sensors. Bits 2 to 7: the maps stand under their own names; bit 10: coefficients in Q6.
+  int version = 4;
   int gainMapWidth = 17;
   int gainMapHeight = 13;
   int dccMapWidth = 8;
   int dccMapHeight = 6;
-  int qFactor = 10;  // fractional bits of the coefficients; 0 means 10
-
-  bool AreMapsNamedStraight() const { return (version & 0xfc) != 0; }
-  int FractionBits() const { return version & 0x400 ? 6 : (qFactor == 0 ? 10 : qFactor); }
+  int qFactor = 10;  // fractional bits of the coefficients; for sparse sensors 0 means 10
 };
 
 // When the library measures its own conversion coefficient, and how far it follows.
@@ -80,12 +118,16 @@ struct TuningChoices {
   int searchTo = 44;
   int boxFilterLength = 4;             // samples: 0, 2 or 4
   int antiAliasFilterThreshold = 100;  // 1/1024 of the neighbours' mean
-  int verticalBinning = 1;             // rows: 1 (off), 2, 4, 8, 16
-  bool bandPass = false;               // the filter along rows instead of plain smoothing
+  // How many of the lines are worked on. 2: a share by the area covered, one line of eight of a
+  // dual-PD sensor; 3: of a dual-PD sensor, one of four.
+  int processingMode = 2;
+  int verticalBinning = 1;  // rows (columns of vertical views): 1 (off), 2, 4, 8, 16
+  bool bandPass = false;    // the filter along rows instead of plain smoothing
   bool optimizedParsing = false;
   double biasVectorStrength = 0;
   int confIntegralWidth = 24;  // pixels
   double minimumConfidenceLevel = 140;
+  double rangeControl = 0.1;  // dual PD: a shift is plausible up to this share above the best one
   double defocusConfidenceThreshold = 100;
   double staticWeight = 0.5;
   double dynamicWeight = 1;
@@ -109,8 +151,9 @@ struct SensorDescription {
   int blocksAcross = 0;
   int blocksDown = 0;
   double pdOffsetCorrection = 0;
-  Pattern native;
+  Pattern native;  // of a dual-PD sensor: one site, no pixels listed
   BufferLayout buffer;
+  std::optional<DualLayout> dual;
   CalibrationLayout calibration;
   LensDescription lens;
   TuningChoices tuning;
@@ -122,11 +165,18 @@ struct SensorDescription {
     return orientation == Orientation::kFlip || orientation == Orientation::kMirrorAndFlip;
   }
   bool IsInFrame() const { return sensorType == 3; }
+  bool IsDual() const { return dual.has_value(); }
+  bool IsHdr() const { return dual && dual->exposureRatio > 1; }
+  bool HasVerticalViews() const { return dual && dual->axis == ViewAxis::kVertical; }
   bool HasTwoProcessors() const { return buffer.overlap != 0; }
   int MaxCode() const { return (1 << pixelDepth) - 1; }
-  // Sample columns of a block and the distance of two samples that measurements are made in.
+  // Sample columns of a block.
   int ColumnsPerBlock() const;
-  int SampleStepPx() const { return native.width / ColumnsPerBlock(); }
+  // The distance of two samples along which the views are compared.
+  int SampleStepPx() const;
+  // Which maps of the calibration belong to which view, and how its coefficients are stored.
+  bool AreMapsNamedStraight() const;
+  int FractionBits() const;
   // First column of blocks that the second processor delivers.
   int SecondFirstBlock() const {
     return (buffer.overlap + buffer.secondImageX - native.offsetX) / native.width;

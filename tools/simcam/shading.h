@@ -2,11 +2,10 @@
 #pragma once
 
 #include "core/pdlib_common.h"
+#include "sample_layout.h"
 #include "sensor.h"
 
 namespace simcam {
-
-enum class Side { kLeft, kRight };
 
 // The lens darkens the corners, and each side of the pupil darkens one side of the image more than
 // the other: by `loss` in the darkest corner, by nothing where the lens doesn't shade.
@@ -22,6 +21,7 @@ class Shading {
 
  private:
   double loss_;
+  bool isTiltedDown_;  // the two sides of the pupil are the upper and the lower one
   double centerX_;
   double centerY_;
   double halfWidth_;

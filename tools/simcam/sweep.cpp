@@ -21,7 +21,7 @@ SweepResult RunSweep(const PdLibrary& library, const SensorDescription& sensor,
                      const CameraSettings& cameraSettings, const SweepSettings& settings,
                      const SweepProgress& progress) {
   Camera camera(library, sensor, cameraSettings);
-  SweepResult result{camera.Sensor(), cameraSettings, {}, {}, 0, {}, {}, {}, {}};
+  SweepResult result{camera.Sensor(), camera.Settings(), {}, {}, 0, {}, {}, {}, {}};
   const int windows = static_cast<int>(cameraSettings.columns * cameraSettings.rows);
   const double threshold = sensor.tuning.defocusConfidenceThreshold;
   const double middle = (sensor.lens.travelFrom + sensor.lens.travelTo) / 2.0;

@@ -7,51 +7,30 @@
 namespace simcam {
 namespace {
 
-// Byte of the buffer that holds the pixel at (x, y) of the first pattern in a block.
-size_t ByteOf(const SensorDescription& sensor, int blockX, int blockY, const PatternPixel& pixel) {
-  const BufferLayout& layout = sensor.buffer;
-  const bool isSecond = sensor.HasTwoProcessors() && blockX >= sensor.SecondFirstBlock();
-  const Pattern& pattern = isSecond ? layout.second : layout.first;
-  const int column = isSecond ? blockX - sensor.SecondFirstBlock() : blockX;
-  const int x = (sensor.IsInFrame() ? pattern.offsetX : 0) + column * pattern.width + pixel.x;
-  const int y = (sensor.IsInFrame() ? pattern.offsetY : 0) + blockY * pattern.height + pixel.y;
-  return static_cast<size_t>(y) * static_cast<size_t>(layout.Stride()) +
-         static_cast<size_t>(isSecond ? layout.firstStride : 0) + 2 * static_cast<size_t>(x);
-}
-
-struct Place {
-  PatternPixel native;
-  PatternPixel buffer;
-};
-
 // Pixels of one view by their column, left to right.
-std::map<int, std::vector<Place>> ColumnsOf(const SensorDescription& sensor, int nativeType) {
-  std::vector<PatternPixel> places;
-  for (const PatternPixel& pixel : sensor.buffer.first.pixels)
-    if (pixel.type != nativeType) places.push_back(pixel);
-  std::map<int, std::vector<Place>> columns;
-  size_t rank = 0;
-  for (const PatternPixel& pixel : sensor.native.pixels)
-    if (pixel.type == nativeType) columns[pixel.x].push_back({pixel, places[rank++]});
+std::map<double, std::vector<SamplePlace>> ColumnsOf(const SensorDescription& sensor, Side side) {
+  std::map<double, std::vector<SamplePlace>> columns;
+  for (const SamplePlace& place : SamplePlaces(sensor))
+    if (place.side == side) columns[place.nativeX].push_back(place);
   return columns;
 }
 
 std::vector<double> ReadView(const SensorDescription& sensor, const Shading& shading,
                              const std::vector<uint8_t>& buffer, const BlockArea& blocks,
                              Side side) {
-  const auto columns = ColumnsOf(sensor, side == Side::kLeft ? 0 : 1);
+  const auto columns = ColumnsOf(sensor, side);
   std::vector<double> samples;
   for (int blockY = blocks.y0; blockY < blocks.y1; ++blockY) {
     for (int blockX = blocks.x0; blockX < blocks.x1; ++blockX) {
+      if (!IsCompared(sensor, blockX)) continue;
       for (const auto& [column, places] : columns) {
         double sum = 0;
-        for (const Place& place : places) {
-          const size_t byte = ByteOf(sensor, blockX, blockY, place.buffer);
-          const int code = buffer[byte] | (buffer[byte + 1] << 8);
-          double x = sensor.native.offsetX + blockX * sensor.native.width + place.native.x;
-          double y = sensor.native.offsetY + blockY * sensor.native.height + place.native.y;
+        for (const SamplePlace& place : places) {
+          double x = sensor.native.offsetX + blockX * sensor.native.width + place.nativeX;
+          double y = sensor.native.offsetY + blockY * sensor.native.height + place.nativeY;
           if (sensor.IsMirrored()) x = sensor.imageWidth - 1 - x;
           if (sensor.IsFlipped()) y = sensor.imageHeight - 1 - y;
+          const int code = GetSample(sensor, place, blockX, blockY, buffer);
           sum += (code - sensor.blackLevel) / shading.At(side, x, y);
         }
         samples.push_back(sum);
@@ -61,21 +40,44 @@ std::vector<double> ReadView(const SensorDescription& sensor, const Shading& sha
   return samples;
 }
 
+// The samples of a view with rows and columns exchanged.
+std::vector<double> Transposed(const std::vector<double>& view, int rows, int columns) {
+  std::vector<double> turned(view.size());
+  for (int row = 0; row < rows; ++row)
+    for (int column = 0; column < columns; ++column)
+      turned[static_cast<size_t>(column * rows + row)] =
+          view[static_cast<size_t>(row * columns + column)];
+  return turned;
+}
+
+// What is added to a measured shift, in the frame. A dual-PD module's own offset is taken out after
+// the sign of a mirrored readout has been turned; where it changes over the image, its middle.
+double Correction(const SensorDescription& sensor, double sign) {
+  if (!sensor.IsDual()) return sensor.pdOffsetCorrection;
+  return sensor.dual->offset ? -sensor.dual->offset->middle : sign * sensor.pdOffsetCorrection;
+}
+
 }  // namespace
 
 WindowSamples ReadSamples(const SensorDescription& sensor, const Shading& shading,
                           const std::vector<uint8_t>& buffer, const BlockArea& blocks) {
   WindowSamples samples;
   samples.rows = blocks.y1 - blocks.y0;
-  samples.columns = (blocks.x1 - blocks.x0) * sensor.ColumnsPerBlock();
   samples.left = ReadView(sensor, shading, buffer, blocks, Side::kLeft);
   samples.right = ReadView(sensor, shading, buffer, blocks, Side::kRight);
+  samples.columns = samples.rows > 0 ? static_cast<int>(samples.left.size()) / samples.rows : 0;
+  if (sensor.HasVerticalViews()) {
+    samples.left = Transposed(samples.left, samples.rows, samples.columns);
+    samples.right = Transposed(samples.right, samples.rows, samples.columns);
+    std::swap(samples.rows, samples.columns);
+  }
   return samples;
 }
 
 std::vector<CurvePoint> ShiftCurve(const SensorDescription& sensor, const WindowSamples& samples) {
   const int step = sensor.SampleStepPx();
   const double sign = sensor.IsMirrored() ? -1 : 1;
+  const double correction = Correction(sensor, sign);
   std::vector<CurvePoint> curve;
   for (int shift = sensor.tuning.searchFrom / step; shift <= sensor.tuning.searchTo / step;
        ++shift) {
@@ -88,7 +90,7 @@ std::vector<CurvePoint> ShiftCurve(const SensorDescription& sensor, const Window
         sum += std::abs(left[i + shift] - right[i]);
     }
     if (count == 0) continue;
-    curve.push_back({sign * (-shift * step + sensor.pdOffsetCorrection), sum / count});
+    curve.push_back({sign * (-shift * step + correction), sum / count});
   }
   std::sort(curve.begin(), curve.end(),
             [](const CurvePoint& a, const CurvePoint& b) { return a.phasePx < b.phasePx; });

@@ -11,7 +11,8 @@
 namespace simcam {
 
 // Samples of the two views; a row is a row of blocks, a sample the sum of a block's column, black
-// level and shading taken out.
+// level and shading taken out. Views that are compared down the image come with rows and columns
+// exchanged.
 struct WindowSamples {
   int rows = 0;
   int columns = 0;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstring>
 #include <filesystem>
@@ -31,6 +32,15 @@ std::filesystem::path BelowRoot(const std::filesystem::path& root,
   return root / path.lexically_normal().relative_path();
 }
 
+// A folder opens for reading, and only fails once it is read: it counts as a file that can't be
+// opened.
+FILE* OpenFile(const char* path, const char* mode) {
+  std::error_code ignored;
+  if (!std::filesystem::is_directory(path, ignored)) return std::fopen(path, mode);
+  errno = EISDIR;
+  return nullptr;
+}
+
 }  // namespace
 
 namespace Orvo::OsUtils {
@@ -43,14 +53,14 @@ FILE* FOpen(const char* path, const char* mode) {
     const std::lock_guard lock(state.mutex);
     root = state.root;
   }
-  if (root.empty() || path[0] != '/') return std::fopen(path, mode);
+  if (root.empty() || path[0] != '/') return OpenFile(path, mode);
 
   const std::filesystem::path below = BelowRoot(root, path);
   if (Writes(mode)) {
     std::error_code ignored;  // a folder that can't be made shows when the file is opened
     std::filesystem::create_directories(below.parent_path(), ignored);
   }
-  return std::fopen(below.c_str(), mode);
+  return OpenFile(below.c_str(), mode);
 }
 
 size_t FRead(void* buffer, size_t bufferSize, size_t elementSize, size_t count, FILE* file) {

@@ -29,7 +29,9 @@ int PDLibLoadAdaptiveData(void* buffer, size_t size, uint32_t cameraId) {
     PDLIB_INFO("Failed to open the adaptive k data file");
     return kPDLibFailed;
   }
-  OsUtils::FRead(buffer, size, 1, size, file);
+  const size_t read = OsUtils::FRead(buffer, size, 1, size, file);
+  // What the file does hold is used all the same; the rest of the buffer stays as it was.
+  if (read != size) PDLIB_ERROR("The adaptive k data file holds %zu of %zu bytes", read, size);
   OsUtils::FClose(file);
   return kPDLibSuccess;
 }

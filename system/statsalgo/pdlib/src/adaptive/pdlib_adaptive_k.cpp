@@ -1,7 +1,9 @@
 #include "adaptive/pdlib_adaptive_k.h"
 
 #include <cstdio>
+#include <cstring>
 
+#include "core/numeric.h"
 #include "core/pdlib_switches.h"
 
 namespace {
@@ -207,4 +209,16 @@ int adaptive_k_set_data(pdaf_adaptive_k_t* state, const int16_t* buffer, int siz
     adaptive_k_print_data(&state->data, kAdaptiveKPrintNewest, kAdaptiveKFarTarget);
   }
   return 1;
+}
+
+void adaptive_k_hand_out(const pdaf_adaptive_k_t& state, int16_t* buffer, const void** data,
+                         int* size) {
+  adaptive_k_get_data(&state, buffer, size);
+  *data = buffer;
+}
+
+void adaptive_k_take_over(pdaf_adaptive_k_t* state, int16_t* buffer, const void* data, int size) {
+  const int copied = pdlib::Clamp(size, 0, kAdaptiveDataSize);
+  std::memcpy(buffer, data, static_cast<size_t>(copied));
+  adaptive_k_set_data(state, buffer, size);
 }

@@ -85,6 +85,11 @@ int16_t adaptive_k_get_interpolated_DCC_peripheral(const pdaf_adaptive_k_t* stat
 int16_t adaptive_k_get_interpolated_DCC_focus_map(const pdaf_adaptive_k_t* state, float phaseDiff,
                                                   int window);
 
+// Whether windows of such a frame are configured and learnt from.
+constexpr bool adaptive_k_serves(PDLibRoiType roiType) {
+  return roiType == kRoiDefault || roiType == kRoiLearning;
+}
+
 // Shows one frame's final results to the estimators of all active windows.
 void adaptive_k_process_frame(pdaf_adaptive_k_t* state, float actuatorSensitivity, int lensPosition,
                               const PDLibOutputData* output);
@@ -95,3 +100,9 @@ int adaptive_k_get_data(const pdaf_adaptive_k_t* state, int16_t* buffer, int* si
 // Reads a blob back and locks the histories. Gives 1, or 0, with nothing changed, for a null buffer
 // or a size in bytes other than kAdaptiveDataSize.
 int adaptive_k_set_data(pdaf_adaptive_k_t* state, const int16_t* buffer, int size);
+
+// A flow's two operations on the blob, by way of its own `buffer` of kAdaptiveDataSize bytes: what
+// the camera stack passes in need not be aligned.
+void adaptive_k_hand_out(const pdaf_adaptive_k_t& state, int16_t* buffer, const void** data,
+                         int* size);
+void adaptive_k_take_over(pdaf_adaptive_k_t* state, int16_t* buffer, const void* data, int size);

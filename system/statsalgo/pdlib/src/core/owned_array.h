@@ -17,6 +17,20 @@ void pdaf_free(T*& pointer) {
   pointer = nullptr;
 }
 
+// A zero-filled object on the platform's heap; null when there is no memory.
+template <class T>
+T* pdaf_create() {
+  void* memory = OrvoCalloc(sizeof(T));
+  return memory == nullptr ? nullptr : new (memory) T{};
+}
+
+// Destroys and clears what pdaf_create made; not null.
+template <class T>
+void pdaf_destroy(T*& object) {
+  std::destroy_at(object);
+  pdaf_free(object);
+}
+
 namespace pdlib {
 
 // Zero-filled, empty on failure, released once.

@@ -12,9 +12,6 @@ using afpdlibelements::tessarinePDLibType;
 // ---- The flows of this version
 
 // A flow moves out of this list together with its name in IsPDLibFlowAvailable.
-IPDLIBFlow* CreateDPDFlow() {
-  return nullptr;
-}
 IPDLIBFlow* CreateSparseVerticalFlow() {
   return nullptr;
 }
@@ -35,7 +32,7 @@ IPDLIBFlow* CreateHardwareLCRFlow(LogicalDriver* /*driver*/) {
 }
 
 bool IsPDLibFlowAvailable(PDFlowType type) {
-  return type == kFlowSparseHorizontal;
+  return type == kFlowSparseHorizontal || type == kFlowDPD;
 }
 
 IPDLIBFlow* CreatePDLibFlow(PDFlowType type, LogicalDriver* driver) {

@@ -43,6 +43,8 @@ class IPDLIBFlow {
 
 // Each gives a new flow, or null: no memory, or a flow that this version doesn't have.
 IPDLIBFlow* CreateDPDFlow();
+// The same flow on upper and lower samples: a part of the flow that fuses two axes.
+IPDLIBFlow* CreateVerticalDPDFlow();
 IPDLIBFlow* CreateSparseHorizontalFlow();
 IPDLIBFlow* CreateSparseVerticalFlow();
 IPDLIBFlow* CreateFullDiagonalFlow();

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "afpdlibelements.h"
+#include "core/owned_array.h"
 #include "core/pdlib_common.h"
 
 // ---- Maps
@@ -47,6 +48,22 @@ int fliplr_float(float* map, int width, int height);
 int flipud_uint16(uint16_t* map, int width, int height);
 int flipud_int16(int16_t* map, int width, int height);
 int flipud_float(float* map, int width, int height);
+
+// ---- Sensor and calibration
+
+// The image's flips: false, with a log line, for an orientation that doesn't exist.
+bool read_orientation(PDAFOrientation orientation, bool* mirror, bool* flip);
+
+// The sensor's phase offset as flows honour it: 0 unless it lies inside (-10, 10) pixels.
+float honoured_pd_offset(float offset);
+
+// Whether the gain maps of a calibration have 1 to kGainMapEntries entries; logs it if not.
+bool has_usable_gain_maps(const _pdaf_cal_param_t& calibration);
+
+// Q12 weights of the shifts `firstShift`, `firstShift` - step, ... (pixels, 16 bits): with strength
+// 0 all are 4096; a higher one favours small shifts. False without memory.
+bool build_bias_vector(pdlib::OwnedArray<uint16_t>* vector, int length, int firstShift, int step,
+                       float strength);
 
 // ---- Windows
 
@@ -110,11 +127,22 @@ PeripheralRectangle peripheral_rectangle(const win_config_t& roi, uint32_t index
 // complete.
 float written_ratio(const win_config_t& roi, uint32_t imageHeight, uint32_t lines);
 
+// The same; where it is negative, 0 and a log line.
+float checked_written_ratio(const win_config_t& roi, uint32_t imageHeight, uint32_t lines);
+
+// Grid rows whose lines have arrived. Only a ratio inside (0, 1) reduces them: one of 0
+// leaves the grid whole.
+uint32_t ready_rows(uint32_t rows, float ratio);
+
 // ---- Conversion table
 
 // The usual size of a calibrated table of conversion coefficients.
 inline constexpr int kDccColumns = 8;
 inline constexpr int kDccRows = 6;
+
+// The first of the two lines of a map, along an axis of `size` lines, around a relative position (0
+// to 1). Never negative; with less than two lines it is 0.
+int first_map_line(double relative, int size);
 
 // Mean of the four table entries around a relative position (0 to 1, from the image's top left).
 // The position inside a cell doesn't weigh: the four count alike.
@@ -125,6 +153,21 @@ int16_t dcc_lookup(const int16_t* table, double relativeX, double relativeY);
 // The first value of an extension parameter that is enabled and holds data; null when `entry` is
 // none.
 const float* extension_value(const statsglobalelements::statsExtensionParamType& entry);
+
+// ---- Frame
+
+// Whether the windows of a frame can be measured and their results stored; logs it if not.
+bool is_window_usable(const PDLibWindowConfig& config);
+
+// Whether the frame comes with a buffer of at least `requiredBytes`; logs it if not.
+bool is_buffer_usable(const PDLibParam& param, uint64_t requiredBytes);
+
+// Weight of the new frame against the curves of earlier ones.
+float temporal_weight(const afpdlibelements::tessarineTuningPostProcess& weights, bool lensStands);
+
+// The line that each call of a frame ends with; `result` is the one to be told.
+void log_frame_result(uint32_t frameIndex, const PDLibDefocusInfo& result,
+                      float actuatorSensitivity, int lensPosition, const PDLibOutputData& output);
 
 // ---- Results
 

@@ -93,7 +93,7 @@ struct dpd_grid_common_t {
   const uint16_t* p_right_gain;
   dpd_filter_t* p_filters;  // kDpdFilterSets of them
   dpd_sad_request_t* p_sad_req;
-  uint8_t** p_pd_buffer;
+  const uint8_t** p_pd_buffer;
   dpd_line_config_t* p_line_config;
   float fps;
   float integrationTime;

@@ -151,14 +151,6 @@ int make_dcc_map(pdaf_context_t* context) {
   return 0;
 }
 
-bool has_usable_gain_maps(const _pdaf_cal_param_t& calibration) {
-  const uint32_t entries = uint32_t{calibration.MapWidth} * calibration.MapHeight;
-  if (entries > 0 && entries <= uint32_t{kGainMapEntries}) return true;
-  PDLIB_ERROR("pdaf cal: gain maps of %u by %u entries, expected 1 to %d", calibration.MapWidth,
-              calibration.MapHeight, kGainMapEntries);
-  return false;
-}
-
 }  // namespace
 
 uint16_t dcc_q_format(const _pdaf_cal_param_t& calibration) {

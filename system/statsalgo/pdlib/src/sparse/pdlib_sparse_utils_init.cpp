@@ -19,7 +19,6 @@ using pdlib::ToInt32;
 namespace {
 
 constexpr uint32_t kDefaultPixelDepth = 10;
-constexpr float kMaxPDOffset = 10.0F;  // pixels
 // Wider search ranges than any sensor's travel are refused, so that vectors stay small.
 constexpr int kMaxSearchShift = 8192;  // pixels
 
@@ -202,8 +201,7 @@ void copy_init_record(pdaf_context_t* context, const PDLibInitParam& init) {
 }  // namespace
 
 int init_sensor_info(sensor_logic_t* sensor, const PDLibSensorNativeInfo& native) {
-  const float offset = native.PDOffsetCorrection;
-  sensor->pdOffset = offset > -kMaxPDOffset && offset < kMaxPDOffset ? offset : 0.0F;
+  sensor->pdOffset = honoured_pd_offset(native.PDOffsetCorrection);
   int result = validate_crop(native, __func__);
 
   const PDLibBlockPattern& pattern = native.blockPattern;
@@ -234,14 +232,7 @@ int init_sensor_info(sensor_logic_t* sensor, const PDLibSensorNativeInfo& native
   sensor->verticalPDOffset = pattern.verticalPDOffset;
   sensor->blockWidth = pattern.blockDimension.width;
   sensor->blockHeight = pattern.blockDimension.height;
-  sensor->mirror =
-      native.orientation == kOrientationMirror || native.orientation == kOrientationMirrorAndFlip;
-  sensor->flip =
-      native.orientation == kOrientationFlip || native.orientation == kOrientationMirrorAndFlip;
-  if (native.orientation > kOrientationMirrorAndFlip) {
-    PDLIB_ERROR("Invalid sensor orientation %u", native.orientation);
-    result = 1;
-  }
+  if (!read_orientation(native.orientation, &sensor->mirror, &sensor->flip)) result = 1;
   return result;
 }
 
@@ -263,17 +254,6 @@ int pdaf_param_init_tuning(pdaf_context_t* context, const tessarinePDLibType& tu
   context->tuning = tuning;
   apply_extensions(context, tuning);
   return 0;
-}
-
-bool build_bias_vector(pdlib::OwnedArray<uint16_t>* vector, int length, int firstShift, int step,
-                       float strength) {
-  if (!vector->allocate(static_cast<size_t>(length))) return false;
-  for (int i = 0; i < length; ++i) {
-    const float d = static_cast<int16_t>(firstShift - i * step);
-    const float weight = (strength * d * d / 4096.0F + (1.0F - strength)) * 4096.0F;
-    (*vector)[static_cast<size_t>(i)] = static_cast<uint16_t>(pdlib::ToUint32(weight));
-  }
-  return true;
 }
 
 int set_pd_context_init_info(pdaf_context_t* context, const PDLibInitParam& init,

@@ -19,8 +19,3 @@ int set_pd_context_init_info(pdaf_context_t* context, const PDLibInitParam& init
 
 // Releases what set_pd_context_init_info allocated.
 void set_pd_context_deinit(pdaf_context_t* context);
-
-// Q12 weights of the shifts `firstShift`, `firstShift` - step, ... (pixels): with strength 0 all
-// are 4096; a higher one favours small shifts. False without memory.
-bool build_bias_vector(pdlib::OwnedArray<uint16_t>* vector, int length, int firstShift, int step,
-                       float strength);

@@ -174,7 +174,7 @@ void assign_sum_dcc(pdaf_context_t* context, PDLibRoiType roiType, uint32_t entr
     context->centerGrid[window].dcc =
         interpolate_dcc(*context, first.start_x, last.end_x, first.start_y, last.end_y);
   }
-  if (learns_dcc(*context, window) && (roiType == kRoiDefault || roiType == kRoiLearning)) {
+  if (learns_dcc(*context, window) && adaptive_k_serves(roiType)) {
     adaptive_k_config_window(&context->adaptiveK, roiType, static_cast<int>(first.start_x),
                              static_cast<int>(last.end_x), static_cast<int>(first.start_y),
                              static_cast<int>(last.end_y), static_cast<int>(window));

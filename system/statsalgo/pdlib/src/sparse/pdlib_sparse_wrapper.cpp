@@ -38,20 +38,6 @@ RoiLines roi_lines(const pdaf_context_t& context) {
   return {ToInt32(roi.y * height), ToInt32((roi.y + roi.h) * height)};
 }
 
-float checked_ratio(const pdaf_context_t& context, uint16_t lines) {
-  const float ratio = written_ratio(context.window, context.sensor.imageHeight, lines);
-  if (!(ratio < 0.0F)) return ratio;
-  PDLIB_INFO("Warning: written PD buffer ratio negative %f, number of written PD lines %d",
-             static_cast<double>(ratio), lines);
-  return 0.0F;
-}
-
-// Grid rows whose lines have arrived. A ratio of 0 leaves the grid whole.
-uint32_t ready_rows(uint32_t rows, float ratio) {
-  const bool partial = ratio > 0.0F && ratio < 1.0F;
-  return partial ? pdlib::ToUint32(static_cast<float>(rows) * ratio) : rows;
-}
-
 void decide_lcr(pdaf_context_t* context, const PDLibOutputData& output) {
   if (context->lcrBuffer == nullptr || !context->lcrEnabled) {
     context->skipLcr = true;
@@ -191,9 +177,7 @@ int PdlibSkipControlProcess(pdaf_context_t* context, const PDLibParam* param, ui
 }
 
 void pd_incremental_processing(pdaf_context_t* context, uint16_t lines) {
-  const auto& weights = context->tuning.postProcess;
-  context->temporalWeight = lens_stands(*context) ? weights.temporalFilterStaticWeight
-                                                  : weights.temporalFilterDynamicWeight;
+  context->temporalWeight = temporal_weight(context->tuning.postProcess, lens_stands(*context));
   PDLibOutputData& output = context->output;
   if (output.processingResult == kResultNone) pd_process_center_window(context, lines, &output);
   if (context->tuning.enablePeripheralWindows != 0) process_peripheral(context, lines);
@@ -203,7 +187,7 @@ void pd_incremental_processing(pdaf_context_t* context, uint16_t lines) {
 
 uint32_t pd_process_center_window(pdaf_context_t* context, uint16_t lines,
                                   PDLibOutputData* output) {
-  const float ratio = checked_ratio(*context, lines);
+  const float ratio = checked_written_ratio(context->window, context->sensor.imageHeight, lines);
   const uint32_t allRows = context->gridRows();
   const uint32_t rows = ready_rows(allRows, ratio);
   decide_lcr(context, *output);
@@ -233,7 +217,7 @@ uint32_t pd_process_center_window(pdaf_context_t* context, uint16_t lines,
 void pd_process_peripheral_window(pdaf_context_t* context, uint16_t lines, PDLibOutputData* output,
                                   uint16_t first) {
   const pdlib::ProfileScope profile(pdlib::kProfilePeripheralWindow);
-  const float ratio = checked_ratio(*context, lines);
+  const float ratio = checked_written_ratio(context->window, context->sensor.imageHeight, lines);
   uint16_t last = ratio >= 1.0F ? kFirstWindowBelowRoi : 1;
   if (lines == context->sensor.imageHeight) last = kPeripheralWindows;
   log_peripheral_progress(*context, lines, ratio);

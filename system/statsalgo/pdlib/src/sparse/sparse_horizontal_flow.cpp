@@ -1,9 +1,7 @@
 #include "sparse/sparse_horizontal_flow.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
-#include <memory>
 
 #include "core/numeric.h"
 #include "core/pdlib_log.h"
@@ -17,16 +15,6 @@
 #include "sparse/pdlib_sparse_wrapper.h"
 
 namespace {
-
-pdaf_context_t* create_context() {
-  void* memory = OrvoCalloc(sizeof(pdaf_context_t));
-  return memory == nullptr ? nullptr : new (memory) pdaf_context_t{};
-}
-
-void destroy_context(pdaf_context_t** context) {
-  std::destroy_at(*context);
-  pdaf_free(*context);
-}
 
 // Pixels that serve both axes count by their horizontal polarity here.
 void fold_shared_pixels(PDLibInitParam* init) {
@@ -47,56 +35,18 @@ void fold_shared_pixels(PDLibInitParam* init) {
   }
 }
 
-bool is_buffer_usable(const pdaf_context_t& context, const PDLibParam& param) {
-  if (param.PDBuffer == nullptr) {
-    PDLIB_ERROR("null PD buffer");
-    return false;
-  }
-  if (param.PDBufferSize >= 0 &&
-      static_cast<uint64_t>(param.PDBufferSize) >= context.requiredBufferBytes) {
-    return true;
-  }
-  PDLIB_ERROR("PD buffer of %lld bytes is too small, the PD area needs %llu",
-              static_cast<long long>(param.PDBufferSize),
-              static_cast<unsigned long long>(context.requiredBufferBytes));
-  return false;
-}
-
-bool is_window_usable(const PDLibWindowConfig& config) {
-  if (!is_window_valid(config.window)) {
-    PDLIB_ERROR(
-        "Invalid window [%f %f %f %f], expected fractions of the image with start before end",
-        static_cast<double>(config.window.startX), static_cast<double>(config.window.startY),
-        static_cast<double>(config.window.endX), static_cast<double>(config.window.endY));
-    return false;
-  }
-  if (window_count_fits(config)) return true;
-  PDLIB_ERROR("Invalid window count %u x %u, the results hold %u", config.horizontalWindowCount,
-              config.verticalWindowCount, kMaxWindows);
-  return false;
-}
-
-bool learns_from(PDLibRoiType roiType) {
-  return roiType == kRoiDefault || roiType == kRoiLearning;
-}
-
 // Once per frame, when its results are final: the thresholds of the estimators count frames.
 void learn(pdaf_context_t* context, bool frameIsOver) {
-  if (!frameIsOver || context->adaptiveK.enable != 1 || !learns_from(context->roiType)) return;
+  if (!frameIsOver || context->adaptiveK.enable != 1 || !adaptive_k_serves(context->roiType))
+    return;
   ADAPTK_DEBUG(context->adaptiveK.debug, "ADAPTK: S901 - Enter adaptive k ");
   adaptive_k_process_frame(&context->adaptiveK, context->actuatorSensitivity, context->lensPosition,
                            &context->output);
 }
 
 void report(const pdaf_context_t& context, int16_t lensPosition) {
-  const PDLibDefocusInfo& first = context.output.defocusInfo[0];
-  PDLIB_INFO(
-      "frame_idx: %d, phaseDiff %.2f, defocus_um: %.1f conf_level %d cur_lens_pos %d "
-      "processingResult %d isPeripheralValid %d",
-      static_cast<int>(context.frameIndex), static_cast<double>(first.phaseDiff),
-      static_cast<double>(static_cast<float>(first.defocus) * context.actuatorSensitivity),
-      static_cast<int>(first.confidence), lensPosition,
-      static_cast<int>(context.output.processingResult), context.output.isPeripheralValid);
+  log_frame_result(context.frameIndex, context.output.defocusInfo[0], context.actuatorSensitivity,
+                   lensPosition, context.output);
 }
 
 void close_call(pdaf_context_t* context, const PDLibParam& param, bool frameIsOver,
@@ -134,13 +84,13 @@ int SparseHorizontalFlow::Init(const PDLibInitParam* init,
   }
   if (context_ != nullptr) DeInit();
   initFailed_ = true;
-  context_ = create_context();
+  context_ = pdaf_create<pdaf_context_t>();
   if (context_ == nullptr) return kPDStatusNoMemory;
   PDLibInitParam folded = *init;
   fold_shared_pixels(&folded);
   context_->testMode = PDLIB_TEST_MODE != 0;
   if (set_pd_context_init_info(context_, folded, *tuning) != 0) {
-    destroy_context(&context_);
+    pdaf_destroy(context_);
     PDLIB_ERROR("set init info error");
     return kPDStatusFlowFailed;
   }
@@ -161,7 +111,8 @@ int SparseHorizontalFlow::Process(const PDLibParam* param, uint32_t lines,
     PDLIB_ERROR("null pointer");
     return initFailed_ ? kPDStatusFlowFailed : kPDStatusBadInput;
   }
-  if (!is_window_usable(param->windowConfig) || !is_buffer_usable(*context_, *param))
+  if (!is_window_usable(param->windowConfig) ||
+      !is_buffer_usable(*param, context_->requiredBufferBytes))
     return kPDStatusBadInput;
 
   const bool frameIsOver = lines == context_->sensor.imageHeight;
@@ -208,7 +159,7 @@ int SparseHorizontalFlow::DeInit() {
   context_->centerGain.reset();
   set_pd_context_deinit(context_);
   if (context_->window.valid != 0) free_pdaf_grid_memory(context_);
-  destroy_context(&context_);
+  pdaf_destroy(context_);
   return kPDStatusOk;
 }
 
@@ -218,8 +169,7 @@ int SparseHorizontalFlow::GetAdaptiveData(const void** data, int* size) {
     PDLIB_ERROR("null pointer");
     return kPDStatusBadInput;
   }
-  adaptive_k_get_data(&context_->adaptiveK, context_->adaptiveData, size);
-  *data = context_->adaptiveData;
+  adaptive_k_hand_out(context_->adaptiveK, context_->adaptiveData, data, size);
   return kPDStatusOk;
 }
 
@@ -228,9 +178,7 @@ int SparseHorizontalFlow::SetAdaptiveData(const void* data, int size) {
     PDLIB_ERROR("null pointer");
     return kPDStatusBadInput;
   }
-  const int copied = pdlib::Clamp(size, 0, kAdaptiveDataSize);
-  std::memcpy(context_->adaptiveData, data, static_cast<size_t>(copied));
-  adaptive_k_set_data(&context_->adaptiveK, context_->adaptiveData, size);
+  adaptive_k_take_over(&context_->adaptiveK, context_->adaptiveData, data, size);
   return kPDStatusOk;
 }
 

@@ -1,0 +1,36 @@
+// The software flow for dual-PD sensors, whose every site has a left and a right sample (in the
+// vertical mode an upper and a lower one).
+//
+// Init takes the sensor, the tuning and the gain maps; the first frame of a window builds its
+// grids; every further frame fills, filters and correlates some lines of each row of cells. A frame
+// may arrive in several calls with a growing number of lines: the centre grid runs at the first of
+// them, the peripheral windows follow when the centre found nothing, and the call with as many
+// lines as the image is high closes the frame.
+#pragma once
+
+#include "core/pdlib_flow.h"
+
+struct dpd_context_t;
+
+class DPDFlow final : public IPDLIBFlow {
+ public:
+  enum class Axis { kHorizontal, kVertical };
+
+  explicit DPDFlow(Axis axis) : axis_(axis) {}
+  ~DPDFlow() override;
+  DPDFlow(const DPDFlow&) = delete;
+  DPDFlow& operator=(const DPDFlow&) = delete;
+
+  // `tuning` may be null: then the flow's own fallback runs.
+  int Init(const PDLibInitParam* init, const afpdlibelements::tessarinePDLibType* tuning) override;
+  int Process(const PDLibParam* param, uint32_t lines, PDLibOutputData* output) override;
+  int DeInit() override;
+  int GetAdaptiveData(const void** data, int* size) override;
+  int SetAdaptiveData(const void* data, int size) override;
+  int GetTuningData(void** tuning) override;
+
+ private:
+  Axis axis_;
+  dpd_context_t* context_ = nullptr;
+  bool initFailed_ = false;  // then Process fails the frame instead of taking it for a misuse
+};

@@ -1,0 +1,150 @@
+// Files that two views come in: pictures and maps of gains.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "errors.h"
+#include "match_run.h"
+#include "picture_file.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using namespace simcam;
+
+// Two grey pixels as PNG files of 16 and of 8 bits, uncompressed: 0x1234 and 0xfffe, 7 and 200.
+constexpr const char* kPng16 =
+    "89504e470d0a1a0a0000000d494844520000000200000001100000000081d9fc15000000104944415478010105"
+    "00faff001234fffe03e502449addcf0c0000000049454e44ae426082";
+constexpr const char* kPng8 =
+    "89504e470d0a1a0a0000000d4948445200000002000000010800000000d14920560000000e4944415478010103"
+    "00fcff0007c800d900d01fad24f80000000049454e44ae426082";
+
+std::string Bytes(const std::string& hex) {
+  std::string bytes;
+  for (size_t i = 0; i < hex.size(); i += 2)
+    bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+  return bytes;
+}
+
+class MatchFiles : public testing::Test {
+ protected:
+  std::string Write(const std::string& name, const std::string& content) const {
+    const std::string path = (folder_.path() / name).string();
+    std::ofstream(path, std::ios::binary) << content;
+    return path;
+  }
+
+  template <class Load>
+  static std::string ErrorOf(Load load) {
+    try {
+      load();
+    } catch (const InputError& error) {
+      return error.what();
+    }
+    return "accepted";
+  }
+
+  const test::TempFolder folder_;
+};
+
+TEST_F(MatchFiles, GreyPicturesComeAsTheyAre) {
+  struct Case {
+    std::string content;
+    int bits;
+    std::vector<uint16_t> codes;
+  };
+  const std::vector<Case> cases = {
+      {std::string("P5\n3 1\n255\n\x01\x02\xff", 14), 8, {1, 2, 255}},
+      {std::string("P5 # made by hand\n# 3 wide\n 3\t1 # and low\n255 \0\x20\n", 50),
+       8,
+       {0, 32, 10}},
+      {std::string("P5\n2 1\n65535\n\x12\x34\xff\xfe", 17), 16, {0x1234, 0xfffe}},
+      {std::string("P5\n2 1\n1000\n\x03\xe8\x00\x01", 16), 10, {1000, 1}},
+      {std::string("P5\n2 1\n15\n\x0f\x01", 12), 4, {15, 1}},
+      {Bytes(kPng16), 16, {0x1234, 0xfffe}},
+      {Bytes(kPng8), 8, {7, 200}},
+  };
+  for (const Case& c : cases) {
+    const GreyPicture picture = LoadGreyPicture(Write("a.pgm", c.content));
+    EXPECT_EQ(picture.bits, c.bits);
+    EXPECT_EQ(picture.width, static_cast<int>(c.codes.size()));
+    EXPECT_EQ(picture.height, 1);
+    EXPECT_EQ(picture.codes, c.codes);
+  }
+}
+
+TEST_F(MatchFiles, BadPicturesAreNamed) {
+  struct Case {
+    std::string content;
+    const char* message;
+  };
+  const std::vector<Case> cases = {
+      {"", "found neither"},
+      {"P6\n1 1\n255\n123", "found neither"},
+      {"P5\n", "found no width from 1 to 16384"},
+      {"P5\n0 1\n255\n", "found no width"},
+      {"P5\n-3 1\n255\n", "found no width"},
+      {"P5\n1 99999999999\n255\n", "found no height"},
+      {"P5\n1 1\n65536\n12", "found no largest code from 1 to 65535"},
+      {"P5\n2 2\n255\n123", "found it cut off after 14 bytes"},
+      {"P5\n2 1\n256\n123", "found it cut off"},
+      {"P5\n1 1\n255", "found it cut off"},
+      {"P5#", "found no width"},
+      {Bytes(kPng16).substr(0, 60), "found damage"},
+      {Bytes(kPng8).substr(0, 20), "found damage"},
+  };
+  for (const Case& c : cases) {
+    const std::string path = Write("b.pgm", c.content);
+    const std::string error = ErrorOf([&] { LoadGreyPicture(path); });
+    EXPECT_EQ(error.rfind(path + ": expected a PGM (P5) or PNG picture of 8 or 16 bits, ", 0), 0u);
+    EXPECT_NE(error.find(c.message), std::string::npos) << error;
+  }
+  EXPECT_NE(ErrorOf([] { LoadGreyPicture("/nosuch.pgm"); }).find("/nosuch.pgm"), std::string::npos);
+}
+
+TEST_F(MatchFiles, GainsAreReadFromNumbersOrAWhiteField) {
+  for (const char* text :
+       {"[[1, 1.5, 2], [0.5, 1, 3]]", "1,1.5,2\n0.5, 1 ,3\n", "1,1.5,2\r\n.5,1,3"}) {
+    const GainMap map = LoadGainMap(Write("g", text));
+    EXPECT_EQ(map.columns * 10 + map.rows, 32) << text;
+    EXPECT_EQ(map.gains, (std::vector<double>{1, 1.5, 2, 0.5, 1, 3})) << text;
+  }
+  // A field of 170 x 26 whose left half has half the light: from column 9 of 17 parts on, all of
+  // it.
+  std::string field = "P5\n170 26\n255\n";
+  for (int i = 0; i < 170 * 26; ++i) field += static_cast<char>(i % 170 < 90 ? 100 : 200);
+  const GainMap map = LoadGainMap(Write("field.pgm", field));
+  ASSERT_EQ(map.columns * 100 + map.rows, 1713);
+  for (int entry : {0, 8, 17, 12 * 17 + 8}) EXPECT_EQ(map.gains[static_cast<size_t>(entry)], 2);
+  for (int entry : {9, 16, 12 * 17 + 9}) EXPECT_EQ(map.gains[static_cast<size_t>(entry)], 1);
+}
+
+TEST_F(MatchFiles, BadGainsAreNamed) {
+  struct Case {
+    const char* text;
+    const char* message;
+  };
+  const Case cases[] = {
+      {"", "can be read"},
+      {"[[1, 1], [1]]", "row 1: expected 2 gains as in the first row, found 1"},
+      {"[[1, 1], 3]", "row 1: expected an array of gains, found 3"},
+      {"[[1, \"a\"], [1, 1]]", "row 0: expected a number, found \"a\""},
+      {"[[1, 4], [1, 1]]", "row 0: expected gains from 0.1 to 3.99, found 4"},
+      {"[[1, 1]", "expected JSON"},
+      {"[[1, 1]]", "expected 2 x 2 to 475 gains, found 2 x 1"},
+      {"1,1\n1;1\n", "line 2: expected numbers with commas between them, found 1;1"},
+      {"1,1\n1,\n", "line 2: expected numbers"},
+      {"1,nan\n1,1\n", "line 1: expected gains"},
+      {"  ", "line 1: expected numbers"},
+      {"P5\n4 4\n255\n0123456789abcdef", "expected a white field of at least 17 x 13 pixels"},
+  };
+  for (const Case& c : cases) {
+    const std::string path = Write("g", c.text);
+    const std::string error = ErrorOf([&] { LoadGainMap(path); });
+    EXPECT_EQ(error.rfind(path, 0), 0u) << error;
+    EXPECT_NE(error.find(c.message), std::string::npos) << c.text << ": " << error;
+  }
+}
+
+}  // namespace

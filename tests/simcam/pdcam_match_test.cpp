@@ -1,0 +1,169 @@
+// Two pictures through the program as users start it.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "pdcam_process.h"
+
+namespace {
+
+using nlohmann::json;
+using test::Outcome;
+
+constexpr int kWidth = 400;
+constexpr int kHeight = 96;
+
+class PdcamMatch : public test::PdcamProcess {
+ protected:
+  // Waves of many lengths along the row, moved to the right by `shift`, which may depend on place.
+  template <class Shift>
+  std::string Picture(const std::string& name, int largest, Shift shift) const {
+    std::string pgm = "P5\n" + std::to_string(kWidth) + " " + std::to_string(kHeight) + "\n" +
+                      std::to_string(largest) + "\n";
+    for (int y = 0; y < kHeight; ++y) {
+      for (int x = 0; x < kWidth; ++x) {
+        const double at = x - shift(x);
+        double light = 0.5;
+        for (double length : {31.0, 43.0, 67.0, 97.0})
+          light += 0.1 * std::sin(6.2831853 * at / length + y * 0.01 * length);
+        const int code = static_cast<int>(std::lround(light * largest));
+        if (largest > 255) pgm += static_cast<char>(code >> 8);
+        pgm += static_cast<char>(code & 255);
+      }
+    }
+    Write(name, pgm);
+    return Path(name);
+  }
+};
+
+TEST_F(PdcamMatch, FindsTheShiftOfEveryWindow) {
+  struct Case {
+    const char* options;
+    int largest;
+    double left, right;  // shift of the second view at the picture's edges
+    size_t windows;
+  };
+  const Case cases[] = {
+      {"--grid 4x2", 255, 3, 3, 8},
+      {"--grid 4x2", 255, -5.5, -5.5, 8},
+      {"--grid 5x1 --no-overlap --binning 1 --search-range -8 8", 65535, -3, 3, 5},
+      {"--grid 1x1 --roi 0.1 0.1 0.9 0.9 --binning 16", 4095, 2.25, 2.25, 1},
+  };
+  for (const Case& c : cases) {
+    const auto shift = [&](int x) { return c.left + (c.right - c.left) * x / kWidth; };
+    const std::string left = Picture("a.pgm", c.largest, [](int) { return 0.0; });
+    const std::string right = Picture("b.pgm", c.largest, shift);
+    const Outcome outcome = Run("match " + left + " " + right + " --json " + c.options);
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    const json result = json::parse(outcome.output);
+    ASSERT_EQ(result["windows"].size(), c.windows);
+    for (const json& window : result["windows"]) {
+      // Within a quarter of a pixel: the fit's own error is a twelfth, and the ramp changes by one
+      // across a window.
+      EXPECT_NEAR(window["phase_px"], shift(window["middle_px"][0]), 0.25) << c.options;
+      EXPECT_GT(window["confidence"], 100) << c.options;
+    }
+  }
+}
+
+TEST_F(PdcamMatch, TellsAllInJsonCsvAndReport) {
+  const std::string left = Picture("a.pgm", 255, [](int) { return 0.0; });
+  const std::string right = Picture("b.pgm", 255, [](int) { return 2.0; });
+  const Outcome outcome = Run("match " + left + " " + right + " --json --grid 3x2 --csv " +
+                              Path("m.csv") + " --report " + Path("m.html"));
+  ASSERT_EQ(outcome.status, 0) << outcome.errors;
+  EXPECT_EQ(outcome.errors, "");
+  const json result = json::parse(outcome.output);
+  EXPECT_EQ(result["left"], left);
+  EXPECT_EQ(result["image"], json::array({kWidth, kHeight}));
+  ASSERT_EQ(result["windows"].size(), 6u);
+  for (const char* name :
+       {"row", "column", "phase_px", "confidence", "range_low", "range_high", "defocus"})
+    EXPECT_TRUE(result["windows"][5][name].is_number()) << name;
+  const json& last = result["windows"][5];
+  EXPECT_EQ(last["row"].get<int>() * 10 + last["column"].get<int>(), 12);
+  // 12 units of defocus for a pixel unless told otherwise; the range lies around the result.
+  EXPECT_NEAR(last["defocus"].get<double>(), 12 * last["phase_px"].get<double>(), 1);
+  EXPECT_LE(std::min(last["range_low"], last["range_high"]), last["defocus"]);
+  EXPECT_GE(std::max(last["range_low"], last["range_high"]), last["defocus"]);
+  const std::string csv = ReadFile(Path("m.csv"));
+  EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 7);
+  const std::string report = WithoutPictures(ReadFile(Path("m.html")));
+  EXPECT_NE(report.find("</html>"), std::string::npos);
+  for (const char* outside : {"http:", "https:", "src=", "<script", "nan", "inf\""})
+    EXPECT_EQ(report.find(outside), std::string::npos) << outside;
+}
+
+// Gains make up for a view that is darker towards one side, black for one that is lifted.
+TEST_F(PdcamMatch, TakesBlackLevelAndGains) {
+  const std::string left = Picture("a.pgm", 255, [](int) { return 0.0; });
+  Picture("b.pgm", 255, [](int) { return 2.0; });
+  std::string dark = ReadFile(Path("b.pgm"));
+  const size_t start = dark.size() - kWidth * kHeight;
+  for (size_t i = start; i < dark.size(); ++i) {
+    const double x = static_cast<double>((i - start) % kWidth) / (kWidth - 1);
+    dark[i] = static_cast<char>(std::lround(static_cast<uint8_t>(dark[i]) * (1 - 0.6 * x)));
+  }
+  Write("dark.pgm", dark);
+  std::vector<double> gains;
+  for (int i = 0; i <= 16; ++i) gains.push_back(1 / (1 - 0.6 * i / 16));
+  Write("right.json", json{gains, gains}.dump());
+  Write("left.csv", "1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1\n1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1\n");
+  const auto confidence = [&](const std::string& options) {
+    const Outcome outcome =
+        Run("match " + left + " " + Path("dark.pgm") + " --json --grid 1x1 " + options);
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    const json window = json::parse(outcome.output)["windows"][0];
+    return std::pair(window["confidence"].get<int>(), window["phase_px"].get<double>());
+  };
+  const auto plain = confidence("");
+  const auto corrected =
+      confidence("--left-gains " + Path("left.csv") + " --right-gains " + Path("right.json"));
+  EXPECT_GT(corrected.first, plain.first + 100);
+  EXPECT_NEAR(corrected.second, 2, 0.1);
+}
+
+TEST_F(PdcamMatch, TellsByItsStatusWhatWentWrong) {
+  const std::string left = Picture("a.pgm", 255, [](int) { return 0.0; });
+  const std::string deep = Picture("deep.pgm", 65535, [](int) { return 0.0; });
+  Write("small.pgm", "P5\n2 2\n255\n1234");
+  Write("gains.json", "[[1, 1], [1, 1]]");
+  Write("wide.json", "[[1, 1, 1], [1, 1, 1]]");
+  struct Case {
+    std::string arguments;
+    int status;
+    std::string message;
+  };
+  const Case cases[] = {
+      {"match --help", 0, ""},
+      {"match", 2, "left"},
+      {"match " + left, 2, "right"},
+      {"match a b --grid 20x20", 2, "--grid"},
+      {"match a b --roi 0.5 0 0.5 1", 2, "--roi"},
+      {"match a b --search-range 4 8", 2, "--search-range"},
+      {"match a b --binning 3", 2, "--binning"},
+      {"match a b --left-gains x", 2, "--right-gains"},
+      {"match " + left + " /nosuch.pgm", 3, "/nosuch.pgm: expected a PGM"},
+      {"match " + Path("gains.json") + " " + left, 3, "gains.json: expected a PGM"},
+      {"match " + left + " " + Path("small.pgm"), 3,
+       "small.pgm: expected 400 x 96 pixels of 8 bits as in " + left + ", found 2 x 2 of 8"},
+      {"match " + left + " " + deep, 3, "found 400 x 96 of 16"},
+      {"match " + Path("small.pgm") + " " + Path("small.pgm"), 3, "expected at least 49 pixels"},
+      {"match " + left + " " + left + " --grid 8x4", 3,
+       "expected at least 49 pixels for each of 9"},
+      {"match " + left + " " + left + " --grid 4x16", 3, "expected at least 6 lines"},
+      {"match " + left + " " + left + " --left-gains " + Path("gains.json") + " --right-gains " +
+           Path("wide.json"),
+       3, "wide.json: expected a map of the size of that in"},
+      {"match " + left + " " + left + " --library /nosuch.so --grid 4x2", 4, "can't load"},
+  };
+  for (const Case& c : cases) {
+    const Outcome outcome = Run(c.arguments);
+    EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
+    EXPECT_NE(outcome.errors.find(c.message), std::string::npos) << c.arguments << "\n"
+                                                                 << outcome.errors;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,143 @@
+// pdcam match: the two views of a real dual-PD sensor, window by window.
+#include <cmath>
+#include <cstdio>
+
+#include "errors.h"
+#include "json_output.h"
+#include "match_run.h"
+#include "options.h"
+#include "report.h"
+
+namespace pdcam {
+namespace {
+
+using simcam::MatchResult;
+using simcam::MatchWindow;
+
+struct Options {
+  std::string left;
+  std::string right;
+  std::string grid = "8x6";
+  std::vector<double> roi = {0, 0, 1, 1};
+  std::vector<int> searchRange = {-16, 16};
+  std::string leftGains;
+  std::string rightGains;
+  std::string library;
+  OutputOptions output;
+  simcam::MatchSettings match;
+};
+
+void PrintTable(const MatchResult& result) {
+  std::printf(
+      "%s against %s, %d x %d pixels\nphase difference in pixels, positive where the right view "
+      "lies to the right of the left\n",
+      result.leftPath.c_str(), result.rightPath.c_str(), result.left.width, result.left.height);
+  std::printf("%-9s %6s %7s %7s %9s %10s %10s %10s %8s\n", "row", "column", "x, px", "y, px",
+              "phase, px", "confidence", "range low", "range high", "defocus");
+  for (const MatchWindow& window : result.windows)
+    std::printf("%-9d %6d %7.0f %7.0f %9.3f %10u %10d %10d %8d\n", window.row, window.column,
+                window.x, window.y, static_cast<double>(window.measured.phaseDiff),
+                window.measured.confidence, window.measured.rangeLow, window.measured.rangeHigh,
+                window.measured.defocus);
+  std::printf("%-9s %6s %7s %7s %9.3f %10u %10d %10d %8d\n", "whole ROI", "", "", "",
+              static_cast<double>(result.whole.phaseDiff), result.whole.confidence,
+              result.whole.rangeLow, result.whole.rangeHigh, result.whole.defocus);
+}
+
+// Two maps of one size, or none.
+std::vector<simcam::GainMap> Gains(const Options& options) {
+  if (options.leftGains.empty()) return {};
+  std::vector<simcam::GainMap> maps = {simcam::LoadGainMap(options.leftGains),
+                                       simcam::LoadGainMap(options.rightGains)};
+  if (maps[0].columns != maps[1].columns || maps[0].rows != maps[1].rows)
+    throw simcam::InputError(options.rightGains + ": expected a map of the size of that in " +
+                             options.leftGains);
+  return maps;
+}
+
+simcam::MatchSettings Settings(const Options& options) {
+  simcam::MatchSettings settings = options.match;
+  const GridSize grid = ParseGrid("--grid", options.grid);
+  settings.columns = static_cast<int>(grid.columns);
+  settings.rows = static_cast<int>(grid.rows);
+  settings.roi = ParseRoi(options.roi);
+  settings.searchFrom = options.searchRange[0];
+  settings.searchTo = options.searchRange[1];
+  if (settings.searchFrom > 0 || settings.searchTo < 0 || settings.searchFrom == settings.searchTo)
+    throw CLI::ValidationError("--search-range", "expected a range around 0");
+  settings.gains = Gains(options);
+  return settings;
+}
+
+int Run(const Options& options) {
+  const simcam::MatchSettings settings = Settings(options);
+  const Device device(options.library, "", settings.logLevel);
+  const MatchResult result =
+      simcam::RunMatch(device.Library(), options.left, options.right, settings);
+  const OutputOptions& output = options.output;
+  if (!output.csv.empty()) simcam::WriteFile(output.csv, MatchCsv(result));
+  if (!output.report.empty()) simcam::WriteFile(output.report, MatchReport(result));
+  if (output.isJson)
+    std::printf("%s\n", ToJson(result).dump(2).c_str());
+  else
+    PrintTable(result);
+  return kDone;
+}
+
+}  // namespace
+
+void AddMatchCommand(CLI::App& app, int& status) {
+  const auto options = std::make_shared<Options>();
+  CLI::App* command = app.add_subcommand(
+      "match", "Compares two pictures, the left and the right view of a real dual-PD sensor");
+  command->add_option("left", options->left, "The left view: PGM or PNG of 8 or 16 bits")
+      ->required();
+  command->add_option("right", options->right, "The right view, of the same size and depth")
+      ->required();
+  command->add_option("--grid", options->grid, "Grid of result windows, columns x rows");
+  command->add_flag("--overlap,!--no-overlap", options->match.isOverlapped,
+                    "Let windows overlap by half");
+  command->add_option("--roi", options->roi, "Left, top, right and bottom of the ROI, 0 to 1")
+      ->expected(4)
+      ->check(Between(0.0, 1.0));
+  command
+      ->add_option("--search-range", options->searchRange,
+                   "First and last phase difference that is tried, pixels")
+      ->expected(2)
+      ->check(CLI::Range(-100, 100));
+  command->add_option("--black-level", options->match.blackLevel, "Code of black in the pictures")
+      ->check(CLI::Range(0, 65535));
+  CLI::Option* left =
+      command->add_option("--left-gains", options->leftGains,
+                          "What the left view is multiplied by, 0.1 to 3.99: JSON or CSV, a row of "
+                          "numbers for each row "
+                          "of a map that covers the picture; or a picture of a white field");
+  CLI::Option* right =
+      command->add_option("--right-gains", options->rightGains, "The same of the right view");
+  left->needs(right);
+  right->needs(left);
+  command->add_option("--binning", options->match.binning, "Lines that are added up first")
+      ->check(CLI::IsMember({1, 2, 4, 8, 16}));
+  command
+      ->add_option("--defocus-per-px", options->match.defocusPerPx,
+                   "Conversion from phase difference to defocus")
+      ->check(CLI::Range(1, 1000));
+  command->add_option("--library", options->library,
+                      "The PD library; else ../lib from this program");
+  command
+      ->add_option("--log-level", options->match.logLevel,
+                   "Lines of the library on standard error: 1 info, 2 verbose")
+      ->check(CLI::Range(0, 3));
+  options->output.AddTo(*command);
+  command->footer(
+      "A phase difference is positive where the right view lies to the right of the left one: "
+      "what\n"
+      "stands at x in LEFT stands at x + phase in RIGHT.\n\n"
+      "Examples:\n"
+      "  pdcam match left.pgm right.pgm --report match.html\n"
+      "  pdcam match left.png right.png --grid 12x8 --search-range -8 8 --json\n"
+      "  pdcam match left.pgm right.pgm --black-level 64 --left-gains l.json --right-gains r.json");
+  command->callback([options, &status] { status = Run(*options); });
+}
+
+}  // namespace pdcam

@@ -1,0 +1,102 @@
+// Sensor descriptions with a sample of each view at every site.
+#include "sensor_json.h"
+
+namespace simcam {
+namespace {
+
+constexpr int kLargestSite = 16;   // pixels
+constexpr int kLargestRatio = 64;  // of exposures
+constexpr double kLargestOffset = 8;
+
+ViewOffset ReadOffset(JsonNode node) {
+  ViewOffset offset;
+  node.Real("middle", -kLargestOffset, kLargestOffset, offset.middle);
+  node.Real("right", -kLargestOffset, kLargestOffset, offset.right);
+  node.Real("bottom", -kLargestOffset, kLargestOffset, offset.bottom);
+  node.OnlyKnownFields();
+  return offset;
+}
+
+DualLayout ReadLayout(JsonNode& node) {
+  DualLayout layout;
+  layout.axis = static_cast<ViewAxis>(node.Word("axis", {"horizontal", "vertical"}, 0));
+  layout.isRightFirst = node.Word("order", {"left-first", "right-first"}, 0) == 1;
+  layout.packing = static_cast<SamplePacking>(
+      node.Word("packing", {"bytes", "packed-10", "words"}, static_cast<int>(layout.packing)));
+  node.Integer("exposure_ratio", 1, kLargestRatio, layout.exposureRatio);
+  if (node.Has("offset")) layout.offset = ReadOffset(node.Object("offset"));
+  return layout;
+}
+
+// Bytes that the samples of a line take.
+int LineBytes(const SensorDescription& sensor) {
+  switch (sensor.dual->packing) {
+    case SamplePacking::kBytes: return 2 * sensor.blocksAcross;
+    case SamplePacking::kPacked10: return (sensor.blocksAcross + 1) / 2 * 5;
+    case SamplePacking::kWords: break;
+  }
+  return 4 * sensor.blocksAcross;
+}
+
+void CheckPacking(const JsonNode& root, const SensorDescription& sensor) {
+  const DualLayout& dual = *sensor.dual;
+  if (dual.packing == SamplePacking::kBytes && sensor.pixelDepth != 8)
+    root.Fail("pixel_depth", "expected 8 for samples of a byte");
+  if (dual.packing == SamplePacking::kPacked10 && sensor.pixelDepth != 10)
+    root.Fail("pixel_depth", "expected 10 for packed samples");
+  if (sensor.buffer.firstStride < LineBytes(sensor))
+    root.Fail("dual.stride", "expected at least " + std::to_string(LineBytes(sensor)) +
+                                 " bytes, what the samples of a line take");
+  if (dual.packing == SamplePacking::kWords && sensor.buffer.firstStride % 2 != 0)
+    root.Fail("dual.stride", "expected an even number of bytes");
+  if (sensor.buffer.Bytes() > kLargestBuffer) root.Fail("dual.stride", "expected at most 512 MiB");
+}
+
+}  // namespace
+
+void ReadDual(JsonNode& root, SensorDescription& sensor) {
+  JsonNode node = root.Object("dual");
+  Pattern& site = sensor.native;
+  node.Pair("site", 1, kLargestSite, site.width, site.height);
+  sensor.dual = ReadLayout(node);
+  sensor.blocksAcross = sensor.imageWidth / site.width;
+  sensor.blocksDown = sensor.imageHeight / site.height;
+  sensor.buffer.first.width = 2;
+  sensor.buffer.first.height = 1;
+  sensor.buffer.firstWidth = 2 * sensor.blocksAcross;
+  sensor.buffer.height = sensor.blocksDown;
+  sensor.buffer.firstStride = LineBytes(sensor);
+  node.Integer("stride", 1, 8 * kLargestSide, sensor.buffer.firstStride);
+  node.OnlyKnownFields();
+  if (!root.Has("noise")) return;
+  JsonNode noise = root.Object("noise");
+  noise.Real("split", 0, 1, sensor.dual->splitNoise);
+  noise.OnlyKnownFields();
+}
+
+void CheckDual(const JsonNode& root, const SensorDescription& sensor) {
+  const DualLayout& dual = *sensor.dual;
+  const bool isVertical = sensor.HasVerticalViews();
+  if (sensor.blocksAcross * sensor.native.width != sensor.imageWidth ||
+      sensor.blocksDown * sensor.native.height != sensor.imageHeight)
+    root.Fail("dual.site", "expected sites that cover the image without a rest");
+  CheckPacking(root, sensor);
+  if (sensor.MaxCode() * sensor.tuning.verticalBinning > 0xffff)
+    root.Fail("tuning.vertical_binning", "expected a sum of samples that fits 16 bits");
+  if (isVertical && (dual.packing != SamplePacking::kWords || sensor.IsHdr() || dual.isRightFirst ||
+                     sensor.orientation != Orientation::kDefault))
+    root.Fail("dual.axis",
+              "expected 'horizontal' unless samples are words of one exposure, read out straight "
+              "and with the upper one (left-first) first");
+  // A flipped readout has the library turn its own copy of the map at every window.
+  if (dual.offset && sensor.orientation != Orientation::kDefault)
+    root.Fail("dual.offset", "expected nothing unless orientation is 'default'");
+  if (dual.offset && sensor.pdOffsetCorrection != 0)
+    root.Fail("pd_offset_correction", "expected 0 beside dual.offset, which replaces it");
+  const int mapSide =
+      isVertical ? sensor.calibration.gainMapHeight : sensor.calibration.gainMapWidth;
+  if (mapSide >= (isVertical ? sensor.blocksDown : sensor.blocksAcross))
+    root.Fail("calibration.gain_map", "expected fewer entries along the views than sites");
+}
+
+}  // namespace simcam
