@@ -30,9 +30,31 @@ void RegisterParsers();
 void RegisterDenseLines();
 void RegisterAdaptive();
 void RegisterSparseFlow();
+void RegisterDenseFlow();
 
-// What each stage takes of a frame, from the times by name in nanoseconds; nothing if the flow was
-// not among the benchmarks of the run.
-void PrintSparseFlowStages(const std::map<std::string, double>& times);
+// A step of a frame by itself. `cost` tells why it may take the most.
+struct FlowStage {
+  const char* name;
+  std::function<void()> run;
+  const char* cost;
+};
+
+// A flow: a whole frame, whether it went well, and its stages.
+struct FlowBench {
+  std::string name;
+  std::function<bool()> frame;
+  std::vector<FlowStage> stages;
+};
+
+// Registers the frame and each stage in scalar and in best forms; a frame that allocates fails.
+void RegisterFlow(FlowBench flow);
+
+// Work whose time is told against its size. `make` sets the work up.
+void RegisterGrowth(const std::string& name, std::vector<int> sizes,
+                    std::function<std::function<void()>(int size)> make);
+
+// What each stage takes of a frame, and how times grow, from the times by name in nanoseconds, for
+// the flows that were among the benchmarks of the run.
+void PrintFlowStages(const std::map<std::string, double>& times);
 
 }  // namespace pdlib_bench

@@ -52,7 +52,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
     ConsoleReporter::Finalize();
     std::printf("\n%-62s %12s %8s\n", "form against scalar, in this run", "ns", "ratio");
     for (const auto& [subject, forms] : times_) PrintRatios(subject, forms);
-    PrintSparseFlowStages(timesByName_);
+    PrintFlowStages(timesByName_);
   }
 
  private:
@@ -98,6 +98,7 @@ int main(int argc, char** argv) {
   pdlib_bench::RegisterParsers();
   pdlib_bench::RegisterDenseLines();
   pdlib_bench::RegisterSparseFlow();
+  pdlib_bench::RegisterDenseFlow();
   pdlib_bench::RegisterAdaptive();
   pdlib_bench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);

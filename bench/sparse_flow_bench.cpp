@@ -1,11 +1,7 @@
 // A whole frame of the sparse horizontal flow, and each of its stages on the same frame.
-#include <cstdio>
 #include <memory>
-#include <utility>
 
 #include "bench.h"
-#include "host/orvo_host.h"
-#include "kernels/kernel_table.h"
 #include "kernels/pd_core_filters.h"
 #include "sparse/pdlib_sparse_utils_init.h"
 #include "sparse/pdlib_sparse_utils_parse.h"
@@ -17,8 +13,6 @@
 namespace pdlib_bench {
 namespace {
 
-constexpr char kFlow[] = "SparseHorizontalFlow";
-constexpr const char* kForms[] = {"scalar", "best"};
 constexpr uint32_t kImageHeight = 3000;
 
 // 4000 by 3000 pixels in blocks of 16 by 16 with 8 pairs over 4 columns, a centre ROI of 30 % by
@@ -34,24 +28,21 @@ struct Camera : test::SparseCamera {
   }
 };
 
-void MeasureFlow(benchmark::State& state, const char* form) {
-  Camera camera;
-  SparseHorizontalFlow flow;
-  PDLibOutputData output{};
-  pdlib::SelectKernels(form);
-  // The lens moves from frame to frame, so that skip control never skips one.
-  const auto frame = [&] {
-    camera.param.lensPosition ^= 1;
-    return flow.Process(&camera.param, kImageHeight, &output) == kPDStatusOk;
-  };
-  bool healthy = flow.Init(&camera.init, &camera.tuning) == kPDStatusOk && frame();
-  const uint64_t allocations = Orvo::Host::Allocations().allocations;
-  for (auto unused : state) healthy = frame() && healthy;
-  if (!healthy) state.SkipWithError("the flow failed");
-  if (Orvo::Host::Allocations().allocations != allocations)
-    state.SkipWithError("a frame allocated");
-  pdlib::SelectKernels("best");
-}
+// The flow on one frame again and again. The lens moves from frame to frame, so that skip control
+// never skips one.
+class Frames {
+ public:
+  Frames() { flow_.Init(&camera_.init, &camera_.tuning); }
+  bool Run() {
+    camera_.param.lensPosition ^= 1;
+    return flow_.Process(&camera_.param, kImageHeight, &output_) == kPDStatusOk;
+  }
+
+ private:
+  Camera camera_;
+  SparseHorizontalFlow flow_;
+  PDLibOutputData output_{};
+};
 
 // The context that the flow has at the start of a frame, and its stages for all rows of windows.
 class Stages {
@@ -122,69 +113,24 @@ class Stages {
   pdaf_context_t context_{};
 };
 
-struct Stage {
-  const char* name;
-  void (Stages::*run)();
-  const char* cost;
-};
-
-constexpr Stage kStages[] = {
-    {"parse", &Stages::Parse,
-     "pixels and gains stand scattered over the lines of a block and are loaded one by one, two "
-     "pixels for each sample; the arithmetic behind the loads is a small part"},
-    {"gain", &Stages::Gain, "it multiplies each sample of the darker channel"},
-    {"bpc", &Stages::Bpc, "it bounds each sample by its neighbours"},
-    {"box", &Stages::Box, "it averages each sample with its neighbour"},
-    {"sad", &Stages::Sad, "it takes 25 differences for each sample, all other stages a few steps"},
-    {"result", &Stages::Result, "it works on ten vectors of 25 sums"},
-};
-
-std::string StageName(const char* form, const char* stage) {
-  return std::string(kFlow) + "/" + form + "/stage:" + stage;
-}
-
-void MeasureStage(benchmark::State& state, const char* form, const Stage& stage) {
-  const auto stages = std::make_unique<Stages>();
-  pdlib::SelectKernels(form);
-  for (auto unused : state) {
-    (stages.get()->*stage.run)();
-    benchmark::ClobberMemory();
-  }
-  pdlib::SelectKernels("best");
-}
-
 }  // namespace
 
 void RegisterSparseFlow() {
-  for (const char* form : kForms) {
-    benchmark::RegisterBenchmark((std::string(kFlow) + "/" + form).c_str(), MeasureFlow, form);
-    for (const Stage& stage : kStages) {
-      benchmark::RegisterBenchmark(StageName(form, stage.name).c_str(), MeasureStage, form, stage);
-    }
-  }
-}
-
-void PrintSparseFlowStages(const std::map<std::string, double>& times) {
-  const auto time = [&times](const std::string& name) {
-    const auto found = times.find(name);
-    return found == times.end() ? 0.0 : found->second;
-  };
-  for (const char* form : kForms) {
-    const double frame = time(std::string(kFlow) + "/" + form);
-    if (frame == 0) continue;
-    std::printf("\n%s/%s, %.1f us a frame, of which\n", kFlow, form, frame / 1000);
-    const Stage* largest = kStages;
-    double rest = frame;
-    for (const Stage& stage : kStages) {
-      const double part = time(StageName(form, stage.name));
-      std::printf("  %-8s %10.1f us %6.1f %%\n", stage.name, part / 1000, 100 * part / frame);
-      rest -= part;
-      if (part > time(StageName(form, largest->name))) largest = &stage;
-    }
-    std::printf("  %-8s %10.1f us %6.1f %%\n", "rest", rest / 1000, 100 * rest / frame);
-    const double share = time(StageName(form, largest->name)) / frame;
-    if (share > 0.4) std::printf("%s takes the most: %s.\n", largest->name, largest->cost);
-  }
+  const auto frames = std::make_shared<Frames>();
+  const auto stages = std::make_shared<Stages>();
+  RegisterFlow(
+      {"SparseHorizontalFlow",
+       [=] { return frames->Run(); },
+       {{"parse", [=] { stages->Parse(); },
+         "pixels and gains stand scattered over the lines of a block and are loaded one by one, "
+         "two "
+         "pixels for each sample; the arithmetic behind the loads is a small part"},
+        {"gain", [=] { stages->Gain(); }, "it multiplies each sample of the darker channel"},
+        {"bpc", [=] { stages->Bpc(); }, "it bounds each sample by its neighbours"},
+        {"box", [=] { stages->Box(); }, "it averages each sample with its neighbour"},
+        {"sad", [=] { stages->Sad(); },
+         "it takes 25 differences for each sample, all other stages a few steps"},
+        {"result", [=] { stages->Result(); }, "it works on ten vectors of 25 sums"}}});
 }
 
 }  // namespace pdlib_bench
