@@ -59,13 +59,14 @@ uint16_t Corrected(uint16_t sum, uint16_t cap, uint16_t gain, int shift, bool in
 }
 
 // Sites [first, end) of a stretch.
-template <class Packing, int kBin, bool kInVector>
+template <class Packing, bool kInVector>
 void FillSites(const DenseFill& fill, int first, int end) {
+  const int lines = 1 << fill.log2Bin;
   for (int i = first; i < end; ++i) {
     uint16_t left = 0;
     uint16_t right = 0;
-    const uint8_t* line = fill.source;
-    for (int k = 0; k < kBin; ++k, line += fill.lineStride) {
+    for (int k = 0; k < lines; ++k) {
+      const uint8_t* line = fill.source + fill.lineStride * static_cast<size_t>(k);
       const Site site = Packing::Read(line, fill.firstSite, i);
       left = static_cast<uint16_t>(left + site.left);
       right = static_cast<uint16_t>(right + site.right);
@@ -75,33 +76,20 @@ void FillSites(const DenseFill& fill, int first, int end) {
   }
 }
 
-// `vectorSites` of the stretch are shifted as the target's vectors do.
-template <class Packing, int kBin>
-void FillLine(const DenseFill& fill, int vectorSites) {
-  FillSites<Packing, kBin, true>(fill, 0, vectorSites);
-  FillSites<Packing, kBin, false>(fill, vectorSites, fill.sites);
-}
-
-template <class Packing>
-void FillBinned(const DenseFill& fill, int vectorSites) {
-  static constexpr void (*kByBin[])(const DenseFill&, int) = {
-      FillLine<Packing, 1>, FillLine<Packing, 2>, FillLine<Packing, 4>, FillLine<Packing, 8>,
-      FillLine<Packing, 16>};
-  kByBin[fill.log2Bin](fill, vectorSites);
-}
-
 }  // namespace
 
 void FillBytes(const DenseFill& fill) {
-  FillBinned<Bytes>(fill, 0);
+  FillSites<Bytes, false>(fill, 0, fill.sites);
 }
 
 void FillPacked(const DenseFill& fill) {
-  FillBinned<Packed>(fill, 0);
+  FillSites<Packed, false>(fill, 0, fill.sites);
 }
 
 void FillWords(const DenseFill& fill) {
-  FillBinned<Words>(fill, fill.sites / kSitesPerVector * kSitesPerVector);
+  const int inVectors = fill.sites / kSitesPerVector * kSitesPerVector;
+  FillSites<Words, true>(fill, 0, inVectors);
+  FillSites<Words, false>(fill, inVectors, fill.sites);
 }
 
 void FilterLine(const uint16_t* in, uint16_t* out, int length, const float* a, const float* b) {
