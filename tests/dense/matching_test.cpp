@@ -96,18 +96,21 @@ TEST(Matching, CurvesByHand) {
 // minimum of 512, so that the confidence tells the window's length.
 TEST(Matching, WindowsAtTheEnds) {
   const struct {
+    int width;
     size_t best;
     int length;
-  } cases[] = {{0, 9}, {3, 9}, {4, 9}, {5, 9}, {16, 9}, {17, 9}, {20, 9}};
+  } cases[] = {{8, 0, 9},  {8, 3, 9},  {8, 4, 9}, {8, 5, 9},  {8, 16, 9},  {8, 17, 9}, {8, 20, 9},
+               {9, 0, 10}, {9, 3, 10}, {9, 4, 9}, {9, 16, 9}, {9, 17, 10}, {9, 20, 10}};
   for (const auto& c : cases) {
     Curve curve(21, 1024);
     curve[c.best] = 512;
     float unused;
     int64_t extreme;
     int range;
-    const int confidence = dpd_FindMatching(curve.data(), curve.data(), -10, 10, 8, &unused,
+    const int confidence = dpd_FindMatching(curve.data(), curve.data(), -10, 10, c.width, &unused,
                                             &unused, &extreme, &extreme, 0, &range, &range);
-    EXPECT_EQ(confidence, 1024 - 1024 * 512 * c.length / (1024 * (c.length - 1) + 512)) << c.best;
+    EXPECT_EQ(confidence, 1024 - 1024 * 512 * c.length / (1024 * (c.length - 1) + 512))
+        << c.width << ", " << c.best;
   }
 }
 
@@ -163,6 +166,8 @@ TEST(RepeatPattern, Scores) {
       {"two turns", {1, 9, 8, 7, 6, 5, 9, 10}, 4, 0.01f, 0, 0.25f},
       {"flat steps between", {10, 20, 20, 10, 10, 20, 20, 10}, 10, 0.1f, 0.3f, 0.2f},
       {"one deviates", {10, 20, 10, 20, 30, 40, 50, 40, 50, 40}, 10, 0.1f, 0.9f, 0},
+      // Turns at 2, 3 and 6: the distance of 1 is too short, that of 3 is 9/3.
+      {"one is short", {10, 20, 30, 20, 30, 40, 50, 40, 30}, 10, 0.1f, 0.5f, 0},
       {"one turn", {9, 5, 1, 5, 9}, 10, 0.1f, 1, 0},
       {"monotone", {1, 2, 3, 4}, 10, 0.1f, 1, 0},
       // From 0 every step goes up, even to 0.

@@ -187,6 +187,7 @@ TEST(LinePreprocess, FillsWithoutFilter) {
   dpd_core_line_preprocess(job.arg());
   const auto* bytes = job.arg()->p_pd_buffer + 4 * (4 * LineJob::kWidth / 2);
   EXPECT_EQ(job.left[3], bytes[2 * 6] * LineJob::Gain(6, 1) >> 4);
+  EXPECT_EQ(job.right[3], bytes[2 * 6 + 1] * LineJob::Gain(6, 1) >> 4);
   EXPECT_EQ(job.left[21], 0);
 }
 

@@ -13,9 +13,9 @@ TEST_F(Failure, AFlowThatThisVersionLacksFailsClearly) {
   enter();
   VekPDLib* lib = open(0);
   Camera camera(0);
-  camera.tuning.HVControl.PDProcessingAxis = afpdlibelements::tessarinePDAxisControl{2};
+  camera.tuning.HVControl.PDProcessingAxis = afpdlibelements::tessarinePDAxisControl{1};
   EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibFailed);
-  EXPECT_TRUE(wasLogged("PDLibFlow type 3 is not part of this version"));
+  EXPECT_TRUE(wasLogged("PDLibFlow type 2 is not part of this version"));
   EXPECT_NE(lib->pPrivate, nullptr);
   EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);  // finds the handle
 

@@ -18,9 +18,6 @@ IPDLIBFlow* CreateSparseVerticalFlow() {
 IPDLIBFlow* CreateFullDiagonalFlow() {
   return nullptr;
 }
-IPDLIBFlow* CreateSparseHVFlow(LogicalDriver* /*driver*/) {
-  return nullptr;
-}
 IPDLIBFlow* CreateHardwareDPDFlow(LogicalDriver* /*driver*/) {
   return nullptr;
 }
@@ -32,7 +29,7 @@ IPDLIBFlow* CreateHardwareLCRFlow(LogicalDriver* /*driver*/) {
 }
 
 bool IsPDLibFlowAvailable(PDFlowType type) {
-  return type == kFlowSparseHorizontal || type == kFlowDPD;
+  return type == kFlowSparseHorizontal || type == kFlowDPD || type == kFlowSparseHV;
 }
 
 IPDLIBFlow* CreatePDLibFlow(PDFlowType type, LogicalDriver* driver) {

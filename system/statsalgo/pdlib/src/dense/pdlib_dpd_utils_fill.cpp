@@ -14,9 +14,9 @@ constexpr uint8_t log2_of(int bin) {
   return bin == 1 ? 0 : static_cast<uint8_t>(1 + log2_of(bin / 2));
 }
 
-// The clamp of a single sample grows with the bin and stays within 16 bits.
+// The clamp of a single sample times the bin, in 16 bits.
 constexpr uint16_t bin_cap(uint16_t pixel_clamp, int log2_bin) {
-  return static_cast<uint16_t>((pixel_clamp & 0xffff >> log2_bin) << log2_bin);
+  return static_cast<uint16_t>(pixel_clamp << log2_bin);
 }
 
 int stretch_length(uint16_t start, uint16_t end) {
@@ -95,18 +95,18 @@ struct TakenRows {
   int count;
 };
 
-// A block of one row is taken as it stands.
+// In the order of the frame. A block of one row is taken whole.
 TakenRows taken_rows(const dpd_input_line_request_t& request) {
   TakenRows taken = {};
   if (request.block_height <= 1) {
     taken.count = static_cast<int>(request.block_height);
     return taken;
   }
+  const bool mirrored = request.flip_vertical == 1;
   const uint32_t flags = std::min<uint32_t>(request.block_height, 4);
   for (uint32_t i = 0; i < flags; ++i) {
-    const uint32_t flag = request.flip_vertical == 1 ? flags - 1 - i : i;
+    const uint32_t flag = mirrored ? flags - 1 - i : i;
     if (request.row_has_pair[flag] == 0) continue;
-    const bool mirrored = request.flip_vertical == 1;
     taken.row[taken.count++] = mirrored ? request.block_height - 1 - flag : flag;
   }
   return taken;

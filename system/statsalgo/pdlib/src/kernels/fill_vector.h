@@ -1,10 +1,8 @@
 // Filling of dense lines in vectors. V is the vector of samples.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "kernels/kernels_scalar.h"
 #include "kernels/vectors.h"
@@ -22,7 +20,7 @@ struct SiteSums {
 // The next V::kLanes sites of kBin lines, `stride` bytes apart, that start at `line`.
 template <class V, int kBin>
 struct ByteSites {
-  static constexpr size_t kBytesPerSite = 2;
+  static size_t Offset(int site) { return size_t{2} * site; }
   static SiteSums<V> LimitedSums(const uint8_t* line, size_t stride, V cap) {
     const V byte = V::Splat(0xff);
     SiteSums<V> sums = {V::Splat(0), V::Splat(0)};
@@ -34,20 +32,44 @@ struct ByteSites {
   }
 };
 
+// The same, where `load` gets two vectors of samples, `first` and `second`, from a line.
+template <class V, int kBin, class Load>
+SiteSums<V> LimitedSumsOfSamples(const uint8_t* line, size_t stride, V cap, Load load) {
+  V first;
+  V second;
+  load(line, &first, &second);
+  for (int k = 1; k < kBin; ++k) {
+    V nextFirst;
+    V nextSecond;
+    load(line += stride, &nextFirst, &nextSecond);
+    first = first + nextFirst;
+    second = second + nextSecond;
+  }
+  first = Min(first, cap);
+  second = Min(second, cap);
+  return {Evens(first, second), Odds(first, second)};
+}
+
 template <class V, int kBin>
 struct WordSites {
-  static constexpr size_t kBytesPerSite = 4;
+  static size_t Offset(int site) { return size_t{4} * site; }
   static SiteSums<V> LimitedSums(const uint8_t* line, size_t stride, V cap) {
-    V first = V::LoadBytes(line);
-    V second = V::LoadBytes(line + sizeof(V));
-    for (int k = 1; k < kBin; ++k) {
-      line += stride;
-      first = first + V::LoadBytes(line);
-      second = second + V::LoadBytes(line + sizeof(V));
-    }
-    first = Min(first, cap);
-    second = Min(second, cap);
-    return {Evens(first, second), Odds(first, second)};
+    const auto load = [](const uint8_t* from, V* first, V* second) {
+      *first = V::LoadBytes(from);
+      *second = V::LoadBytes(from + sizeof(V));
+    };
+    return LimitedSumsOfSamples<V, kBin>(line, stride, cap, load);
+  }
+};
+
+template <class V, int kBin>
+struct PackedSites {
+  static size_t Offset(int site) { return size_t{5} * site >> 1; }
+  static SiteSums<V> LimitedSums(const uint8_t* line, size_t stride, V cap) {
+    const auto load = [](const uint8_t* from, V* first, V* second) {
+      V::LoadPacked(from, first, second);
+    };
+    return LimitedSumsOfSamples<V, kBin>(line, stride, cap, load);
   }
 };
 
@@ -57,9 +79,9 @@ struct WordSites {
 template <class V, class Sites>
 void FillVectors(const DenseFill fill) {
   const V cap = V::Splat(fill.cap);
-  const uint8_t* first = fill.source + fill.firstSite * Sites::kBytesPerSite;
+  const uint8_t* first = fill.source + Sites::Offset(fill.firstSite);
   const auto fillAt = [=](int i) {
-    const auto sums = Sites::LimitedSums(first + i * Sites::kBytesPerSite, fill.lineStride, cap);
+    const auto sums = Sites::LimitedSums(first + Sites::Offset(i), fill.lineStride, cap);
     MultiplyShift(sums.left, V::Load(fill.leftGain + i), fill.shift).Store(fill.left + i);
     MultiplyShift(sums.right, V::Load(fill.rightGain + i), fill.shift).Store(fill.right + i);
   };
@@ -94,46 +116,13 @@ void FillWordsByVectors(const DenseFill& fill) {
   FillBinned<V, WordSites>(fill);
 }
 
-// Two packed sites, 16 bits a sample.
-inline uint64_t UnpackPair(const uint8_t* group) {
-  uint32_t highBits;
-  std::memcpy(&highBits, group, sizeof highBits);
-  uint64_t samples = highBits;
-  samples = (samples | samples << 16) & 0x0000ffff0000ffff;
-  samples = (samples | samples << 8) & 0x00ff00ff00ff00ff;
-  // Four copies of the last byte, each moved so that its sample's low bits come to lie at its end.
-  const uint64_t lowBits = (uint64_t{group[4]} * 0x0000040010004001) & 0x0003000300030003;
-  return samples << 2 | lowBits;
-}
-
-// Sums as words what the vectors then take as one line.
-inline void SumPacked(const DenseFill& fill, int firstSite, int sites, uint64_t* pairs) {
-  for (int i = 0; i < sites; i += 2) {
-    const uint8_t* group = fill.source + PackedPairOffset(firstSite + i);
-    uint64_t sum = 0;
-    for (int k = 0; k < 1 << fill.log2Bin; ++k, group += fill.lineStride) sum += UnpackPair(group);
-    *pairs++ = sum;
-  }
-}
-
+// Lines that are long enough for the offset of a site to wrap are left to the scalar form.
 template <class V>
 void FillPackedByVectors(const DenseFill& fill) {
-  constexpr int kChunkSites = 128;
-  uint64_t pairs[kChunkSites / 2];
-  if (!FitsVectors<V>(fill)) return scalar::FillPacked(fill);
-  DenseFill chunk = fill;
-  chunk.source = reinterpret_cast<const uint8_t*>(pairs);
-  chunk.firstSite = 0;
-  chunk.log2Bin = 0;
-  for (int i = 0; i < fill.sites; i += kChunkSites) {
-    chunk.sites = std::min(fill.sites - i, kChunkSites);
-    chunk.leftGain = fill.leftGain + i;
-    chunk.rightGain = fill.rightGain + i;
-    chunk.left = fill.left + i;
-    chunk.right = fill.right + i;
-    SumPacked(fill, fill.firstSite + i, chunk.sites, pairs);
-    FillWordsByVectors<V>(chunk);
-  }
+  const int last = fill.firstSite + fill.sites - 2;
+  const bool wraps = PackedSites<V, 1>::Offset(last) != PackedPairOffset(last);
+  if (wraps || !FitsVectors<V>(fill)) return scalar::FillPacked(fill);
+  FillBinned<V, PackedSites>(fill);
 }
 
 }  // namespace

@@ -110,7 +110,8 @@ struct KernelTable {
   void (*parseRowOptimized)(const OptimizedParseRow& row, uint16_t* left, uint16_t* right,
                             float* leftSum, float* rightSum);
 
-  // Dense lines by packing: a byte a sample; 10 bits, two sites in five bytes; a 16-bit word.
+  // Dense lines by packing: a byte a sample; 10 bits, two sites in five bytes, an even number of
+  // sites; a 16-bit word.
   void (*fillBytes)(const DenseFill& fill);
   void (*fillPacked)(const DenseFill& fill);
   void (*fillWords)(const DenseFill& fill);

@@ -26,6 +26,13 @@ struct U16x8 {
   static U16x8 Load(const uint16_t* from) { return {vld1q_u16(from)}; }
   // From an address that need not be aligned to samples.
   static U16x8 LoadBytes(const uint8_t* from) { return {vreinterpretq_u16_u8(vld1q_u8(from))}; }
+  // Two vectors of packed samples of 10 bits. Reads just their 20 bytes: the first two groups of
+  // five lie at the start of the 16 bytes from the first on, the others at the end of those up to
+  // the last.
+  static void LoadPacked(const uint8_t* from, U16x8* first, U16x8* second) {
+    *first = UnpackGroups(vld1q_u8(from), 0);
+    *second = UnpackGroups(vld1q_u8(from + 4), 6);
+  }
   void Store(uint16_t* to) const { vst1q_u16(to, value); }
   static U16x8 Splat(uint16_t sample) { return {vdupq_n_u16(sample)}; }
   // Pixels at eight places.
@@ -67,6 +74,18 @@ struct U16x8 {
   }
 
  private:
+  // Two groups that start `skip` bytes into `bytes`.
+  static U16x8 UnpackGroups(uint8x16_t bytes, uint8_t skip) {
+    // High bits above the byte of the group's low bits.
+    constexpr uint8_t kOrder[] = {4, 0, 4, 1, 4, 2, 4, 3, 9, 5, 9, 6, 9, 7, 9, 8};
+    constexpr int16_t kToBit0[] = {0, -2, -4, -6, 0, -2, -4, -6};
+    const uint8x16_t order = vaddq_u8(vld1q_u8(kOrder), vdupq_n_u8(skip));
+    const uint16x8_t words = vreinterpretq_u16_u8(vqtbl1q_u8(bytes, order));
+    const uint16x8_t low = vshlq_u16(words, vld1q_s16(kToBit0));
+    const uint16x8_t high = vshrq_n_u16(words, 6);
+    return {vorrq_u16(vandq_u16(high, vdupq_n_u16(0x3fc)), vandq_u16(low, vdupq_n_u16(3)))};
+  }
+
   struct Products {
     uint32x4_t low;
     uint32x4_t high;

@@ -20,6 +20,18 @@ uint16_t LoadAt(const uint8_t* pixels, size_t index) {
   return pixel;
 }
 
+// Four samples of 10 bits from five bytes: the high eight bits of each, then all low bits.
+inline uint64_t UnpackSamples(const uint8_t* group) {
+  uint32_t highBits;
+  std::memcpy(&highBits, group, sizeof highBits);
+  uint64_t samples = highBits;
+  samples = (samples | samples << 16) & 0x0000ffff0000ffff;
+  samples = (samples | samples << 8) & 0x00ff00ff00ff00ff;
+  // Four copies of the last byte, each moved so that its sample's low bits come to lie at its end.
+  const uint64_t lowBits = (uint64_t{group[4]} * 0x0000040010004001) & 0x0003000300030003;
+  return samples << 2 | lowBits;
+}
+
 // Eight samples. Needs SSE2.
 struct U16x8 {
   static constexpr int kLanes = 8;
@@ -31,6 +43,14 @@ struct U16x8 {
   // From an address that need not be aligned to samples.
   static U16x8 LoadBytes(const uint8_t* from) {
     return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(from))};
+  }
+  // Two vectors of packed samples of 10 bits. Reads just their 20 bytes.
+  static void LoadPacked(const uint8_t* from, U16x8* first, U16x8* second) {
+    const auto unpacked = [from](int group) {
+      return static_cast<long long>(UnpackSamples(from + 5 * group));
+    };
+    first->value = _mm_set_epi64x(unpacked(1), unpacked(0));
+    second->value = _mm_set_epi64x(unpacked(3), unpacked(2));
   }
   void Store(uint16_t* to) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(to), value); }
   static U16x8 Splat(uint16_t sample) { return {_mm_set1_epi16(static_cast<short>(sample))}; }
@@ -124,6 +144,10 @@ struct U16x16 {
   static U16x16 LoadBytes(const uint8_t* from) {
     return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from))};
   }
+  static void LoadPacked(const uint8_t* from, U16x16* first, U16x16* second) {
+    *first = LoadPacked(from);
+    *second = LoadPacked(from + 20);
+  }
   void Store(uint16_t* to) const { _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), value); }
   static U16x16 Splat(uint16_t sample) { return {_mm256_set1_epi16(static_cast<short>(sample))}; }
 
@@ -142,21 +166,47 @@ struct U16x16 {
   friend U16x16 MultiplyLow(U16x16 a, U16x16 b) { return {_mm256_mullo_epi16(a.value, b.value)}; }
   friend U16x16 MultiplyHigh(U16x16 a, U16x16 b) { return {_mm256_mulhi_epu16(a.value, b.value)}; }
   friend U16x16 Evens(U16x16 a, U16x16 b) {
-    const auto zeroExtended = [](__m256i pairs) {
-      return _mm256_blend_epi16(pairs, _mm256_setzero_si256(), 0xaa);
-    };
-    return InOrder(_mm256_packus_epi32(zeroExtended(a.value), zeroExtended(b.value)));
+    const __m256i odd = _mm256_setzero_si256();
+    return {_mm256_packus_epi32(_mm256_blend_epi16(LowHalves(a, b), odd, 0xaa),
+                                _mm256_blend_epi16(HighHalves(a, b), odd, 0xaa))};
   }
   friend U16x16 Odds(U16x16 a, U16x16 b) {
-    return InOrder(
-        _mm256_packus_epi32(_mm256_srli_epi32(a.value, 16), _mm256_srli_epi32(b.value, 16)));
+    return {_mm256_packus_epi32(_mm256_srli_epi32(LowHalves(a, b), 16),
+                                _mm256_srli_epi32(HighHalves(a, b), 16))};
   }
   friend U16x16 AddPairs(U16x16 a, U16x16 b) {
     return InOrder(_mm256_hadd_epi16(a.value, b.value));
   }
 
  private:
-  // Packing works on halves: its results come as low a, low b, high a, high b.
+  // Sixteen packed samples. The first two groups of five bytes lie at the start of the 16 bytes
+  // from the first on, the others at the end of those up to the last.
+  static U16x16 LoadPacked(const uint8_t* from) {
+    const auto load = [](const uint8_t* at) {
+      return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+    };
+    const __m256i groups =
+        _mm256_inserti128_si256(_mm256_castsi128_si256(load(from)), load(from + 4), 1);
+    // High bits above the byte of the group's low bits.
+    const __m256i order =
+        _mm256_setr_epi8(4, 0, 4, 1, 4, 2, 4, 3, 9, 5, 9, 6, 9, 7, 9, 8,  //
+                         10, 6, 10, 7, 10, 8, 10, 9, 15, 11, 15, 12, 15, 13, 15, 14);
+    const __m256i words = _mm256_shuffle_epi8(groups, order);
+    const __m256i lowToBit6 = _mm256_set1_epi64x(0x0001000400100040);
+    const __m256i low = _mm256_srli_epi16(_mm256_mullo_epi16(words, lowToBit6), 6);
+    const __m256i high = _mm256_srli_epi16(words, 6);
+    return {_mm256_or_si256(_mm256_and_si256(high, _mm256_set1_epi16(0x3fc)),
+                            _mm256_and_si256(low, _mm256_set1_epi16(3)))};
+  }
+
+  // Packing to half the width works within the halves of a vector: so these are put in order first.
+  static __m256i LowHalves(U16x16 a, U16x16 b) {
+    return _mm256_inserti128_si256(a.value, _mm256_castsi256_si128(b.value), 1);
+  }
+  static __m256i HighHalves(U16x16 a, U16x16 b) {
+    return _mm256_permute2x128_si256(a.value, b.value, 0x31);
+  }
+  // Sums of neighbours come as low a, low b, high a, high b.
   static U16x16 InOrder(__m256i halves) { return {_mm256_permute4x64_epi64(halves, 0xd8)}; }
 };
 

@@ -4,6 +4,7 @@
 
 #include "core/numeric.h"
 #include "core/pdlib_log.h"
+#include "core/quick_sort.h"
 
 namespace {
 
@@ -128,18 +129,8 @@ void swap_data(pdaf_pix_info_t* first, pdaf_pix_info_t* second) {
 }
 
 void pixel_sort_x(pdaf_pix_info_t* pixels, int low, int high) {
-  while (low < high) {
-    const uint32_t pivot = pixels[(low + high) / 2].x;
-    int left = low;
-    int right = high;
-    while (left <= right) {
-      while (pixels[left].x < pivot) ++left;
-      while (pixels[right].x > pivot) --right;
-      if (left <= right) swap_data(&pixels[left++], &pixels[right--]);
-    }
-    if (right > low) pixel_sort_x(pixels, low, right);
-    low = left;
-  }
+  pdlib::QuickSort(
+      pixels, low, high, [](const pdaf_pix_info_t& pixel) { return pixel.x; }, swap_data);
 }
 
 int sort_pd_pixel(const PDLibBlockPattern& native, const PDLibBlockPattern& buffer,

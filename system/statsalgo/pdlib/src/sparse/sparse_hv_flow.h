@@ -1,0 +1,50 @@
+// The flow that fuses two axes: a horizontal and a vertical sub-flow see every frame, and their
+// results are blended window by window, with weights that depend on each side's confidence.
+//
+// The sub-flows know nothing of each other. Only what the horizontal one learns is kept between
+// runs.
+#pragma once
+
+#include "afpdlibelements.h"
+#include "core/owned_array.h"
+#include "core/pdlib_flow.h"
+
+// Weight of a confidence by a table: sorts the table, and interpolates between its points. Outside
+// of them the nearest point holds.
+float HVWeightLookUp(afpdlibelements::tessarineHVConfWeight* table, uint32_t count, int confidence);
+
+// Sorts points [low, high] by rising threshold, see SwatDataWeightConf for equal ones.
+void WeightConfSort(afpdlibelements::tessarineHVConfWeight* table, int low, int high);
+// Exchanges two points, unless their thresholds are equal and the second weighs more.
+void SwatDataWeightConf(afpdlibelements::tessarineHVConfWeight* first,
+                        afpdlibelements::tessarineHVConfWeight* second);
+
+class SparseHVFlow final : public IPDLIBFlow {
+ public:
+  explicit SparseHVFlow(LogicalDriver* driver) : driver_(driver) {}
+  ~SparseHVFlow() override;
+  SparseHVFlow(const SparseHVFlow&) = delete;
+  SparseHVFlow& operator=(const SparseHVFlow&) = delete;
+
+  int Init(const PDLibInitParam* init, const afpdlibelements::tessarinePDLibType* tuning) override;
+  int Process(const PDLibParam* param, uint32_t lines, PDLibOutputData* output) override;
+  int DeInit() override;
+  int GetAdaptiveData(const void** data, int* size) override;
+  int SetAdaptiveData(const void* data, int size) override;
+
+ private:
+  // A new flow of the type; null for one that this version doesn't have, or without memory.
+  IPDLIBFlow* CreateSubFlow(PDLibHVFlowType type);
+  bool CreateSubFlows(const afpdlibelements::tessarinePDLibType& tuning);
+  bool TakeWeights(const afpdlibelements::tessarinePDLibType& tuning);
+  float hWeightLookUp(int confidence);
+  float vWeightLookUp(int confidence);
+
+  IPDLIBFlow* vertical_ = nullptr;
+  IPDLIBFlow* horizontal_ = nullptr;
+  afpdlibelements::tessarineHVControl control_ = {};  // tables of the tuning, or the own ones
+  LogicalDriver* driver_;
+  pdlib::OwnedArray<afpdlibelements::tessarineHVConfWeight> ownHorizontal_;
+  pdlib::OwnedArray<afpdlibelements::tessarineHVConfWeight> ownVertical_;
+  bool initFailed_ = false;
+};
