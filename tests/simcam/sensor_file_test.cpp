@@ -20,7 +20,7 @@ TEST(SensorFile, AllShippedOnesLoad) {
   }
   EXPECT_EQ(LoadSensor("s16").SampleStepPx(), 4);
   EXPECT_EQ(LoadSensor("s32-2col").SampleStepPx(), 16);
-  EXPECT_EQ(LoadSensor("dual").SampleStepPx(), 2);
+  EXPECT_EQ(LoadSensor("dual").SampleStepPx(), 1);
   EXPECT_EQ(LoadSensor("dual-hdr").SampleStepPx(), 2);
 }
 
