@@ -92,11 +92,16 @@ bool AnswerFields(ParameterModule& module, const char* path, Answer& answer) {
     if (std::strcmp(field.type, "Module") == 0 || std::strcmp(field.type, "Structure") == 0)
       continue;
     char fieldPath[kMaxPath];
-    const char* name = field.name == nullptr ? "" : field.name;
-    if (!JoinPath(path, name, std::strlen(name), fieldPath)) return false;
-    name = field.name == nullptr ? LastName(path) : field.name;
-    const bool added = field.isArray ? answer.AddArray(module, fieldPath, name, field.arrayCount)
-                                     : answer.AddValue(module, fieldPath, name);
+    bool added = false;
+    if (field.name == nullptr) {
+      added = answer.AddValue(module, path, LastName(path));
+    } else if (!JoinPath(path, field.name, std::strlen(field.name), fieldPath)) {
+      return false;
+    } else if (field.isArray) {
+      added = answer.AddArray(module, fieldPath, field.name, field.arrayCount);
+    } else {
+      added = answer.AddValue(module, fieldPath, field.name);
+    }
     if (!added) return false;
   }
   return true;
