@@ -355,18 +355,20 @@ bool ParameterFileSymbolTable::ReadPointerEntry(ParameterFileSymbolTableEntry& e
   return entry.ReadWord(id, alignment) && Find(target, id, false);
 }
 
-void* ParameterFileSymbolTable::Allocate(uint64_t size) {
+bool ParameterFileSymbolTable::MayAllocate(uint64_t size) const {
   // Tables that the tool stored once are copied for each of their fields, and a record can be twice
   // its size in the file.
   constexpr uint64_t kRatio = 16;
   constexpr uint64_t kAlways = 1 << 20;
   const uint64_t limit = fileLength_ * kRatio + kAlways;
-  if (size > limit - std::min(allocatedTotal_, limit)) {
-    PARAMETER_ERROR(GetLogger(), "Tuning data of %llu bytes is too large for a file of %u bytes\n",
-                    static_cast<unsigned long long>(allocatedTotal_ + size), fileLength_);
-    return nullptr;
-  }
-  void* memory = OrvoCalloc(size);
+  if (size <= limit - std::min(allocatedTotal_, limit)) return true;
+  PARAMETER_ERROR(GetLogger(), "Tuning data of %llu bytes is too large for a file of %u bytes\n",
+                  static_cast<unsigned long long>(allocatedTotal_ + size), fileLength_);
+  return false;
+}
+
+void* ParameterFileSymbolTable::Allocate(uint64_t size) {
+  void* memory = MayAllocate(size) ? OrvoCalloc(size) : nullptr;
   if (memory == nullptr) return nullptr;
   allocatedTotal_ += size;
   allocatedNow_ += size;

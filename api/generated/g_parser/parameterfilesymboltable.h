@@ -81,6 +81,8 @@ class PARAMETER_API ParameterFileSymbolTable : public OnOrvoHeap {
   // Zeroed memory for tuning data. What all loaded modules take together is bounded by the length
   // of the file, so that a crafted one can't have the same bytes copied without end.
   void* Allocate(uint64_t size);
+  // False, with a log line, if that bound is passed.
+  bool MayAllocate(uint64_t size) const;
   // Tells what was allocated since the last call, for GiveBack when that is unloaded.
   uint64_t TakeAllocated();
   void GiveBack(uint64_t size);

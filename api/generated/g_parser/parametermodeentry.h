@@ -4,9 +4,9 @@
 #include <cstdint>
 
 #include "parameterexport.h"
+#include "parameterlogging.h"
 #include "parametermap.h"
 #include "parametermemory.h"
-#include "parameterlogging.h"
 #include "parametermodule.h"
 #include "parametertypes.h"
 

@@ -169,13 +169,14 @@ bool LoadField(R& record, const EnumField<R, M>& field, int, Entry& entry, uint3
   return ReadEnum(entry, record.*field.member, alignment);
 }
 
-// Whether the elements can all stand in the data, asked before there is memory for them.
+// Whether the elements can all stand in the data and in memory, asked before they get any.
 template <class Element>
 bool HasElements(const Entry& objects, uint32_t count, uint32_t alignment) {
   const uint64_t size = Record<Element> ? FileSizeOf<Element>(alignment) : sizeof(Element);
   // The last element's last word needs no padding.
   const uint64_t slack = Record<Element> && alignment > 4 ? alignment - 4 : 0;
-  if (count * size <= objects.GetBytesLeft() + slack) return true;
+  if (count * size <= objects.GetBytesLeft() + slack)
+    return objects.GetTable()->MayAllocate(uint64_t{count} * sizeof(Element));
   PARAMETER_ERROR(objects.GetTable()->GetLogger(), "Failed to read symbol table entry\n");
   return false;
 }
