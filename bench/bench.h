@@ -29,9 +29,12 @@ void RegisterFilters();
 void RegisterParsers();
 void RegisterAdaptive();
 void RegisterSparseFlow();
+void RegisterTuning();
 
 // What each stage takes of a frame, from the times by name in nanoseconds; nothing if the flow was
 // not among the benchmarks of the run.
 void PrintSparseFlowStages(const std::map<std::string, double>& times);
+// Loading against reading, looking up against one hash look-up.
+void PrintTuningRatios(const std::map<std::string, double>& times);
 
 }  // namespace pdlib_bench
