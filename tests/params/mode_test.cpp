@@ -363,30 +363,29 @@ TEST_F(Modes, ControlsAndTriggersAreSortedLists) {
   EXPECT_EQ(value.GetInteger(), INT64_MAX);
 }
 
-// Every name of the three families makes a class and a module that can be had.
+// Every name of the family makes a class and a module that can be had.
 TEST_F(Modes, ACompleteFileLoadsCleanly) {
   TuningFile file;
   file.modes = {{0, 0, 0, 0}};
   PdSource pd(1);
-#define ADD_RAW(name)                                                                        \
-  {                                                                                          \
-    char type[ModuleData::kMaxType + 1];                                                     \
-    ModuleData::GetType(type, #name);                                                        \
-    file.modules.push_back({type, {1, 2, 3}, 0, Bytes(std::begin(#name), std::end(#name))}); \
-  }
+  const auto addRaw = [&](const std::string& name) {
+    char type[ModuleData::kMaxType + 1];
+    ModuleData::GetType(type, name.c_str());
+    file.modules.push_back({type, {1, 2, 3}, 0, Bytes(name.begin(), name.end())});
+  };
+#define ADD_RAW(name) addRaw(#name);
 #define ADD_TYPED(name, root) AddPd(file, pd, 0);
   TUNING_SET_MODULES(ADD_RAW, ADD_TYPED)
   EXPECT_EQ(file.modules.size(), 269u);
+  const TuningMode root{0, 0};
+  const auto checkRaw = [](const std::string& name, const tuning::RawModuleType* raw) {
+    ASSERT_NE(raw, nullptr) << name;
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(raw->rawData), raw->rawSize), name);
+  };
   for (const bool fileMode : {false, true}) {
     ASSERT_TRUE(load(file.build(), fileMode)) << error();
-    const TuningMode root{0, 0};
-#define CHECK_RAW(name)                                                              \
-  {                                                                                  \
-    const tuning::RawModuleType* raw = manager->GetModule_##name(&root, 1, nullptr); \
-    ASSERT_NE(raw, nullptr) << #name;                                                \
-    EXPECT_STREQ(reinterpret_cast<const char*>(raw->rawData), #name);                \
-  }
-#define CHECK_TYPED(name, root_) EXPECT_NE(manager->GetModule_##name(&root, 1, nullptr), nullptr);
+#define CHECK_RAW(name) checkRaw(#name, manager->GetModule_##name(&root, 1, nullptr));
+#define CHECK_TYPED(name, root_) EXPECT_NE(get({{0, 0}}), nullptr);
     TUNING_SET_MODULES(CHECK_RAW, CHECK_TYPED)
   }
   TuningFile missing;

@@ -218,12 +218,12 @@ TEST(ParameterTypes, ShortNamesFitTheirField) {
     EXPECT_STREQ(type, c.type);
   }
   std::set<std::string> types;
-#define ADD_TYPE(name)                              \
-  {                                                 \
-    char type[ModuleData::kMaxType + 1];            \
-    ModuleData::GetType(type, #name);               \
-    EXPECT_TRUE(types.insert(type).second) << type; \
-  }
+  const auto addType = [&](const char* name) {
+    char type[ModuleData::kMaxType + 1];
+    ModuleData::GetType(type, name);
+    EXPECT_TRUE(types.insert(type).second) << name;
+  };
+#define ADD_TYPE(name) addType(#name);
 #define ADD_TYPED(name, root) ADD_TYPE(name)
   TUNING_SET_MODULES(ADD_TYPE, ADD_TYPED)
   types.clear();
