@@ -1,4 +1,5 @@
 // Branches of modes as text.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -118,7 +119,7 @@ bool ParameterSetManager::GetPathFromModeBranch(const TuningMode* branch, uint32
     const size_t length = std::strlen(step);
     complete = length < size - position;
     if (!complete) break;
-    std::memcpy(buffer + position, step, length);
+    std::copy_n(step, length, buffer + position);
     position += static_cast<uint32_t>(length);
   }
   return Finish(complete, buffer, size, position);

@@ -100,7 +100,7 @@ bool WriteString(const char* text, char* buffer, uint32_t size, uint32_t* positi
                     static_cast<int>(size));
     return false;
   }
-  std::memcpy(buffer + *position, text, count);
+  std::copy_n(text, count, buffer + *position);
   *position += static_cast<uint32_t>(count);
   return true;
 }

@@ -24,9 +24,10 @@ int NextDigit(double value) {
 void AppendInteger(double value, Digits& digits) {
   double power = 1.0;
   while (value / power >= 10.0) power *= 10.0;
-  for (; power >= 1.0; power /= 10.0) {
+  while (power >= 1.0) {
     const int digit = NextDigit(value / power);
     value -= digit * power;
+    power /= 10.0;
     digits.text[digits.count++] = static_cast<char>('0' + digit);
   }
   digits.integerCount = digits.count;

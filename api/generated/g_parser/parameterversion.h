@@ -24,8 +24,13 @@ struct VersionUnion {
   }
   // By major, minor, patch: negative, 0, positive.
   constexpr int Compare(const VersionUnion& other) const {
-    const auto order = *this <=> other;
-    return order < 0 ? -1 : (order > 0 ? 1 : 0);
+    return (Rank() > other.Rank() ? 1 : 0) - (Rank() < other.Rank() ? 1 : 0);
   }
-  friend constexpr auto operator<=>(const VersionUnion&, const VersionUnion&) = default;
+  constexpr bool operator==(const VersionUnion& other) const = default;
+  constexpr auto operator<=>(const VersionUnion& other) const { return Rank() <=> other.Rank(); }
+
+ private:
+  constexpr uint64_t Rank() const {
+    return uint64_t{majorVersion} << 48 | uint64_t{minorVersion} << 32 | patchVersion;
+  }
 };

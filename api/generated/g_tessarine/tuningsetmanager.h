@@ -12,8 +12,10 @@ class PARAMETER_API TuningSetManager : public GeneratedSetManager {
 
   // One accessor a module, GetModule_<name>: the record for a branch of modes, or null. `previous`,
   // a record obtained earlier, is released.
+// NOLINTBEGIN(bugprone-macro-parentheses): types take none
 #define TUNING_ACCESSOR(name, root) \
   root* GetModule_##name(const TuningMode* branch, unsigned int count, root* previous);
+// NOLINTEND(bugprone-macro-parentheses)
 #define TUNING_RAW_ACCESSOR(name) TUNING_ACCESSOR(name, tuning::RawModuleType)
   TUNING_SET_MODULES(TUNING_RAW_ACCESSOR, TUNING_ACCESSOR)
 #undef TUNING_RAW_ACCESSOR
