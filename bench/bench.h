@@ -31,6 +31,7 @@ void RegisterDenseLines();
 void RegisterAdaptive();
 void RegisterSparseFlow();
 void RegisterDenseFlow();
+void RegisterTuning();
 
 // A step of a frame by itself. `cost` tells why it may take the most.
 struct FlowStage {
@@ -56,5 +57,7 @@ void RegisterGrowth(const std::string& name, std::vector<int> sizes,
 // What each stage takes of a frame, and how times grow, from the times by name in nanoseconds, for
 // the flows that were among the benchmarks of the run.
 void PrintFlowStages(const std::map<std::string, double>& times);
+// Loading against reading, looking up against one hash look-up.
+void PrintTuningRatios(const std::map<std::string, double>& times);
 
 }  // namespace pdlib_bench

@@ -53,6 +53,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
     std::printf("\n%-62s %12s %8s\n", "form against scalar, in this run", "ns", "ratio");
     for (const auto& [subject, forms] : times_) PrintRatios(subject, forms);
     PrintFlowStages(timesByName_);
+    PrintTuningRatios(timesByName_);
   }
 
  private:
@@ -100,6 +101,7 @@ int main(int argc, char** argv) {
   pdlib_bench::RegisterSparseFlow();
   pdlib_bench::RegisterDenseFlow();
   pdlib_bench::RegisterAdaptive();
+  pdlib_bench::RegisterTuning();
   pdlib_bench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();

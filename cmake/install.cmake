@@ -9,9 +9,21 @@ set(pdlib_public_headers
     api/generated/g_tessarine/afpdlibelements.h
     api/generated/g_tessarine/globalelements.h
     api/generated/g_tessarine/statsglobalelements.h
-    api/generated/g_tessarine/tuningfields.h)
+    api/generated/g_tessarine/tuningfields.h
+    api/generated/g_tessarine/tuningsetmanager.h
+    api/generated/g_tessarine/tuningsetmodules.h
+    api/generated/g_sensor/imagesensormodulesetmanager.h
+    api/generated/g_facedetection/fdsetmanager.h)
 install(FILES ${pdlib_public_headers} DESTINATION ${pdlib_include_dir})
-install(FILES system/statsalgo/pdlib/src/core/pdlib_common.h DESTINATION ${pdlib_include_dir}/core)
+# Of the parameter framework, what the managers' headers include.
+set(pdlib_framework_headers
+    generatedsetmanager parameterbinaryfile parameterexport parameterfilesymboltable parameterfilesymboltableentry
+    parameterlist parameterlogging parametermap parametermemory parametermodeentry parametermodetree parametermodule
+    parametermutex parametersetmanager parametertypes parameterutils parameterversion rawmodule tuningmode)
+list(TRANSFORM pdlib_framework_headers PREPEND api/generated/g_parser/)
+list(TRANSFORM pdlib_framework_headers APPEND .h)
+install(FILES ${pdlib_framework_headers} DESTINATION ${pdlib_include_dir})
+install(FILES system/statsalgo/pdlib/src/core/pdlib_common.h system/statsalgo/pdlib/src/core/owned_array.h DESTINATION ${pdlib_include_dir}/core)
 install(FILES system/statsalgo/pdlib/src/hardware/pdlib_hw_config.h DESTINATION ${pdlib_include_dir}/hardware)
 install(DIRECTORY system/platform/orvo DESTINATION ${pdlib_include_dir} FILES_MATCHING PATTERN "*.h")
 install(FILES system/platform/host/orvo_host.h DESTINATION ${pdlib_include_dir}/host)

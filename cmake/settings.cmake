@@ -21,6 +21,12 @@ if(PDLIB_SANITIZE)
   add_link_options(-fsanitize=${PDLIB_SANITIZE})
 endif()
 
+# Shared libraries name all that they need; Clang links the sanitizers into programs alone.
+set(PDLIB_NO_UNDEFINED -Wl,--no-undefined)
+if(PDLIB_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  set(PDLIB_NO_UNDEFINED)
+endif()
+
 add_library(pdlib_settings INTERFACE)
 # Products and sums are never fused unless the code says so: results are the same on every machine.
 target_compile_options(pdlib_settings INTERFACE -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow

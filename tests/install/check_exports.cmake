@@ -1,11 +1,22 @@
-# One symbol goes out of the plug-in, and it needs the C and C++ runtime and the platform layer alone.
+# The entry and the parameter framework go out of the plug-in, and it needs the C and C++ runtime and the platform layer
+# alone.
 cmake_minimum_required(VERSION 3.25)
 
-execute_process(COMMAND ${NM} -D --defined-only --format=posix ${PLUGIN} OUTPUT_VARIABLE symbols
+execute_process(COMMAND ${NM} -D -C --defined-only --format=posix ${PLUGIN} OUTPUT_VARIABLE symbols
                 COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "[^\n]+" symbols "${symbols}")
-list(TRANSFORM symbols REPLACE " .*" "")
-if(NOT symbols STREQUAL "VekPDLibraryEntry")
+foreach(wanted "VekPDLibraryEntry " "TuningSetManager::TuningSetManager\\(" "TuningSetManager::GetModule_tessarinePDLib\\("
+               "ParameterSetManager::LoadBinaryParameters\\(" "ImageSensorModuleSetManager::" "fdSetManager::")
+  set(found ${symbols})
+  list(FILTER found INCLUDE REGEX "^${wanted}")
+  if(NOT found)
+    message(FATAL_ERROR "${PLUGIN} does not export ${wanted}")
+  endif()
+endforeach()
+set(framework "(GeneratedSet|TuningSet|ImageSensorModuleSet|fdSet)Manager|Parameter[A-Za-z]+|ModeEntry|ModuleChain|ModuleData|DefaultModule|IModeTable|IParameter[A-Za-z]+|afpdlibelements::tessarinePDLibType")
+list(FILTER symbols EXCLUDE REGEX "^((vtable|typeinfo|typeinfo name) for )?(${framework})[: ]")
+list(FILTER symbols EXCLUDE REGEX "^VekPDLibraryEntry ")
+if(symbols)
   message(FATAL_ERROR "${PLUGIN} exports: ${symbols}")
 endif()
 

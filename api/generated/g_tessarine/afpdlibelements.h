@@ -1,4 +1,5 @@
 // The tuning schema of the PD library.
+// Its module is "tessarinePDLib", version 9.0.0.
 //
 // Every scalar is 32 bits wide. The order of the fields is the order in the tuning file. Spellings
 // such as `enabldHardwarePDModule` and `widhtOfRegion` are the schema's own. An enumeration's
@@ -89,6 +90,7 @@ struct tessarineTuningHDRCfg {
 inline constexpr auto kFields_tessarineTuningHDRCfg =
     std::tuple{EnumField{"channelSelection", &tessarineTuningHDRCfg::channelSelection},
                Field{"longThreshold", FieldKind::kInt32, &tessarineTuningHDRCfg::longThreshold}};
+TUNING_RECORD(tessarineTuningHDRCfg)
 
 // Filter settings of one AEC region.
 struct tessarinePDLIBPreprocessingFilterSettings {
@@ -110,6 +112,7 @@ inline constexpr auto kFields_tessarinePDLIBPreprocessingFilterSettings =
                      &tessarinePDLIBPreprocessingFilterSettings::boxFilterLength},
                Field{"antiAliasFilterThreshold", FieldKind::kInt32,
                      &tessarinePDLIBPreprocessingFilterSettings::antiAliasFilterThreshold}};
+TUNING_RECORD(tessarinePDLIBPreprocessingFilterSettings)
 
 // Filter settings by AEC trigger.
 struct tessarineDPDFilterTrigger {
@@ -118,6 +121,7 @@ struct tessarineDPDFilterTrigger {
 
 inline constexpr auto kFields_tessarineDPDFilterTrigger =
     std::tuple{Field{"filterSet", FieldKind::kStructure, &tessarineDPDFilterTrigger::filterSet}};
+TUNING_RECORD(tessarineDPDFilterTrigger)
 
 // The same for the LCR path.
 struct tessarineLCRFilterTrigger {
@@ -126,6 +130,7 @@ struct tessarineLCRFilterTrigger {
 
 inline constexpr auto kFields_tessarineLCRFilterTrigger =
     std::tuple{Field{"filterSet", FieldKind::kStructure, &tessarineLCRFilterTrigger::filterSet}};
+TUNING_RECORD(tessarineLCRFilterTrigger)
 
 // Pre-processing of one PD axis.
 struct tessarineTuningPreProcess {
@@ -159,6 +164,7 @@ inline constexpr auto kFields_tessarineTuningPreProcess = std::tuple{
     Field{"lcrMaxBinningNum", FieldKind::kInt32, &tessarineTuningPreProcess::lcrMaxBinningNum},
     Field{"lcrChannelSeparated", FieldKind::kBoolean,
           &tessarineTuningPreProcess::lcrChannelSeparated}};
+TUNING_RECORD(tessarineTuningPreProcess)
 
 // A range of shifts, pixels.
 struct tessarinePDRange {
@@ -169,6 +175,7 @@ struct tessarinePDRange {
 inline constexpr auto kFields_tessarinePDRange =
     std::tuple{Field{"from", FieldKind::kInt32, &tessarinePDRange::from},
                Field{"to", FieldKind::kInt32, &tessarinePDRange::to}};
+TUNING_RECORD(tessarinePDRange)
 
 // Correlation of one PD axis.
 struct tessarineTuningCorrelation {
@@ -187,6 +194,7 @@ inline constexpr auto kFields_tessarineTuningCorrelation = std::tuple{
     Field{"PDRangeControl", FieldKind::kFloat, &tessarineTuningCorrelation::PDRangeControl},
     Field{"searchRange", FieldKind::kStructure, &tessarineTuningCorrelation::searchRange},
     Field{"lcrSearchRange", FieldKind::kStructure, &tessarineTuningCorrelation::lcrSearchRange}};
+TUNING_RECORD(tessarineTuningCorrelation)
 
 // Temporal weights of one AEC region.
 struct tessarinePDLIBPostprocessingTemporalFilterSetting {
@@ -202,6 +210,7 @@ inline constexpr auto kFields_tessarinePDLIBPostprocessingTemporalFilterSetting 
                      &tessarinePDLIBPostprocessingTemporalFilterSetting::dynamicWeight},
                Field{"staticWeight", FieldKind::kFloat,
                      &tessarinePDLIBPostprocessingTemporalFilterSetting::staticWeight}};
+TUNING_RECORD(tessarinePDLIBPostprocessingTemporalFilterSetting)
 
 // Temporal weights by AEC trigger.
 struct tessarineTemporalFilterTrigger {
@@ -211,6 +220,7 @@ struct tessarineTemporalFilterTrigger {
 inline constexpr auto kFields_tessarineTemporalFilterTrigger =
     std::tuple{Field{"temporalFilterSet", FieldKind::kStructure,
                      &tessarineTemporalFilterTrigger::temporalFilterSet}};
+TUNING_RECORD(tessarineTemporalFilterTrigger)
 
 // Post-processing of one PD axis.
 struct tessarineTuningPostProcess {
@@ -232,6 +242,7 @@ inline constexpr auto kFields_tessarineTuningPostProcess = std::tuple{
           &tessarineTuningPostProcess::temporalFilterTrigger},
     Field{"enableGridOverlap", FieldKind::kInt32, &tessarineTuningPostProcess::enableGridOverlap},
     Field{"confIntegralWidth", FieldKind::kInt32, &tessarineTuningPostProcess::confIntegralWidth}};
+TUNING_RECORD(tessarineTuningPostProcess)
 
 // Online adaptation of the conversion coefficient.
 struct tessarineTuningAdaptiveK {
@@ -275,6 +286,7 @@ inline constexpr auto kFields_tessarineTuningAdaptiveK = std::tuple{
           &tessarineTuningAdaptiveK::tolFarTargetUpperBound},
     Field{"tolFarTargetLowerBound", FieldKind::kFloat,
           &tessarineTuningAdaptiveK::tolFarTargetLowerBound}};
+TUNING_RECORD(tessarineTuningAdaptiveK)
 
 // How many of the block rows are parsed.
 struct tessarineTuningProcessLevel {
@@ -287,6 +299,7 @@ inline constexpr auto kFields_tessarineTuningProcessLevel =
     std::tuple{EnumField{"processingMode", &tessarineTuningProcessLevel::processingMode},
                Field{"dynamicLevel", FieldKind::kInt32, &tessarineTuningProcessLevel::dynamicLevel},
                Field{"staticLevel", FieldKind::kInt32, &tessarineTuningProcessLevel::staticLevel}};
+TUNING_RECORD(tessarineTuningProcessLevel)
 
 // One point of a weight curve.
 struct tessarineHVConfWeight {
@@ -297,6 +310,7 @@ struct tessarineHVConfWeight {
 inline constexpr auto kFields_tessarineHVConfWeight =
     std::tuple{Field{"weight", FieldKind::kFloat, &tessarineHVConfWeight::weight},
                Field{"confThreshold", FieldKind::kInt32, &tessarineHVConfWeight::confThreshold}};
+TUNING_RECORD(tessarineHVConfWeight)
 
 // Choice and fusion of the two axes.
 struct tessarineHVControl {
@@ -320,6 +334,7 @@ inline constexpr auto kFields_tessarineHVControl =
                           &tessarineHVControl::verticalConfWeightTuningCount,
                           &tessarineHVControl::verticalConfWeightTuningID,
                           &tessarineHVControl::verticalConfWeightTuning}};
+TUNING_RECORD(tessarineHVControl)
 
 // Frame skipping while the lens stands.
 struct tessarineTuningSkipControl {
@@ -331,6 +346,7 @@ inline constexpr auto kFields_tessarineTuningSkipControl =
     std::tuple{Field{"staticFrameCountThres", FieldKind::kInt32,
                      &tessarineTuningSkipControl::staticFrameCountThres},
                Field{"maxFrameRate", FieldKind::kInt32, &tessarineTuningSkipControl::maxFrameRate}};
+TUNING_RECORD(tessarineTuningSkipControl)
 
 // Grid geometry of the hardware PD block.
 struct tessarineTuningHardwareGeometry {
@@ -366,6 +382,7 @@ inline constexpr auto kFields_tessarineTuningHardwareGeometry = std::tuple{
     Field{"heightOfRegion", FieldKind::kInt32, &tessarineTuningHardwareGeometry::heightOfRegion},
     Field{"horiNumOfRegion", FieldKind::kInt32, &tessarineTuningHardwareGeometry::horiNumOfRegion},
     Field{"vertNumOfRegion", FieldKind::kInt32, &tessarineTuningHardwareGeometry::vertNumOfRegion}};
+TUNING_RECORD(tessarineTuningHardwareGeometry)
 
 // Pixel extraction stage.
 struct tessarinePDAFHardwarePixelExtractor {
@@ -378,6 +395,7 @@ inline constexpr auto kFields_tessarinePDAFHardwarePixelExtractor = std::tuple{
     Field{"enable", FieldKind::kInt32, &tessarinePDAFHardwarePixelExtractor::enable},
     Field{"outputWidth", FieldKind::kInt32, &tessarinePDAFHardwarePixelExtractor::outputWidth},
     Field{"outputHeight", FieldKind::kInt32, &tessarinePDAFHardwarePixelExtractor::outputHeight}};
+TUNING_RECORD(tessarinePDAFHardwarePixelExtractor)
 
 // One entry of the line extraction stage.
 struct tessarinePDAFHardwareLineExtractor {
@@ -390,6 +408,7 @@ inline constexpr auto kFields_tessarinePDAFHardwareLineExtractor = std::tuple{
     Field{"XOffset", FieldKind::kInt32, &tessarinePDAFHardwareLineExtractor::XOffset},
     Field{"YOffset", FieldKind::kInt32, &tessarinePDAFHardwareLineExtractor::YOffset},
     Field{"HalfLine", FieldKind::kBoolean, &tessarinePDAFHardwareLineExtractor::HalfLine}};
+TUNING_RECORD(tessarinePDAFHardwareLineExtractor)
 
 // Pixel separation stage.
 struct tessarinePDAFHardwarePixelSeparator {
@@ -420,6 +439,7 @@ inline constexpr auto kFields_tessarinePDAFHardwarePixelSeparator = std::tuple{
     ArrayField{"R_map", FieldKind::kInt32, &tessarinePDAFHardwarePixelSeparator::R_mapCount,
                &tessarinePDAFHardwarePixelSeparator::R_mapID,
                &tessarinePDAFHardwarePixelSeparator::R_map}};
+TUNING_RECORD(tessarinePDAFHardwarePixelSeparator)
 
 // One resampling instruction.
 struct tessarinePDAFHardwareResamplerInstruction {
@@ -438,6 +458,7 @@ inline constexpr auto kFields_tessarinePDAFHardwareResamplerInstruction = std::t
     ArrayField{"O", FieldKind::kFloat, &tessarinePDAFHardwareResamplerInstruction::OCount,
                &tessarinePDAFHardwareResamplerInstruction::OID,
                &tessarinePDAFHardwareResamplerInstruction::O}};
+TUNING_RECORD(tessarinePDAFHardwareResamplerInstruction)
 
 // Resampling stage.
 struct tessarinePDAFHardwareResampler {
@@ -462,6 +483,7 @@ inline constexpr auto kFields_tessarinePDAFHardwareResampler = std::tuple{
                &tessarinePDAFHardwareResampler::instructionsCount,
                &tessarinePDAFHardwareResampler::instructionsID,
                &tessarinePDAFHardwareResampler::instructions}};
+TUNING_RECORD(tessarinePDAFHardwareResampler)
 
 // A pattern of the hardware PD block.
 struct tessarineTuningHardwarePattern {
@@ -487,6 +509,7 @@ inline constexpr auto kFields_tessarineTuningHardwarePattern = std::tuple{
           &tessarineTuningHardwarePattern::gridWidthScaleRatio},
     Field{"gridHeightScaleRatio", FieldKind::kFloat,
           &tessarineTuningHardwarePattern::gridHeightScaleRatio}};
+TUNING_RECORD(tessarineTuningHardwarePattern)
 
 // Version of the tuning schema.
 struct module_versionStruct {
@@ -500,6 +523,7 @@ inline constexpr auto kFields_module_versionStruct =
     std::tuple{Field{"major_revision", FieldKind::kInt32, &module_versionStruct::major_revision},
                Field{"minor_revision", FieldKind::kInt32, &module_versionStruct::minor_revision},
                Field{"incr_revision", FieldKind::kInt32, &module_versionStruct::incr_revision}};
+TUNING_RECORD(module_versionStruct)
 
 // Free-text revision of the tuning data.
 struct parameter_versionStruct {
@@ -509,6 +533,7 @@ struct parameter_versionStruct {
 
 inline constexpr auto kFields_parameter_versionStruct =
     std::tuple{Field{"revision", FieldKind::kString, &parameter_versionStruct::revision}};
+TUNING_RECORD(parameter_versionStruct)
 
 // The root record. Read-only for all flows.
 struct tessarinePDLibType {
@@ -539,6 +564,11 @@ struct tessarinePDLibType {
   uint32_t extensionParamCount;
   uint32_t extensionParamID;
   statsExtensionParamType* extensionParam;  // named extension parameters
+
+  // Only for a record that a tuning manager handed out: how often it was loaded or changed, and the
+  // end of its use.
+  uint32_t GetModified() const;
+  void Release();
 };
 
 inline constexpr auto kFields_tessarinePDLibType = std::tuple{
@@ -571,6 +601,7 @@ inline constexpr auto kFields_tessarinePDLibType = std::tuple{
     Field{"enableFocusMaps", FieldKind::kInt32, &tessarinePDLibType::enableFocusMaps},
     ArrayField{"extensionParam", FieldKind::kStructure, &tessarinePDLibType::extensionParamCount,
                &tessarinePDLibType::extensionParamID, &tessarinePDLibType::extensionParam}};
+TUNING_RECORD(tessarinePDLibType)
 
 static_assert(sizeof(tessarinePDLibType) == 1024 || sizeof(void*) != 8);
 

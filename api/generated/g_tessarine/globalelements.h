@@ -26,5 +26,6 @@ inline constexpr auto kFields_trigger_pt_type_aec =
                Field{"lux_idx_end", FieldKind::kFloat, &trigger_pt_type_aec::lux_idx_end},
                Field{"gain_start", FieldKind::kFloat, &trigger_pt_type_aec::gain_start},
                Field{"gain_end", FieldKind::kFloat, &trigger_pt_type_aec::gain_end}};
+TUNING_RECORD(trigger_pt_type_aec)
 
 }  // namespace globalelements

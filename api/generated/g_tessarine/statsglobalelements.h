@@ -29,5 +29,6 @@ inline constexpr auto kFields_statsExtensionParamType =
                Field{"enableFlag", FieldKind::kBoolean, &statsExtensionParamType::enableFlag},
                ArrayField{"data", FieldKind::kFloat, &statsExtensionParamType::dataCount,
                           &statsExtensionParamType::dataID, &statsExtensionParamType::data}};
+TUNING_RECORD(statsExtensionParamType)
 
 }  // namespace statsglobalelements

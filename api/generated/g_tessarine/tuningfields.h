@@ -60,3 +60,13 @@ ArrayField(const char*, FieldKind, uint32_t Record::*, uint32_t Record::*, Eleme
     -> ArrayField<Record, Element>;
 
 }  // namespace tuning
+
+// Ties a record to its table and its name, for code that has nothing but the type. Stands behind
+// the table, in the namespace of the record.
+#define TUNING_RECORD(record)                     \
+  constexpr const auto& FieldsOf(const record*) { \
+    return kFields_##record;                      \
+  }                                               \
+  constexpr const char* NameOf(const record*) {   \
+    return #record;                               \
+  }

@@ -15,11 +15,25 @@ namespace {
 struct FileState {
   std::mutex mutex;
   std::filesystem::path root;
+  int64_t readsUntilFailure = -1;  // negative: none fails
+  bool allLaterReadsFail = false;
 };
 
 FileState& State() {
   static FileState& state = *new FileState;
   return state;
+}
+
+bool ReadMustFail() {
+  FileState& state = State();
+  const std::lock_guard lock(state.mutex);
+  if (state.readsUntilFailure < 0) return false;
+  if (state.readsUntilFailure > 0) {
+    --state.readsUntilFailure;
+    return false;
+  }
+  if (!state.allLaterReadsFail) state.readsUntilFailure = -1;
+  return true;
 }
 
 bool Writes(const char* mode) {
@@ -65,7 +79,8 @@ FILE* FOpen(const char* path, const char* mode) {
 
 size_t FRead(void* buffer, size_t bufferSize, size_t elementSize, size_t count, FILE* file) {
   if (buffer == nullptr || file == nullptr || elementSize == 0) return 0;
-  return std::fread(buffer, elementSize, std::min(count, bufferSize / elementSize), file);
+  count = std::min(count, bufferSize / elementSize);
+  return std::fread(buffer, elementSize, ReadMustFail() ? count / 2 : count, file);
 }
 
 size_t FWrite(const void* buffer, size_t elementSize, size_t count, FILE* file) {
@@ -94,6 +109,17 @@ void SetRootFolder(const std::string& folder) {
   FileState& state = State();
   const std::lock_guard lock(state.mutex);
   state.root = folder;
+}
+
+void FailRead(int64_t index, bool andAllLater) {
+  FileState& state = State();
+  const std::lock_guard lock(state.mutex);
+  state.readsUntilFailure = index;
+  state.allLaterReadsFail = andAllLater;
+}
+
+void NeverFailRead() {
+  FailRead(-1);
 }
 
 }  // namespace Orvo::Host

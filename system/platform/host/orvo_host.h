@@ -28,6 +28,11 @@ void SetConsoleLevel(uint32_t highestLevel);
 // stand.
 void SetRootFolder(const std::string& folder);
 
+// Lets read number `index` (0 is the next one) come up short; with `andAllLater` all that follow as
+// well.
+void FailRead(int64_t index, bool andAllLater = false);
+void NeverFailRead();
+
 // Fixes the clock at `nanoseconds`; every reading then advances it by `step`.
 void SetClock(uint64_t nanoseconds, uint64_t step = 0);
 // Back to the system clock.

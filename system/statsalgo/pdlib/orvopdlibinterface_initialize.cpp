@@ -5,15 +5,21 @@
 #include "core/pdlib_log.h"
 #include "orvo/memory.h"
 #include "orvopdlibinterface_internal.h"
+#include "tuningsetmanager.h"
 
 using afpdlibelements::tessarinePDLibType;
 using pdlib::plugin::IsCameraId;
 
 namespace {
 
-// The tuning framework isn't part of this version: a manager has nothing to give.
+// What the caller hands over, else what its manager holds for the session's branch of modes. The
+// record stays in use as long as the manager lives.
 const tessarinePDLibType* FindTuning(const PDLibCreateParams& createParams) {
-  return createParams.initParam.tuningData;
+  if (createParams.initParam.tuningData != nullptr) return createParams.initParam.tuningData;
+  TuningSetManager* manager = createParams.tuningManager;
+  if (manager == nullptr) return nullptr;
+  return manager->GetModule_tessarinePDLib(createParams.tuningModes, createParams.tuningModeCount,
+                                           nullptr);
 }
 
 // The second session of a camera finds the core running and leaves it as it is.

@@ -50,8 +50,9 @@ class OwnedArray {
   [[nodiscard]] bool allocate(size_t count) {
     reset();
     if (count == 0) return true;
-    if (count > std::numeric_limits<size_t>::max() / sizeof(T)) return false;
-    data_ = static_cast<T*>(OrvoCalloc(count * sizeof(T)));
+    constexpr size_t kSize = sizeof(T);  // NOLINT(bugprone-sizeof-expression): of pointers as well
+    if (count > std::numeric_limits<size_t>::max() / kSize) return false;
+    data_ = static_cast<T*>(OrvoCalloc(count * kSize));
     if (data_ == nullptr) return false;
     size_ = count;
     std::uninitialized_value_construct_n(data_, size_);

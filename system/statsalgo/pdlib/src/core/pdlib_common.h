@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "tuningmode.h"
+
 class TuningSetManager;
 namespace afpdlibelements {
 struct tessarinePDLibType;
@@ -272,12 +274,6 @@ struct PDLibInitParam {
   uint32_t LCRHWEnable;
   const afpdlibelements::tessarinePDLibType*
       tuningData;  // the caller's; null: looked up by the plug-in
-};
-
-// Unsigned 32-bit mode and 16-bit sub-mode; an array of them is a branch of the mode tree.
-struct TuningMode {
-  uint32_t mode;
-  uint16_t subMode;
 };
 
 // What the plug-in receives at initialisation: the init record, then where to look the tuning up.
