@@ -113,6 +113,8 @@ TEST(SensorFile, NamesWhatIsWrongWithADualSensor) {
       {R"({"dual": {"offset": {}}, "pd_offset_correction": 1})", "'pd_offset_correction'"},
       {R"({"noise": {"split": 1.5}})", "'noise.split': expected a number from 0 to 1"},
       {R"({"pixel_depth": 14, "tuning": {"vertical_binning": 8}})", "'tuning.vertical_binning'"},
+      {R"({"tuning": {"search_range": [-255, 44]}})",
+       "'tuning.search_range': expected at most 254 pixels to either side"},
       {R"({"image": [64, 64], "calibration": {"gain_map": [40, 4]}})", "'calibration.gain_map'"},
   };
   EXPECT_EQ(ErrorOf(test::kSmallDualSensor), "accepted");

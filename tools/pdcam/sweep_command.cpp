@@ -83,6 +83,7 @@ void AddSweepCommand(CLI::App& app, int& status) {
   command->footer(
       "Examples:\n"
       "  pdcam sweep --noise none\n"
+      "  pdcam sweep --sensor dual-hdr --scene texture --split-noise 0.5\n"
       "  pdcam sweep --sensor in-frame --scene leaves --noise much --report sweep.html");
   command->callback([options, &status] { status = Run(*options); });
 }

@@ -7,6 +7,7 @@ namespace {
 constexpr int kLargestSite = 16;   // pixels
 constexpr int kLargestRatio = 64;  // of exposures
 constexpr double kLargestOffset = 8;
+constexpr int kLargestShift = 127;  // sites, as the library stores them
 
 ViewOffset ReadOffset(JsonNode node) {
   ViewOffset offset;
@@ -52,6 +53,40 @@ void CheckPacking(const JsonNode& root, const SensorDescription& sensor) {
   if (sensor.buffer.Bytes() > kLargestBuffer) root.Fail("dual.stride", "expected at most 512 MiB");
 }
 
+void CheckAxis(const JsonNode& root, const SensorDescription& sensor) {
+  const bool isVertical = sensor.HasVerticalViews();
+  if (isVertical && (sensor.dual->packing != SamplePacking::kWords || sensor.IsHdr() ||
+                     sensor.dual->isRightFirst || sensor.orientation != Orientation::kDefault))
+    root.Fail("dual.axis",
+              "expected 'horizontal' unless samples are words of one exposure, read out straight "
+              "and with the upper one (left-first) first");
+  const int mapSide =
+      isVertical ? sensor.calibration.gainMapHeight : sensor.calibration.gainMapWidth;
+  if (mapSide >= (isVertical ? sensor.blocksDown : sensor.blocksAcross))
+    root.Fail("calibration.gain_map", "expected fewer entries along the views than sites");
+}
+
+void CheckOffset(const JsonNode& root, const SensorDescription& sensor) {
+  if (!sensor.dual->offset) return;
+  // A flipped readout has the library turn its own copy of the map at every window.
+  if (sensor.orientation != Orientation::kDefault)
+    root.Fail("dual.offset", "expected nothing unless orientation is 'default'");
+  if (sensor.pdOffsetCorrection != 0)
+    root.Fail("pd_offset_correction", "expected 0 beside dual.offset, which replaces it");
+}
+
+void CheckTuning(const JsonNode& root, const SensorDescription& sensor) {
+  const TuningChoices& tuning = sensor.tuning;
+  if (sensor.MaxCode() * tuning.verticalBinning > 0xffff)
+    root.Fail("tuning.vertical_binning", "expected a sum of samples that fits 16 bits");
+  const int farthest =
+      kLargestShift * (sensor.HasVerticalViews() ? sensor.native.height : sensor.native.width);
+  if (tuning.searchFrom < -farthest || tuning.searchTo > farthest)
+    root.Fail("tuning.search_range", "expected at most " + std::to_string(farthest) +
+                                         " pixels to either side, " +
+                                         std::to_string(kLargestShift) + " sites");
+}
+
 }  // namespace
 
 void ReadDual(JsonNode& root, SensorDescription& sensor) {
@@ -75,28 +110,13 @@ void ReadDual(JsonNode& root, SensorDescription& sensor) {
 }
 
 void CheckDual(const JsonNode& root, const SensorDescription& sensor) {
-  const DualLayout& dual = *sensor.dual;
-  const bool isVertical = sensor.HasVerticalViews();
   if (sensor.blocksAcross * sensor.native.width != sensor.imageWidth ||
       sensor.blocksDown * sensor.native.height != sensor.imageHeight)
     root.Fail("dual.site", "expected sites that cover the image without a rest");
   CheckPacking(root, sensor);
-  if (sensor.MaxCode() * sensor.tuning.verticalBinning > 0xffff)
-    root.Fail("tuning.vertical_binning", "expected a sum of samples that fits 16 bits");
-  if (isVertical && (dual.packing != SamplePacking::kWords || sensor.IsHdr() || dual.isRightFirst ||
-                     sensor.orientation != Orientation::kDefault))
-    root.Fail("dual.axis",
-              "expected 'horizontal' unless samples are words of one exposure, read out straight "
-              "and with the upper one (left-first) first");
-  // A flipped readout has the library turn its own copy of the map at every window.
-  if (dual.offset && sensor.orientation != Orientation::kDefault)
-    root.Fail("dual.offset", "expected nothing unless orientation is 'default'");
-  if (dual.offset && sensor.pdOffsetCorrection != 0)
-    root.Fail("pd_offset_correction", "expected 0 beside dual.offset, which replaces it");
-  const int mapSide =
-      isVertical ? sensor.calibration.gainMapHeight : sensor.calibration.gainMapWidth;
-  if (mapSide >= (isVertical ? sensor.blocksDown : sensor.blocksAcross))
-    root.Fail("calibration.gain_map", "expected fewer entries along the views than sites");
+  CheckAxis(root, sensor);
+  CheckOffset(root, sensor);
+  CheckTuning(root, sensor);
 }
 
 }  // namespace simcam
