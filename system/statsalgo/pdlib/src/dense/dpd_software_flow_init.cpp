@@ -46,7 +46,6 @@ tessarinePDLibType fallback_tuning() {
   tuning.postProcess.enableGridOverlap = 1;
   tuning.postProcess.confIntegralWidth = 32;
   auto& adaptive = tuning.adaptiveK;
-  adaptive.enable = 1;
   adaptive.timeoutFrameCntThres = 32;
   adaptive.filterSize = 3;
   adaptive.state0StableCntThres = 3;
