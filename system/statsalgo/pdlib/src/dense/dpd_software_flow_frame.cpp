@@ -398,16 +398,16 @@ void DPDCoreLineSAD(dpd_context_t* context, dpd_line_arg_t* line_arg, uint32_t f
   dpd_grid_t& grid = active_grid(context);
   const JobCells cells = summed_cells(*context, first_cell);
   const auto length_of = [context](const dpd_grid_arg_t& cell) {
-    const int length = context->isVertical ? cell.end_y - cell.start_y : cell.end_x - cell.start_x;
-    return context->line.hdr_mode == 1 ? length >> 1 : length;
+    return context->isVertical ? cell.end_y - cell.start_y : cell.end_x - cell.start_x;
   };
+  const int halved = context->line.hdr_mode == 1 ? 1 : 0;
   // Cells of unequal width, too, lie at multiples of the first one's.
   const int distance = length_of(grid[first_cell]);
   for (uint32_t k = 0; k < cells.count; ++k) {
     dpd_grid_arg_t& cell = grid[cells.first + k * cells.step];
-    const int64_t offset = int64_t{k} * distance;
+    const int64_t offset = int64_t{k} * distance >> halved;
     if (offset < 0 || offset > static_cast<int64_t>(context->lineCapacity)) continue;
-    add_line_sad(*context, line_arg, static_cast<int>(offset), length_of(cell), &cell);
+    add_line_sad(*context, line_arg, static_cast<int>(offset), length_of(cell) >> halved, &cell);
   }
 }
 
