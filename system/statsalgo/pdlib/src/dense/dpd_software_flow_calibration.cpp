@@ -51,7 +51,7 @@ void crop_map(Entry (&map)[kEntries], int width, int height, const MapCrop& crop
 void crop_dcc_map(dpd_context_t* context) {
   const PDLibDccParam& size = context->calibration.DCC_param;
   if (size.MapWidth < 2 || size.MapHeight < 2) return;
-  if (size.MapWidth * size.MapHeight > kDccMapEntries) {
+  if (uint32_t{size.MapWidth} * size.MapHeight > uint32_t{kDccMapEntries}) {
     PDLIB_ERROR("pdaf cal: DCC map of %u by %u entries, expected %d at most", size.MapWidth,
                 size.MapHeight, kDccMapEntries);
     return;
