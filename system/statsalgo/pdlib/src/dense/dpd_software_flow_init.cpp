@@ -326,7 +326,7 @@ void copy_init_record(dpd_context_t* context, const PDLibInitParam& init) {
   context->pixelOrderType = init.pixelOrderType;
   context->nativePatternInfo = init.nativePatternInfo;
   context->bufferDataInfo = init.bufferDataInfo;
-  context->line.pixel_depth = static_cast<uint8_t>(init.pixelDepth);
+  context->line.pixel_depth = honoured_pixel_depth(init.pixelDepth);
   context->line.hdr_mode = init.isHdrModeEnabled == 1 ? 1 : 0;
   context->line.pixel_clamp = 1023;
 }
