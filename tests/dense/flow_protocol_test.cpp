@@ -139,20 +139,19 @@ TEST(Calls, LineOfResultsTellsTheWholeOrTheFirstWindow) {
 }
 
 TEST(Calls, LuxLevel) {
-  struct Case {
-    int gain;
-    float fps, integrationTime;
-    int level;
+  dpd_context_t context{};
+  const auto level = [&context](int gain, float fps, float integrationTime) {
+    context.gain = gain;
+    context.fps = fps;
+    context.integrationTime = integrationTime;
+    return DPDGetLuxLevel(context);
   };
-  for (const Case& c :
-       {Case{8, 0, 1, 0}, Case{1, -1, 0, 0}, Case{1, NAN, 0, 0}, Case{8, 25, 0.04F, 0},
-        Case{7, 25, 0.04F, 1}, Case{8, 25, 0.03F, 1}, Case{8, 25, 0.02F, 2}}) {
-    dpd_context_t context{};
-    context.gain = c.gain;
-    context.fps = c.fps;
-    context.integrationTime = c.integrationTime;
-    EXPECT_EQ(DPDGetLuxLevel(context), c.level) << c.gain << " " << c.integrationTime;
-  }
+  EXPECT_EQ(level(8, 25, 0.04F), 0);
+  EXPECT_EQ(level(1, -1, 0), 0);
+  EXPECT_EQ(level(1, NAN, 0), 0);
+  EXPECT_EQ(level(7, 25, 0.04F), 1);
+  EXPECT_EQ(level(8, 25, 0.03F), 1);
+  EXPECT_EQ(level(8, 25, 0.02F), 2);
 }
 
 // ---- Window changes
@@ -202,9 +201,7 @@ TEST(WindowChange, WithoutOneNothingIsAllocated) {
   for (uint32_t roiType : {0u, 2u, 3u, 5u}) {
     FlowRun run;
     run.camera.setWindows(3, 2, roiType);
-    run.camera.calibration.PD_OffsetMap.isAvailable = 1;
-    run.camera.calibration.PD_OffsetMap.width = 8;
-    run.camera.calibration.PD_OffsetMap.height = 6;
+    run.camera.setOffsets(0);
     run.camera.native().orientation = kOrientationMirrorAndFlip;
     run.camera.tuning.correlation.defocusConfidenceThreshold = 1024;
     ASSERT_EQ(run.init(), 0);
@@ -226,11 +223,7 @@ TEST(WindowChange, LearningConfiguresWhatItServes) {
     OpenFlow flow;
     flow.camera.setWindows(2, 2, roiType);
     flow.camera.tuning.adaptiveK.enable = 1;
-    PDLibOffsetMap& map = flow.camera.calibration.PD_OffsetMap;
-    map.isAvailable = 1;
-    map.width = 8;
-    map.height = 6;
-    std::fill_n(map.map, 48, 0.75F);
+    flow.camera.setOffsets(0.75F);
     ASSERT_EQ(flow.open(), 0);
     flow.context.pdBuffer = flow.camera.frame.data();
     DPDIncrementalProcessing(&flow.context, flow.camera.imageHeight());
@@ -279,19 +272,15 @@ TEST(Memory, EachAllocationOfInitMayFail) {
   EXPECT_EQ(Live(), live);
 }
 
-constexpr const char* kLinesOfGrids[] = {
-    "pCenterCorrelationGrids NULL",
-    "Center correlation grids mem allocation fail",
-    "pCenterPostProcessGrids NULL",
-    "Center post process grid mem allocation fail",
-    "Peripheral_window allocation error",
-    "Peripheral mem allocation error",
-    "p_dpd_grid_common NULL",  // the record, four lines, a curve
-    "p_dpd_grid_common NULL",
-    "p_dpd_grid_common NULL",
-    "p_dpd_grid_common NULL",
-    "p_dpd_grid_common NULL",
-    "p_dpd_grid_common NULL"};
+// In the order of the allocations; the last line tells of the record, four lines and a curve.
+const std::vector<const char*> kLinesOfGrids = [] {
+  std::vector<const char*> lines = {
+      "pCenterCorrelationGrids NULL",       "Center correlation grids mem allocation fail",
+      "pCenterPostProcessGrids NULL",       "Center post process grid mem allocation fail",
+      "Peripheral_window allocation error", "Peripheral mem allocation error"};
+  lines.insert(lines.end(), 6, "p_dpd_grid_common NULL");
+  return lines;
+}();
 
 TEST(Memory, EachAllocationOfAWindowMayFail) {
   const uint64_t live = Live();
@@ -336,10 +325,7 @@ TEST(Memory, UnflippedOffsetMapOnlyLosesTheOffset) {
   LogCapture log;
   FlowRun run;
   run.camera.native().orientation = kOrientationMirror;
-  PDLibOffsetMap& map = run.camera.calibration.PD_OffsetMap;
-  map.isAvailable = 1;
-  map.width = 8;
-  map.height = 6;
+  run.camera.setOffsets(0.75F);
   ASSERT_EQ(run.init(), 0);
   const FailedAt failed(4);  // behind the cells and windows
   EXPECT_EQ(run.frame(), 0);

@@ -1,5 +1,7 @@
 // What a flow prepares: limits and bias, maps and their look-ups, blocks, and the grids of a
 // window.
+#include <sstream>
+
 #include "dense/dual_flow.h"
 
 using test::DualCamera;
@@ -140,15 +142,11 @@ TEST(Setup, RefusedWithALine) {
   for (const auto& [change, line] : std::initializer_list<std::pair<Change, const char*>>{
            {[](DualCamera& c) { c.native().orientation = PDAFOrientation(4); },
             "Invalid sensor orientation 4"},
-           {[](DualCamera& c) {
-              c.tuning.correlation.searchRange = {16, 16};
-            },
+           {[](DualCamera& c) { c.tuning.correlation.searchRange.from = 16; },
             "FAIL near_lim is greater than far_lim."},
            {[](DualCamera& c) { c.calibration.MapWidth = 240; },
             "pdaf cal: gain maps of 240 by 4 entries, expected 1 to 475"},
-           {[](DualCamera& c) {
-              c.buffer().isp1BufferWidth = 10;  // 5 sites
-            },
+           {[](DualCamera& c) { c.buffer().isp1BufferWidth = 10; },
             "Error, please check gainm parameter settings"},
            {[](DualCamera& c) { c.buffer().isp1BufferWidth = 1; },
             "Invalid PD frame of 0 x 120 sites with 972 bytes a line, expected 1 to 65535"},
@@ -230,14 +228,14 @@ TEST(Offset, MeanOfFourAndOfFlippedMapsByTurns) {
     const char* line;
   };
   for (const Case& c : {
-           Case{8, 6, 0, {2.25F, 2.25F, 2.25F}, ""},     // 0, 1, 8, 9
-           Case{8, 6, 1, {5.25F, 2.25F, 5.25F}, ""},     // 7, 6, 15, 14
-           Case{8, 6, 2, {18.25F, 2.25F, 18.25F}, ""},   // 40, 41, 32, 33
-           Case{8, 6, 3, {21.25F, 2.25F, 21.25F}, ""},   // 47, 46, 39, 38
-           Case{3, 2, 0, {1, 1, 1}, ""},                 // 0, 1, 3, 4
-           Case{1, 1, 3, {0.5F, 0.5F, 0.5F}, ""},  // 0, 1, 1, 2
-           Case{21, 10, 0, {5.5F, 5.5F, 5.5F}, ""},      // 0, 1, 21, 22 of 210
-           Case{250, 1, 0, {0, 0, 0}, ""},               // entry 251 isn't there
+           Case{8, 6, 0, {2.25F, 2.25F, 2.25F}, ""},    // 0, 1, 8, 9
+           Case{8, 6, 1, {5.25F, 2.25F, 5.25F}, ""},    // 7, 6, 15, 14
+           Case{8, 6, 2, {18.25F, 2.25F, 18.25F}, ""},  // 40, 41, 32, 33
+           Case{8, 6, 3, {21.25F, 2.25F, 21.25F}, ""},  // 47, 46, 39, 38
+           Case{3, 2, 0, {1, 1, 1}, ""},                // 0, 1, 3, 4
+           Case{1, 1, 3, {0.5F, 0.5F, 0.5F}, ""},       // 0, 1, 1, 2
+           Case{21, 10, 0, {5.5F, 5.5F, 5.5F}, ""},     // 0, 1, 21, 22 of 210
+           Case{250, 1, 0, {0, 0, 0}, ""},              // entry 251 isn't there
            Case{21, 10, 1, {0, 0, 0}, "pd offset map left/right flip error"},
            Case{65535, 65535, 2, {0, 0, 0}, "pd offset map up/down flip error"},
            Case{0, 0, 3, {0.25F, 0.25F, 0.25F}, ""},  // 0, 1, 0, 1
@@ -284,137 +282,81 @@ TEST(Offset, RatioGoesBySteps) {
 
 // ---- Grids
 
-struct Box {
-  int startX, endX, startY, endY;
-};
-bool operator==(const dpd_grid_arg_t& cell, const Box& box) {
-  return cell.start_x == box.startX && cell.end_x == box.endX && cell.start_y == box.startY &&
-         cell.end_y == box.endY;
-}
-std::string Text(const dpd_grid_arg_t& cell) {
-  return testing::PrintToString(
-      std::vector<int>{cell.start_x, cell.end_x, cell.start_y, cell.end_y});
+// The named boxes as they are: c for correlation cells, w for result windows, p for peripheral
+// ones, with index, columns and rows.
+std::string Boxes(dpd_context_t& context, const std::string& names) {
+  std::istringstream in(names);
+  std::ostringstream out;
+  for (std::string box; in >> box;) {
+    const std::string name = box.substr(0, box.find(':'));
+    const dpd_grid_t& grid = name[0] == 'c'   ? context.pCenterCorrelationGrids
+                             : name[0] == 'w' ? context.pCenterPostProcessGrids
+                                              : context.p_dpd_peripheral_window;
+    const dpd_grid_arg_t& cell = grid.cells[std::stoul(name.substr(1))];
+    out << (out.tellp() > 0 ? " " : "") << name << ":" << cell.start_x << "-" << cell.end_x << ","
+        << cell.start_y << "-" << cell.end_y;
+  }
+  return out.str();
 }
 
-enum class Of { kCells, kWindows, kPeripheral };
-
-TEST(Grid, CellsAndWindows) {
-  struct Expected {
-    Of of;
-    uint32_t index;
-    Box box;
-  };
-  struct Case {
-    const char* name;
-    Change change;
-    size_t cells;
-    std::vector<Expected> boxes;
-  };
-  const Of cells = Of::kCells;
-  const Of windows = Of::kWindows;
-  const Of outside = Of::kPeripheral;
-  const auto without_overlap = [](DualCamera& c, uint32_t columns, uint32_t rows) {
+Change Roi(uint32_t columns, uint32_t rows, const PDLibWindow& roi,
+           const Change& more = kNoChange) {
+  return [=](DualCamera& c) {
     c.tuning.postProcess.enableGridOverlap = 0;
     c.setWindows(columns, rows);
+    c.param.windowConfig.window = roi;
+    more(c);
   };
-  const auto of_type = [](uint32_t type) {
-    return [type](DualCamera& c) { c.setWindows(1, 1, type); };
+}
+Change OfType(uint32_t type) {
+  return [type](DualCamera& c) { c.setWindows(1, 1, type); };
+}
+
+TEST(Grid, CellsAndWindows) {
+  const Change packed = [](DualCamera& c) { c.setFormat(kBufferFormat1); };
+  const Change interleaved = [](DualCamera& c) { c.init.isHdrModeEnabled = 1; };
+  const Change overlap = [](DualCamera& c) { c.tuning.postProcess.enableGridOverlap = 1; };
+  struct Case {
+    Change change;
+    size_t cells;
+    const char* boxes;
   };
   for (const Case& c : {
            // 120 by 60 sites from (60, 30) in 4 by 4 cells; the last row ends one line early.
-           Case{"overlap",
-                kNoChange,
-                16,
-                {{cells, 0, {60, 89, 30, 44}},
-                 {cells, 7, {150, 179, 45, 59}},
-                 {cells, 15, {150, 179, 75, 88}},
-                 {windows, 0, {60, 119, 30, 59}},
-                 {windows, 5, {120, 179, 45, 74}},
-                 {windows, 9, {60, 179, 30, 88}},
-                 {outside, 0, {0, 59, 0, 29}},
-                 {outside, 4, {180, 239, 30, 89}},
-                 {outside, 6, {60, 179, 90, 119}}}},
-           Case{"one window",
-                [](DualCamera& c) { c.setWindows(1, 1); },
-                1,
-                {{cells, 0, {60, 179, 30, 88}},
-                 {windows, 0, {60, 179, 30, 88}},
-                 {windows, 1, {60, 179, 30, 88}}}},
+           Case{kNoChange, 16,
+                "c0:60-89,30-44 c7:150-179,45-59 c15:150-179,75-88 w0:60-119,30-59 "
+                "w5:120-179,45-74 w9:60-179,30-88 p0:0-59,0-29 p4:180-239,30-89 p6:60-179,90-119"},
+           Case{OfType(0), 1, "c0:60-179,30-88 w0:60-179,30-88 w1:60-179,30-88"},
            // 125 columns in 2, 60 rows in 7: starts at multiples of 8.57, heights of 8; the rest of
-           // 4 rows goes to the last one.
-           Case{"remainders",
-                [&](DualCamera& c) {
-                  without_overlap(c, 2, 7);
-                  c.setRoi(0, 0, 125.0F / 240, 0.5F);
-                },
-                14,
-                {{cells, 0, {0, 61, 0, 7}},
-                 {cells, 1, {62, 124, 0, 7}},
-                 {cells, 4, {0, 61, 17, 24}},
-                 {cells, 13, {62, 124, 51, 61}},
-                 {windows, 13, {62, 124, 51, 61}},
-                 {windows, 14, {0, 124, 0, 61}},
-                 // Left of a ROI at the edge lies the whole image.
-                 {outside, 0, {0, 239, 0, 119}},
-                 {outside, 7, {125, 239, 60, 119}}}},
+           // 4 rows goes to the last one. Left of a ROI at the edge lies the whole image.
+           Case{Roi(2, 7, {0, 0, 125.0F / 240, 0.5F}), 14,
+                "c0:0-61,0-7 c1:62-124,0-7 c4:0-61,17-24 c13:62-124,51-61 w13:62-124,51-61 "
+                "w14:0-124,0-61 p0:0-239,0-119 p7:125-239,60-119"},
            // 124 columns in 3: 41 a cell, even 40, and a rest of 1; from column 51, even 50.
-           Case{"packed",
-                [&](DualCamera& c) {
-                  without_overlap(c, 3, 1);
-                  c.setFormat(kBufferFormat1);
-                  c.setRoi(51.0F / 240, 0, 175.0F / 240, 0.5F);
-                },
-                3,
-                {{cells, 0, {50, 89, 0, 58}},
-                 {cells, 2, {130, 170, 0, 58}},
-                 {outside, 1, {50, 173, 0, 119}},
-                 {outside, 2, {174, 239, 0, 119}}}},
+           Case{Roi(3, 1, {51.0F / 240, 0, 175.0F / 240, 0.5F}, packed), 3,
+                "c0:50-89,0-58 c2:130-170,0-58 p1:50-173,0-119 p2:174-239,0-119"},
            // 127 by 64 in 2 by 3: 63, even 62, rest 1, even 0; 21, rest 1, even 0.
-           Case{"interleaved",
-                [&](DualCamera& c) {
-                  without_overlap(c, 2, 3);
-                  c.init.isHdrModeEnabled = 1;
-                  c.setRoi(51.0F / 240, 0.25F, 178.0F / 240, 94.0F / 120);
-                },
-                6,
-                {{cells, 0, {50, 111, 30, 50}},
-                 {cells, 3, {112, 173, 51, 71}},
-                 {cells, 5, {112, 173, 73, 92}},
-                 {outside, 1, {51, 177, 0, 29}}}},
+           Case{Roi(2, 3, {51.0F / 240, 0.25F, 178.0F / 240, 94.0F / 120}, interleaved), 6,
+                "c0:50-111,30-50 c3:112-173,51-71 c5:112-173,73-92 p1:51-177,0-29"},
            // 20 columns a cell: with 24 shifts behind them columns from 217 on have no room.
-           Case{"image's edge",
-                [](DualCamera& c) {
-                  c.setWindows(11, 1);
-                  c.setRoi(0, 0, 1, 1);
-                },
-                24,
-                {{cells, 9, {180, 199, 0, 59}},
-                 {cells, 10, {176, 240, 0, 59}},
-                 {cells, 11, {220, 239, 0, 59}},
-                 {cells, 22, {176, 240, 60, 118}},
-                 {windows, 10, {176, 239, 0, 118}}}},
-           Case{"type 3", of_type(3), 1, {{cells, 0, {0, 119, 30, 88}}}},
-           Case{"type 4", of_type(4), 1, {{cells, 0, {60, 179, 30, 88}}}},
-           Case{"type 5", of_type(5), 1, {{cells, 0, {60, 239, 30, 88}}}},
-           Case{"type 6", of_type(6), 1, {{cells, 0, {0, 119, 30, 88}}}},
-           Case{"type 7", of_type(7), 1, {{cells, 0, {60, 239, 30, 88}}}},
-           Case{"type 8", of_type(8), 1, {{cells, 0, {0, 119, 30, 88}}}},
-           Case{"type 10", of_type(10), 1, {{cells, 0, {60, 239, 30, 88}}}},
+           Case{Roi(11, 1, {0, 0, 1, 1}, overlap), 24,
+                "c9:180-199,0-59 c10:176-240,0-59 c11:220-239,0-59 c22:176-240,60-118 "
+                "w10:176-239,0-118"},
+           Case{OfType(3), 1, "c0:0-119,30-88"},
+           Case{OfType(4), 1, "c0:60-179,30-88"},
+           Case{OfType(5), 1, "c0:60-239,30-88"},
+           Case{OfType(6), 1, "c0:0-119,30-88"},
+           Case{OfType(7), 1, "c0:60-239,30-88"},
+           Case{OfType(8), 1, "c0:0-119,30-88"},
+           Case{OfType(10), 1, "c0:60-239,30-88"},
        }) {
     OpenFlow flow;
     c.change(flow.camera);
-    ASSERT_EQ(flow.open(), kPDStatusOk) << c.name;
-    EXPECT_EQ(flow.context.pCenterCorrelationGrids.cells.size(), c.cells) << c.name;
+    ASSERT_EQ(flow.open(), kPDStatusOk) << c.boxes;
+    EXPECT_EQ(flow.context.pCenterCorrelationGrids.cells.size(), c.cells) << c.boxes;
     EXPECT_EQ(flow.context.p_dpd_peripheral_window.cells.empty(),
-              flow.camera.param.windowConfig.roiType != kRoiDefault)
-        << c.name;
-    for (const Expected& e : c.boxes) {
-      dpd_grid_t& grid = e.of == cells     ? flow.context.pCenterCorrelationGrids
-                         : e.of == windows ? flow.context.pCenterPostProcessGrids
-                                           : flow.context.p_dpd_peripheral_window;
-      EXPECT_TRUE(grid[e.index] == e.box) << c.name << " " << static_cast<int>(e.of) << " "
-                                          << e.index << " " << Text(grid[e.index]);
-    }
+              flow.camera.param.windowConfig.roiType != kRoiDefault);
+    EXPECT_EQ(Boxes(flow.context, c.boxes), c.boxes);
   }
 }
 

@@ -1,5 +1,7 @@
 #include "support/dual_camera.h"
 
+#include <algorithm>
+
 #include "support/sparse_camera.h"
 
 namespace test {
@@ -87,6 +89,12 @@ void DualCamera::setWindows(uint32_t columns, uint32_t rows, uint32_t roiType) {
 
 void DualCamera::setRoi(float startX, float startY, float endX, float endY) {
   param.windowConfig.window = {startX, startY, endX, endY};
+}
+
+void DualCamera::setOffsets(float pixels) {
+  PDLibOffsetMap& map = calibration.PD_OffsetMap;
+  map = {1, {}, calibration.DCC_param.MapWidth, calibration.DCC_param.MapHeight, {}};
+  std::fill_n(map.map, kDccMapEntries, pixels);
 }
 
 void DualCamera::addExtension(const char* name, const std::vector<float>& values, int32_t enabled) {

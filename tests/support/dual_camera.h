@@ -26,6 +26,8 @@ struct DualCamera {
   void setFormat(uint32_t format);
   void setWindows(uint32_t columns, uint32_t rows, uint32_t roiType = kRoiDefault);
   void setRoi(float startX, float startY, float endX, float endY);
+  // A PD offset map with this value everywhere.
+  void setOffsets(float pixels);
   void addExtension(const char* name, const std::vector<float>& values, int32_t enabled = 1);
 
   // Writes the frame: sample 0 or 1 of the site at (x, y), in the horizontal layout of the format.
