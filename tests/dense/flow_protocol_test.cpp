@@ -387,15 +387,18 @@ void RunAnything(uint32_t seed, bool vertical, uint32_t* measured) {
   OpenFlow inside;  // tells how large the frame must be
   DualCamera& camera = inside.camera;
   inside.context.isVertical = vertical;
+  const uint32_t width = AnyOf(random, {1u, 2u, 2u, 2u, 3u, 4u, 1u << 24});
   if (vertical || seed % 3 == 0) {
-    const uint32_t width = AnyOf(random, {1u, 2u, 2u, 3u, 4u});
     const uint32_t type = AnyOf(random, {0u, 2u, 3u, 4u, 7u});
     camera.setBlock(width, AnyOf(random, {1u, 2u, 3u, 4u, 6u}),
                     {type, AnyOf(random, {1u, 2u, 3u}), 3});
   }
   camera.setFormat(AnyOf(random, {0u, 1u, 2u, 2u, 2u, 3u, 4u}));
-  camera.buffer().ispBufferHeight = AnyOf(random, {1u, 9u, 120u, 240u});
+  if (width > 4) camera.buffer().isp1BufferStride = 4000;
+  camera.buffer().ispBufferHeight = AnyOf(random, {9u, 120u, 240u, 720u});
   camera.native().orientation = PDAFOrientation(random.Next() % 4);
+  camera.native().cropRegion = AnyOf<PDLibCropRegion>(
+      random, {{}, {48, 24, 240, 120}, {-9, 0, 1, 1}, {0, 0, UINT32_MAX, UINT32_MAX}});
   camera.native().verticalDownscaleFactor = AnyOf(random, {2.0F, 1.0F, 0.0F, 2.5F, NAN});
   camera.init.pixelOrderType = PDAFPixelOrderType(random.Next() % 3);
   camera.init.isHdrModeEnabled = random.Next() % 2;
@@ -404,7 +407,7 @@ void RunAnything(uint32_t seed, bool vertical, uint32_t* measured) {
       random, {{-32, 16}, {0, 1}, {-2000, 2000}, {INT32_MIN, INT32_MAX}, {40, 90}, {-90, -40}});
   camera.tuning.correlation.searchRange = camera.tuning.correlationVertical.searchRange = range;
   camera.tuning.postProcess.enableGridOverlap = static_cast<int>(random.Next() % 2);
-  camera.tuning.postProcess.confIntegralWidth = AnyOf(random, {32, 0, -7, INT32_MAX, INT32_MIN});
+  camera.tuning.postProcess.confIntegralWidth = AnyOf(random, {32, 9, 0, -7, INT32_MAX, INT32_MIN});
   camera.tuning.postProcess.biasVectorStrength = AnyOf(random, {0.0F, 1.0F, NAN});
   camera.tuning.postProcess.temporalFilterStaticWeight = AnyOf(random, {0.5F, 3e38F, -1.0F, NAN});
   camera.tuning.correlation.PDRangeControl = AnyOf(random, {0.1F, 1e30F, NAN});
@@ -413,7 +416,7 @@ void RunAnything(uint32_t seed, bool vertical, uint32_t* measured) {
                                                100, AnyOf(random, {100, 0, 700, -3})};
   camera.tuning.adaptiveK.enable = static_cast<int>(random.Next() % 2);
   for (auto* path : {&camera.tuning.preProcess, &camera.tuning.preProcessVertical})
-    path->filterTrigger.filterSet[2].verticalMode = AnyOf(random, {1, 2, 4, 8, 16, 16, 7, 0});
+    path->filterTrigger.filterSet[2].verticalMode = AnyOf(random, {1, 2, 2, 4, 8, 16, 7});
   PDLibOffsetMap& map = camera.calibration.PD_OffsetMap;
   map.isAvailable = 1;
   map.width = camera.calibration.DCC_param.MapWidth = AnyOf<uint16_t>(random, {8, 8, 1, 0, 65535});
@@ -423,9 +426,10 @@ void RunAnything(uint32_t seed, bool vertical, uint32_t* measured) {
   camera.addExtension("SADRepeatPatternPrevent", {AnyOf(random, {4.0F, 0.0F, NAN}), 0.1F, 0.5F, 0});
   camera.addExtension("VerticalLayoutExt", {AnyOf(random, {0.0F, 4.0F, -1e20F})});
   const auto counts = AnyOf<std::pair<uint32_t, uint32_t>>(
-      random, {{1, 1}, {3, 3}, {14, 14}, {1, 199}, {199, 1}, {2, 5}});
+      random, {{1, 1}, {1, 1}, {3, 3}, {2, 5}, {14, 14}, {1, 199}, {199, 1}});
   camera.setWindows(counts.first, counts.second, random.Next() % 11);
   const auto roi = AnyOf<PDLibWindow>(random, {{0.25F, 0.25F, 0.75F, 0.75F},
+                                               {0.1F, 0.3F, 0.8F, 0.9F},
                                                {0, 0, 1, 1},
                                                {0.5F, 0.5F, 0.51F, 0.52F},
                                                {1, 1, 1, 1},
