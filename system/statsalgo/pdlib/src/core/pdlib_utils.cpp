@@ -56,6 +56,11 @@ float honoured_pd_offset(float offset) {
   return offset > -kMaxPDOffset && offset < kMaxPDOffset ? offset : 0.0F;
 }
 
+uint8_t honoured_pixel_depth(uint32_t depth) {
+  constexpr uint8_t kDefaultDepth = 10;
+  return depth >= 1 && depth <= 16 ? static_cast<uint8_t>(depth) : kDefaultDepth;
+}
+
 bool has_usable_gain_maps(const _pdaf_cal_param_t& calibration) {
   const uint32_t entries = uint32_t{calibration.MapWidth} * calibration.MapHeight;
   if (entries > 0 && entries <= uint32_t{kGainMapEntries}) return true;

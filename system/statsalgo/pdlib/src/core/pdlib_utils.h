@@ -57,6 +57,9 @@ bool read_orientation(PDAFOrientation orientation, bool* mirror, bool* flip);
 // The sensor's phase offset as flows honour it: 0 unless it lies inside (-10, 10) pixels.
 float honoured_pd_offset(float offset);
 
+// The bits of a pixel: 10 for a depth outside 1 to 16.
+uint8_t honoured_pixel_depth(uint32_t depth);
+
 // Whether the gain maps of a calibration have 1 to kGainMapEntries entries; logs it if not.
 bool has_usable_gain_maps(const _pdaf_cal_param_t& calibration);
 

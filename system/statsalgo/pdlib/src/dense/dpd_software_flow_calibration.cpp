@@ -51,7 +51,7 @@ void crop_map(Entry (&map)[kEntries], int width, int height, const MapCrop& crop
 void crop_dcc_map(dpd_context_t* context) {
   const PDLibDccParam& size = context->calibration.DCC_param;
   if (size.MapWidth < 2 || size.MapHeight < 2) return;
-  if (size.MapWidth * size.MapHeight > kDccMapEntries) {
+  if (uint32_t{size.MapWidth} * size.MapHeight > uint32_t{kDccMapEntries}) {
     PDLIB_ERROR("pdaf cal: DCC map of %u by %u entries, expected %d at most", size.MapWidth,
                 size.MapHeight, kDccMapEntries);
     return;
@@ -114,13 +114,17 @@ int16_t without_fraction(int value, uint16_t fractionBits) {
   return static_cast<int16_t>(fractionBits > kMaxShift ? 0 : value / (1 << fractionBits));
 }
 
+// A map that the record doesn't hold as a whole can't be flipped.
 bool flip_offset_map(dpd_context_t* context) {
   PDLibOffsetMap& offset = context->calibration.PD_OffsetMap;
-  if (context->sensor.mirror && fliplr_float(offset.map, offset.width, offset.height) != 0) {
+  const bool isWhole = uint32_t{offset.width} * offset.height <= uint32_t{kDccMapEntries};
+  if (context->sensor.mirror &&
+      (!isWhole || fliplr_float(offset.map, offset.width, offset.height) != 0)) {
     PDLIB_ERROR("pd offset map left/right flip error");
     return false;
   }
-  if (context->sensor.flip && flipud_float(offset.map, offset.width, offset.height) != 0) {
+  if (context->sensor.flip &&
+      (!isWhole || flipud_float(offset.map, offset.width, offset.height) != 0)) {
     PDLIB_ERROR("pd offset map up/down flip error");
     return false;
   }
@@ -130,15 +134,9 @@ bool flip_offset_map(dpd_context_t* context) {
 bool is_offset_map_usable(const _pdaf_cal_param_t& calibration) {
   const PDLibOffsetMap& offset = calibration.PD_OffsetMap;
   const PDLibDccParam& dcc = calibration.DCC_param;
-  if (offset.width != dcc.MapWidth || offset.height != dcc.MapHeight) {
-    PDLIB_ERROR("inconsistency between PDOffsetMap(%dx%d) and DccMap(%dx%d)", offset.width,
-                offset.height, dcc.MapWidth, dcc.MapHeight);
-    return false;
-  }
-  const int entries = offset.width * offset.height;
-  if (entries > 0 && entries <= kDccMapEntries) return true;
-  PDLIB_ERROR("pdaf cal: PD offset map of %d by %d entries, expected 1 to %d", offset.width,
-              offset.height, kDccMapEntries);
+  if (offset.width == dcc.MapWidth && offset.height == dcc.MapHeight) return true;
+  PDLIB_ERROR("inconsistency between PDOffsetMap(%dx%d) and DccMap(%dx%d)", offset.width,
+              offset.height, dcc.MapWidth, dcc.MapHeight);
   return false;
 }
 
@@ -183,8 +181,8 @@ float InterpolateOffset(dpd_context_t* context, int start_x, int end_x, int star
   const PDLibOffsetMap& offset = context->calibration.PD_OffsetMap;
   const int column = first_map_line(relative_middle(start_x, end_x, width), offset.width);
   const int row = first_map_line(relative_middle(start_y, end_y, height), offset.height);
-  const int upper = row * offset.width + column;
-  const int lower = upper + offset.width;
+  const int64_t upper = int64_t{row} * offset.width + column;
+  const int64_t lower = upper + offset.width;
   if (lower + 1 >= kDccMapEntries) return 0.0F;
   const float* map = offset.map;
   return (map[upper] + map[upper + 1] + map[lower] + map[lower + 1]) * 0.25F;

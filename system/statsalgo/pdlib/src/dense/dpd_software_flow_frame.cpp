@@ -100,7 +100,8 @@ void restrict_to_paired_rows(const dpd_context_t& context, dpd_line_arg_t* line_
     return;
   }
   line_arg->request.bin_lines = static_cast<uint16_t>(paired);
-  line_arg->p_sad_req->vertical_interval = static_cast<uint16_t>(context.block_height);
+  line_arg->p_sad_req->vertical_interval =
+      std::max<uint16_t>(static_cast<uint16_t>(context.block_height), 1);
 }
 
 // The stretch of the job's cells, with room for the search range behind it where the frame has it.
@@ -378,9 +379,9 @@ void DPDProcessGridLine(dpd_context_t* context, dpd_line_arg_t* line_arg, uint32
   }
   const int interval = context->sadRequest.vertical_interval;
   if (context->isVertical) {
-    const int block = static_cast<int>(context->block_width);
+    const int64_t block = context->block_width;
     const int end = grid[first_cell].end_x;
-    for (int x = grid[first_cell].start_x; x + request.bin_lines * block < end;
+    for (int64_t x = grid[first_cell].start_x; x + request.bin_lines * block < end;
          x += interval * block) {
       request.start_x = static_cast<uint16_t>(x);
       process_column(context, line_arg, first_cell);
@@ -398,16 +399,16 @@ void DPDCoreLineSAD(dpd_context_t* context, dpd_line_arg_t* line_arg, uint32_t f
   dpd_grid_t& grid = active_grid(context);
   const JobCells cells = summed_cells(*context, first_cell);
   const auto length_of = [context](const dpd_grid_arg_t& cell) {
-    const int length = context->isVertical ? cell.end_y - cell.start_y : cell.end_x - cell.start_x;
-    return context->line.hdr_mode == 1 ? length >> 1 : length;
+    return context->isVertical ? cell.end_y - cell.start_y : cell.end_x - cell.start_x;
   };
+  const int halved = context->line.hdr_mode == 1 ? 1 : 0;
   // Cells of unequal width, too, lie at multiples of the first one's.
   const int distance = length_of(grid[first_cell]);
   for (uint32_t k = 0; k < cells.count; ++k) {
     dpd_grid_arg_t& cell = grid[cells.first + k * cells.step];
-    const int64_t offset = int64_t{k} * distance;
+    const int64_t offset = int64_t{k} * distance >> halved;
     if (offset < 0 || offset > static_cast<int64_t>(context->lineCapacity)) continue;
-    add_line_sad(*context, line_arg, static_cast<int>(offset), length_of(cell), &cell);
+    add_line_sad(*context, line_arg, static_cast<int>(offset), length_of(cell) >> halved, &cell);
   }
 }
 

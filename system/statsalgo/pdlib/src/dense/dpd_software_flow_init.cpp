@@ -46,7 +46,6 @@ tessarinePDLibType fallback_tuning() {
   tuning.postProcess.enableGridOverlap = 1;
   tuning.postProcess.confIntegralWidth = 32;
   auto& adaptive = tuning.adaptiveK;
-  adaptive.enable = 1;
   adaptive.timeoutFrameCntThres = 32;
   adaptive.filterSize = 3;
   adaptive.state0StableCntThres = 3;
@@ -327,7 +326,7 @@ void copy_init_record(dpd_context_t* context, const PDLibInitParam& init) {
   context->pixelOrderType = init.pixelOrderType;
   context->nativePatternInfo = init.nativePatternInfo;
   context->bufferDataInfo = init.bufferDataInfo;
-  context->line.pixel_depth = static_cast<uint8_t>(init.pixelDepth);
+  context->line.pixel_depth = honoured_pixel_depth(init.pixelDepth);
   context->line.hdr_mode = init.isHdrModeEnabled == 1 ? 1 : 0;
   context->line.pixel_clamp = 1023;
 }

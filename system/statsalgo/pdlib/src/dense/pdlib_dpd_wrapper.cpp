@@ -57,8 +57,10 @@ struct Window {
   int16_t length;  // counted in 16 bits; below 1: no window
 };
 
-// `width` entries around `best`, moved inward at the ends of the curve.
+// `width` entries around `best`, moved inward at the ends of the curve. A negative width, whose
+// ends come in the wrong order, holds none.
 Window confidence_window(int64_t best, int64_t last, int width) {
+  if (width < 0) return {0, 0};
   const int64_t half = width / 2;
   const auto window = [](int64_t start, int64_t length) {
     return Window{start, static_cast<int16_t>(length)};

@@ -18,7 +18,6 @@ using pdlib::ToInt32;
 
 namespace {
 
-constexpr uint32_t kDefaultPixelDepth = 10;
 // Wider search ranges than any sensor's travel are refused, so that vectors stay small.
 constexpr int kMaxSearchShift = 8192;  // pixels
 
@@ -192,8 +191,7 @@ void decide_optimized_parsing(pdaf_context_t* context) {
 void copy_init_record(pdaf_context_t* context, const PDLibInitParam& init) {
   context->actuatorSensitivity = init.actuatorSensitivity;
   context->blackLevel = init.blackLevel;
-  context->pixelDepth =
-      init.pixelDepth >= 1 && init.pixelDepth <= 16 ? init.pixelDepth : kDefaultPixelDepth;
+  context->pixelDepth = honoured_pixel_depth(init.pixelDepth);
   context->nativePatternInfo = init.nativePatternInfo;
   context->bufferDataInfo = init.bufferDataInfo;
 }
