@@ -238,6 +238,28 @@ TEST(WindowChange, LearningConfiguresWhatItServes) {
   }
 }
 
+TEST(Calls, LearningSeesAFrameOnce) {
+  for (const auto& [roiType, enable, frames] :
+       {std::tuple{0u, 1, 2}, std::tuple{2u, 1, 2}, std::tuple{1u, 1, 0}, std::tuple{0u, 0, 0}}) {
+    LogCapture log(3);
+    FlowRun run;
+    run.camera.setWindows(3, 3, roiType);
+    run.camera.tuning.adaptiveK.enable = enable;
+    run.camera.param.lensPosition = 321;
+    ASSERT_EQ(run.init(), 0);
+    for (uint32_t lines : {60u, 180u, 240u, 240u}) ASSERT_EQ(run.call(lines), 0);
+    EXPECT_EQ(log.count("ADAPTK: S106 - Frame at lens position 321, sensitivity 0.500000"), frames);
+    EXPECT_FALSE(log.has("ADAPTK: S107 - Reset"));
+    run.camera.setWindows(2, 2, roiType);
+    ASSERT_EQ(run.frame(), 0);
+    EXPECT_EQ(log.count("ADAPTK: S107 - Reset"), enable);
+    const void* data = nullptr;
+    int size = -1;
+    ASSERT_EQ(run.flow->GetAdaptiveData(&data, &size), 0);
+    EXPECT_EQ(size, enable == 1 ? kAdaptiveDataSize : 0);
+  }
+}
+
 // ---- Memory
 
 struct FailedAt {
