@@ -70,18 +70,22 @@ TEST(Calls, PartOfTheRoiGivesItsRowsAndNoResult) {
 }
 
 TEST(Calls, PeripheralWindowsFollowTheLines) {
+  LogCapture log(1);
   FlowRun run;
   run.camera.tuning.correlation.defocusConfidenceThreshold = 1024;  // never met
   ASSERT_EQ(run.init(), 0);
   for (int frame = 0; frame < 2; ++frame) {
     for (const auto& [lines, windows] :
-         {std::pair{60u, 1}, {179u, 1}, {180u, 5}, {239u, 5}, {240u, 8}}) {
+         {std::pair{10u, 1}, {179u, 1}, {180u, 5}, {239u, 5}, {240u, 8}}) {
       ASSERT_EQ(run.call(lines), 0);
       EXPECT_EQ(Sure(run.output.peripheralInfo), windows) << frame << " " << lines;
       EXPECT_EQ(run.output.processingResult, kResultLowConfidence);
       EXPECT_EQ(run.output.isPeripheralValid, 1);
     }
   }
+  EXPECT_EQ(log.count("Warning: written PD buffer ratio negative -0.416667, number of written PD "
+                      "lines 10"),
+            2);  // from the centre of each frame alone
 }
 
 TEST(Calls, LowConfidenceOfOtherRois) {
