@@ -70,18 +70,22 @@ TEST(Calls, PartOfTheRoiGivesItsRowsAndNoResult) {
 }
 
 TEST(Calls, PeripheralWindowsFollowTheLines) {
+  LogCapture log(1);
   FlowRun run;
   run.camera.tuning.correlation.defocusConfidenceThreshold = 1024;  // never met
   ASSERT_EQ(run.init(), 0);
   for (int frame = 0; frame < 2; ++frame) {
     for (const auto& [lines, windows] :
-         {std::pair{60u, 1}, {179u, 1}, {180u, 5}, {239u, 5}, {240u, 8}}) {
+         {std::pair{10u, 1}, {179u, 1}, {180u, 5}, {239u, 5}, {240u, 8}}) {
       ASSERT_EQ(run.call(lines), 0);
       EXPECT_EQ(Sure(run.output.peripheralInfo), windows) << frame << " " << lines;
       EXPECT_EQ(run.output.processingResult, kResultLowConfidence);
       EXPECT_EQ(run.output.isPeripheralValid, 1);
     }
   }
+  EXPECT_EQ(log.count("Warning: written PD buffer ratio negative -0.416667, number of written PD "
+                      "lines 10"),
+            2);  // from the centre of each frame alone
 }
 
 TEST(Calls, LowConfidenceOfOtherRois) {
@@ -235,6 +239,28 @@ TEST(WindowChange, LearningConfiguresWhatItServes) {
       EXPECT_EQ(dcc != 0, roiType != 1) << w;
       EXPECT_EQ(info.defocus, static_cast<int>(static_cast<float>(dcc) * info.phaseDiff));
     }
+  }
+}
+
+TEST(Calls, LearningSeesAFrameOnce) {
+  for (const auto& [roiType, enable, frames] :
+       {std::tuple{0u, 1, 2}, std::tuple{2u, 1, 2}, std::tuple{1u, 1, 0}, std::tuple{0u, 0, 0}}) {
+    LogCapture log(3);
+    FlowRun run;
+    run.camera.setWindows(3, 3, roiType);
+    run.camera.tuning.adaptiveK.enable = enable;
+    run.camera.param.lensPosition = 321;
+    ASSERT_EQ(run.init(), 0);
+    for (uint32_t lines : {60u, 180u, 240u, 240u}) ASSERT_EQ(run.call(lines), 0);
+    EXPECT_EQ(log.count("ADAPTK: S106 - Frame at lens position 321, sensitivity 0.500000"), frames);
+    EXPECT_FALSE(log.has("ADAPTK: S107 - Reset"));
+    run.camera.setWindows(2, 2, roiType);
+    ASSERT_EQ(run.frame(), 0);
+    EXPECT_EQ(log.count("ADAPTK: S107 - Reset"), enable);
+    const void* data = nullptr;
+    int size = -1;
+    ASSERT_EQ(run.flow->GetAdaptiveData(&data, &size), 0);
+    EXPECT_EQ(size, enable == 1 ? kAdaptiveDataSize : 0);
   }
 }
 

@@ -288,10 +288,6 @@ float phase_difference(const dpd_context_t& context, const dpd_grid_arg_t& cell)
 
 // ---- Steps of the frame
 
-float roi_ratio(const dpd_context_t& context, uint32_t lines) {
-  return checked_written_ratio(context.window, context.sensor.imageHeight, lines);
-}
-
 void process_ready_lines(dpd_context_t* context, uint32_t ready, const PDLibOutputData& output) {
   if (!context->isVertical) {
     for (uint32_t row = 0; row < ready; ++row) {
@@ -443,7 +439,8 @@ void DPDGetPDCenterWindow(dpd_context_t* context, uint32_t lines, PDLibOutputDat
   const pdlib::ProfileScope profile(pdlib::kProfileLrCenterWindow);
   output->processingResult = kResultStarted;
   context->isPeripheralMode = false;
-  const uint32_t ready = ready_rows(context->rows, roi_ratio(*context, lines));
+  const float ratio = checked_written_ratio(context->window, context->sensor.imageHeight, lines);
+  const uint32_t ready = ready_rows(context->rows, ratio);
   process_ready_lines(context, ready, *output);
   if (ready != context->rows) return;
   measure_windows(context, output);
@@ -453,7 +450,8 @@ void DPDGetPDCenterWindow(dpd_context_t* context, uint32_t lines, PDLibOutputDat
 void DPDGetPDPeripheralWindow(dpd_context_t* context, uint32_t lines, PDLibOutputData* output) {
   const pdlib::ProfileScope profile(pdlib::kProfilePeripheralWindow);
   context->isPeripheralMode = true;
-  uint32_t count = roi_ratio(*context, lines) < 1.0F ? 1 : kFirstWindowBelowRoi;
+  const float ratio = written_ratio(context->window, context->sensor.imageHeight, lines);
+  uint32_t count = ratio < 1.0F ? 1 : kFirstWindowBelowRoi;
   if (lines == context->sensor.imageHeight) count = kPeripheralWindows;
   for (uint32_t i = 0; i < count; ++i) {
     if (has_result(output->peripheralInfo, i)) continue;
