@@ -178,42 +178,57 @@ bool ParameterSetManager::LoadMode(const TuningMode* branch, uint32_t count, con
   return false;
 }
 
+// What a load of modes is for, and how often it has opened the file.
+struct ParameterSetManager::LoadRequest {
+  const char* name;
+  const TuningMode* branch;
+  uint32_t count;
+  uint32_t fileReferences = 0;
+};
+
 // Loads the modes along a branch; the file stays open from the first one that needs it.
 bool ParameterSetManager::LoadModeInternal(const TuningMode* branch, uint32_t count,
                                            const char* name) {
-  uint32_t fileReferences = 0;
+  LoadRequest request{name, branch, count};
   ModeEntry* root = loaded_.tree->GetRoot();
-  bool loaded = LoadModules(root, name, fileReferences);
+  bool loaded = LoadModules(root, request);
   WalkGroups(root, branch, count, [&](ModeEntry* mode) {
-    if (!LoadModules(mode, name, fileReferences)) loaded = false;
+    if (!LoadModules(mode, request)) loaded = false;
     return true;
   });
-  if (fileReferences != 0) loaded_.table->FileReference(-static_cast<int32_t>(fileReferences));
+  if (request.fileReferences != 0)
+    loaded_.table->FileReference(-static_cast<int32_t>(request.fileReferences));
   return loaded;
 }
 
-void ParameterSetManager::LogLoading(bool load, const ModeEntry* mode, const char* name) const {
+// A linked mode is told with the one that its modules stand in.
+void ParameterSetManager::LogLoading(bool load, ModeEntry* mode, const LoadRequest& request) const {
   if (!logsDebug_) return;
   char path[kMaxPathText] = {};
+  char target[kMaxPathText] = {};
   mode->GetModePath(path, sizeof(path));
-  PARAMETER_DEBUG(this, "%soading modules (GetModule:%s): %s\n", load ? "L" : "Unl",
-                  name == nullptr ? "Unknown" : name, path);
+  if (mode->GetLink() != nullptr) mode->Resolve()->GetModePath(target, sizeof(target));
+  const BranchText branch(request.branch, request.count);
+  PARAMETER_DEBUG(this, "%soading modules (GetModule:%s:%s): %s%s%s\n", load ? "L" : "Unl",
+                  request.name == nullptr ? "Unknown" : request.name,
+                  branch.text[0] == '\0' ? "Unknown" : branch.text, path,
+                  target[0] == '\0' ? "" : "->", target);
 }
 
-bool ParameterSetManager::LoadModules(ModeEntry* mode, const char* name, uint32_t& fileReferences) {
+bool ParameterSetManager::LoadModules(ModeEntry* mode, LoadRequest& request) {
   if (mode == nullptr) {
     PARAMETER_ERROR(this, "LoadModules: mode is nullptr\n");
     return true;
   }
-  mode = mode->Resolve();
+  ModeEntry* resolved = mode->Resolve();
   bool loaded = true;
-  if (!mode->IsLoaded()) {
-    LogLoading(true, mode, name);
+  if (!resolved->IsLoaded()) {
+    LogLoading(true, mode, request);
     loaded_.table->FileReference(1);
-    ++fileReferences;
-    loaded = LoadModulesOf(mode);
+    ++request.fileReferences;
+    loaded = LoadModulesOf(resolved);
   }
-  if (mode->GetModuleCount() != 0) TouchMode(mode);
+  if (resolved->GetModuleCount() != 0) TouchMode(resolved);
   TrimRecentModes();
   return loaded;
 }
@@ -233,7 +248,7 @@ bool ParameterSetManager::LoadModulesOf(ModeEntry* mode) {
 
 bool ParameterSetManager::UnloadModules(ModeEntry* mode) {
   if (mode->IsResident()) return true;
-  LogLoading(false, mode, nullptr);
+  LogLoading(false, mode, {nullptr, nullptr, 0});
   for (uint32_t i = 0; i < mode->GetModuleCount(); ++i) {
     ParameterModule* module = mode->GetModuleAt(i);
     if (module->GetData()->mode != mode || !module->IsLoaded()) continue;
