@@ -244,6 +244,8 @@ class PARAMETER_API ParameterSetManager : public OnOrvoHeap,
   struct LoadRequest;
   bool LookUpModule(LookUp& request, bool lastAttempt);
   ParameterModule* WalkBranch(const LookUp& request);
+  void WarnOfEmptyManager(const char* name) const;
+  ParameterModule* FindInRoot(const LookUp& request);
   void WarnOfBranch(const char* name, const TuningMode* branch, uint32_t count) const;
   bool EnsureLoaded(ParameterModule* module);
   bool AddReference(ParameterModule* module);
