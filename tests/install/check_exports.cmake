@@ -6,7 +6,8 @@ execute_process(COMMAND ${NM} -D -C --defined-only --format=posix ${PLUGIN} OUTP
                 COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "[^\n]+" symbols "${symbols}")
 foreach(wanted "VekPDLibraryEntry " "TuningSetManager::TuningSetManager\\(" "TuningSetManager::GetModule_tessarinePDLib\\("
-               "ParameterSetManager::LoadBinaryParameters\\(" "ImageSensorModuleSetManager::" "fdSetManager::")
+               "ParameterSetManager::LoadBinaryParameters\\("
+               "afpdlibelements::tessarinePDLibType::Release\\(" "ImageSensorModuleSetManager::" "fdSetManager::")
   set(found ${symbols})
   list(FILTER found INCLUDE REGEX "^${wanted}")
   if(NOT found)

@@ -43,7 +43,7 @@ uint32_t WordAt(const Bytes& file, size_t offset) {
 class BadFile : public Tuning {
  protected:
   // Loads into the same manager again and uses whatever is there.
-  void loadAndUse(const Bytes& bytes, bool fileMode) {
+  void loadAndUse(const Bytes& bytes, bool fileMode, bool byText = true) {
     Orvo::Host::StartLogCapture();
     if (fileMode) WriteFile(path(), bytes);
     const bool loaded = fileMode ? manager->LoadBinaryParameters(path().c_str())
@@ -55,8 +55,9 @@ class BadFile : public Tuning {
         EXPECT_FALSE(Describe(*record).empty());
       }
       char text[2048];
-      manager->GetValue(branch.data(), static_cast<uint32_t>(branch.size()), "tessarinePDLib",
-                        nullptr, text, sizeof(text));
+      if (byText)
+        manager->GetValue(branch.data(), static_cast<uint32_t>(branch.size()), "tessarinePDLib",
+                          nullptr, text, sizeof(text));
       if (record != nullptr) record->Release();
     }
     char modes[256];
@@ -177,6 +178,17 @@ TEST_F(BadFile, EachDefectHasItsError) {
   }
 }
 
+TEST_F(BadFile, AModuleRepeatsOneOfItsOwnClassOnly) {
+  TuningFile file = SmallFile();
+  file.modules.push_back({"aanr_atf20", {1, 0, 0}, 0, {1, 2, 3}, 1});
+  ASSERT_TRUE(load(file.build(), false)) << error();
+  EXPECT_TRUE(logged("DuplicateID 1 of module 3 (aanr_atf20) is of another module (PDLib)"));
+  const tuning::RawModuleType* raw = manager->GetModule_aanr_atf20(nullptr, 0, nullptr);
+  ASSERT_NE(raw, nullptr);
+  EXPECT_EQ(raw->rawSize, 3u);
+  EXPECT_EQ(raw->SymbolTableID, 3u);
+}
+
 TEST_F(BadFile, CyclesOfParentsAndLinksAreRefused) {
   struct Case {
     std::vector<TuningFile::Mode> modes;
@@ -261,7 +273,7 @@ TEST_F(BadFile, EveryBitAndEveryLengthEndsInADefinedResult) {
       Bytes bytes = good;
       bytes[bit / 8] ^= static_cast<uint8_t>(1u << (bit % 8));
       RepairChecksum(bytes);
-      loadAndUse(bytes, false);
+      loadAndUse(bytes, false, bit % 9 == 0);
       if (bit % 9 == 0) loadAndUse(bytes, true);
     }
     for (size_t length = 0; length < good.size(); ++length) {
@@ -358,6 +370,32 @@ TEST_F(BadFile, FailingReadsAreRetriedAndThenGivenUp) {
   EXPECT_EQ(valueAt(kDeepBranch), 1);
   Orvo::Host::NeverFailRead();
   EXPECT_EQ(valueAt(kDeepBranch), 9);
+}
+
+TEST_F(BadFile, AFileThatChangesBetweenTwoReadsMustBeReloaded) {
+  const Bytes good = SmallFile().build();
+  uint32_t position = 0;
+  uint32_t word = 0;
+  for (const bool inPlace : {false, true}) {
+    WriteFile(path(), good);
+    ParameterBinaryFile file(path().c_str(), nullptr, false);
+    EXPECT_TRUE(file.Read(&word, 0, &position, 4, 1));
+    if (inPlace) {
+      std::ofstream(path(), std::ios::binary | std::ios::app) << "more";
+    } else {
+      WriteFile(path(), good);
+      EXPECT_TRUE(file.Read(&word, 0, &position, 4, 1));  // the open file is still the old one
+      file.Reference(-1);
+      file.Reference(1);
+    }
+    EXPECT_FALSE(file.Read(&word, 0, &position, 4, 1));
+    EXPECT_TRUE(file.IsModified());
+    EXPECT_EQ(file.Reload(), !inPlace);  // what was appended is no part of the checksum
+    EXPECT_FALSE(file.IsModified());
+    EXPECT_EQ(file.GetLength(), good.size() + (inPlace ? 4 : 0));
+    position = 0;
+  }
+  EXPECT_TRUE(logged("ParameterBinaryFile::Open, file modified, must reload"));
 }
 
 TEST_F(BadFile, ReadsOfABinaryFileStateTheirErrors) {

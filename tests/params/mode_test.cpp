@@ -178,6 +178,9 @@ TEST_F(Modes, FileModeKeepsABoundedNumberOfModes) {
 
 TEST_F(Modes, PreviousIsReleasedAndUnloadingTellsOfReferences) {
   ASSERT_TRUE(load(TreeFile().build(), true));
+  manager->SetLogLevels(true, true, true);
+  get({{0, 0}, {2, 4}})->Release();
+  EXPECT_TRUE(logged(": Loading modules (GetModule:tessarinePDLib:0.0|2.4): 0.0|2.4->0.0|2.0"));
   tessarinePDLibType* record = get({{0, 0}, {2, 0}});
   ParameterModule* module = manager->GetModeEntry(kA)->FindModule("tessarinePDLib");
   EXPECT_EQ(module->GetReferenceCount(), 1u);

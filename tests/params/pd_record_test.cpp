@@ -82,6 +82,16 @@ TEST_F(PdRecord, StandsInTheOrderOfTheSchema) {
   EXPECT_EQ(data.size(), (kControl + 24) * 4);
 }
 
+TEST_F(PdRecord, AFileOfBeforeTheModesLoadsWithAWarning) {
+  PdSource source(1);
+  TuningFile file({1, 0, 1});
+  AddPd(file, source, 0);
+  ASSERT_TRUE(load(file.build(), true));
+  EXPECT_EQ(error().find("Warning: This is an older binary format, only Default mode data is"), 0u);
+  EXPECT_EQ(manager->GetBinaryTag(), nullptr);
+  EXPECT_EQ(Describe(*get({{0, 0}})), Describe(source.record()));
+}
+
 TEST_F(PdRecord, ReadsAlignedEntriesAtEitherDistance) {
   PdSource source;
   for (const bool padded : {false, true}) {

@@ -10,8 +10,8 @@
 namespace test {
 namespace {
 
-// How long the threads run: enough for some hundred exchanges, longer by the first argument behind
-// the test program's own.
+// How long the threads run: enough for some hundred exchanges. PDLIB_THREAD_SECONDS sets another
+// time, for runs by hand.
 std::chrono::milliseconds Duration() {
   const char* seconds = std::getenv("PDLIB_THREAD_SECONDS");
   return std::chrono::milliseconds(seconds == nullptr ? 1500

@@ -282,7 +282,18 @@ bool ParameterFileSymbolTable::DescribeModules(const IModeTable* modeTable) {
                       static_cast<int>(symbol.modeId));
     }
   }
+  for (ModuleData& data : moduleData_) CheckRepeated(data);
   return true;
+}
+
+// Modes share the instance of a module only with one of the same class.
+void ParameterFileSymbolTable::CheckRepeated(ModuleData& data) {
+  if (data.duplicateId == 0 || data.duplicateId == data.id) return;
+  const ModuleData& repeated = moduleData_[data.duplicateId - 1];
+  if (std::strcmp(repeated.type, data.type) == 0 && repeated.version == data.version) return;
+  PARAMETER_ERROR(GetLogger(), "DuplicateID %u of module %u (%s) is of another module (%s)\n",
+                  data.duplicateId, data.id, data.type, repeated.type);
+  data.duplicateId = 0;
 }
 
 ModuleData* ParameterFileSymbolTable::GetModuleData(uint32_t index) {

@@ -146,6 +146,7 @@ class PARAMETER_API ParameterFileSymbolTable : public OnOrvoHeap {
   void CheckDuplicateId(const Table& table, Symbol& symbol) const;
   bool NumberGroups(Table& table, const pdlib::OwnedArray<uint32_t>& duplicateOf);
   bool DescribeModules(const IModeTable* modeTable);
+  void CheckRepeated(ModuleData& data);
   bool FindInFile(const Table& table, uint32_t id, ParameterFileSymbolTableEntry& entry);
   bool PointAt(const Symbol& symbol, ParameterFileSymbolTableEntry& entry);
   bool IsInsideData(const Symbol& symbol) const;

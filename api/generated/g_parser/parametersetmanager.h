@@ -241,16 +241,19 @@ class PARAMETER_API ParameterSetManager : public OnOrvoHeap,
 
   // parametersetmanager_modules.cpp
   struct LookUp;
+  struct LoadRequest;
   bool LookUpModule(LookUp& request, bool lastAttempt);
   ParameterModule* WalkBranch(const LookUp& request);
+  void WarnOfEmptyManager(const char* name) const;
+  ParameterModule* FindInRoot(const LookUp& request);
   void WarnOfBranch(const char* name, const TuningMode* branch, uint32_t count) const;
   bool EnsureLoaded(ParameterModule* module);
   bool AddReference(ParameterModule* module);
   bool LoadModeInternal(const TuningMode* branch, uint32_t count, const char* name);
-  bool LoadModules(ModeEntry* mode, const char* name, uint32_t& fileReferences);
+  bool LoadModules(ModeEntry* mode, LoadRequest& request);
   bool LoadModulesOf(ModeEntry* mode);
   bool UnloadModules(ModeEntry* mode);
-  void LogLoading(bool load, const ModeEntry* mode, const char* name) const;
+  void LogLoading(bool load, ModeEntry* mode, const LoadRequest& request) const;
   void TouchMode(ModeEntry* mode);
   void TrimRecentModes();
   ModeEntry* FindNode(const TuningMode* branch, uint32_t count) const;

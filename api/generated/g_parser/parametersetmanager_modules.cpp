@@ -17,6 +17,12 @@ struct BranchText {
   char text[kMaxPathText] = {};
 };
 
+// The place of a node as text, for log lines.
+struct ModeText {
+  explicit ModeText(const ModeEntry* mode) { mode->GetModePath(text, sizeof(text)); }
+  char text[kMaxPathText] = {};
+};
+
 // The elements from `first` on that have one mode.
 uint32_t GroupSize(const TuningMode* branch, uint32_t count, uint32_t first) {
   uint32_t end = first + 1;
@@ -24,16 +30,19 @@ uint32_t GroupSize(const TuningMode* branch, uint32_t count, uint32_t first) {
   return end - first;
 }
 
-// Calls `visit` with each node along a branch behind the root, until it says no or there is none.
+// Calls `visit` with each node along a branch behind the root; the last one, or null if a group
+// leads nowhere, which ends the walk.
 template <class Visit>
-void WalkGroups(ModeEntry* root, const TuningMode* branch, uint32_t count, Visit visit) {
+ModeEntry* WalkGroups(ModeEntry* root, const TuningMode* branch, uint32_t count, Visit visit) {
   ModeEntry* current = root;
   for (uint32_t i = 1; i < count;) {
     const uint32_t size = GroupSize(branch, count, i);
     current = current->FindMode(branch + i, size);
-    if (current == nullptr || !visit(current)) return;
+    if (current == nullptr) return nullptr;
+    visit(current);
     i += size;
   }
+  return current;
 }
 
 }  // namespace
@@ -101,37 +110,39 @@ bool ParameterSetManager::LookUpModule(LookUp& request, bool lastAttempt) {
   return true;
 }
 
+void ParameterSetManager::WarnOfEmptyManager(const char* name) const {
+  const auto number = [](const void* address) { return reinterpret_cast<unsigned long>(address); };
+  PARAMETER_ERROR(this,
+                  "GetModule(%s) Uninitialized Set Manager. this: %lx, SymbolTable: %lx, Modes: "
+                  "%lx, ModeCount: %d, RootMode: %lx\n",
+                  name, number(this), number(loaded_.table), number(loaded_.tree),
+                  static_cast<int>(loaded_.tree->GetModeCount()), number(loaded_.tree->GetRoot()));
+}
+
+// What modes inherit that don't hold the module themselves.
+ParameterModule* ParameterSetManager::FindInRoot(const LookUp& request) {
+  ParameterModule* module = loaded_.tree->GetRoot()->FindModule(request.name);
+  if (module != nullptr) return EnsureLoaded(module) ? module : nullptr;
+  constexpr TuningMode kDefault{0, 0};
+  PARAMETER_WARNING(this, "GetModule %s module not found in default scenario (%s), mode path: %s\n",
+                    request.name.text, BranchText(&kDefault, 1).text,
+                    BranchText(request.branch, request.count).text);
+  return nullptr;
+}
+
 ParameterModule* ParameterSetManager::WalkBranch(const LookUp& request) {
   const char* name = request.name.text;
-  ModeEntry* root = loaded_.tree->GetRoot();
-  if (defaultModules_.Count() == 0) {
-    PARAMETER_ERROR(
-        this,
-        "GetModule(%s) Uninitialized Set Manager. this: %lx, SymbolTable: %lx, Modes: "
-        "%lx, ModeCount: %d, RootMode: %lx\n",
-        name, reinterpret_cast<unsigned long>(this), reinterpret_cast<unsigned long>(loaded_.table),
-        reinterpret_cast<unsigned long>(loaded_.tree),
-        static_cast<int>(loaded_.tree->GetModeCount()), reinterpret_cast<unsigned long>(root));
-  }
-  ParameterModule* result = root->FindModule(request.name);
-  if (result == nullptr) {
-    constexpr TuningMode kDefault{0, 0};
-    PARAMETER_WARNING(
-        this, "GetModule %s module not found in default scenario (%s), mode path: %s\n", name,
-        BranchText(&kDefault, 1).text, BranchText(request.branch, request.count).text);
-  } else if (!EnsureLoaded(result)) {
-    result = nullptr;
-  }
-  WalkGroups(root, request.branch, request.count, [&](ModeEntry* mode) {
+  if (defaultModules_.Count() == 0) WarnOfEmptyManager(name);
+  ParameterModule* result = FindInRoot(request);
+  WalkGroups(loaded_.tree->GetRoot(), request.branch, request.count, [&](ModeEntry* mode) {
     ParameterModule* module = mode->FindModule(request.name);
-    if (module == nullptr) return true;
+    if (module == nullptr) return;
     if (EnsureLoaded(module)) {
       result = module;
     } else {
       PARAMETER_ERROR(this, "Failed to load module %s, path: %s, skipping\n", name,
                       BranchText(request.branch, request.count).text);
     }
-    return true;
   });
   if (result == nullptr)
     PARAMETER_ERROR(this, "GetModule %s failed to find a loaded module in %s, returning null\n",
@@ -178,42 +189,53 @@ bool ParameterSetManager::LoadMode(const TuningMode* branch, uint32_t count, con
   return false;
 }
 
+// What a load of modes is for, and how often it has opened the file.
+struct ParameterSetManager::LoadRequest {
+  const char* name;
+  const TuningMode* branch;
+  uint32_t count;
+  uint32_t fileReferences = 0;
+};
+
 // Loads the modes along a branch; the file stays open from the first one that needs it.
 bool ParameterSetManager::LoadModeInternal(const TuningMode* branch, uint32_t count,
                                            const char* name) {
-  uint32_t fileReferences = 0;
+  LoadRequest request{name, branch, count};
   ModeEntry* root = loaded_.tree->GetRoot();
-  bool loaded = LoadModules(root, name, fileReferences);
+  bool loaded = LoadModules(root, request);
   WalkGroups(root, branch, count, [&](ModeEntry* mode) {
-    if (!LoadModules(mode, name, fileReferences)) loaded = false;
-    return true;
+    if (!LoadModules(mode, request)) loaded = false;
   });
-  if (fileReferences != 0) loaded_.table->FileReference(-static_cast<int32_t>(fileReferences));
+  if (request.fileReferences != 0)
+    loaded_.table->FileReference(-static_cast<int32_t>(request.fileReferences));
   return loaded;
 }
 
-void ParameterSetManager::LogLoading(bool load, const ModeEntry* mode, const char* name) const {
+// A linked mode is told with the one that its modules stand in.
+void ParameterSetManager::LogLoading(bool load, ModeEntry* mode, const LoadRequest& request) const {
   if (!logsDebug_) return;
-  char path[kMaxPathText] = {};
-  mode->GetModePath(path, sizeof(path));
-  PARAMETER_DEBUG(this, "%soading modules (GetModule:%s): %s\n", load ? "L" : "Unl",
-                  name == nullptr ? "Unknown" : name, path);
+  const BranchText branch(request.branch, request.count);
+  const bool linked = mode->GetLink() != nullptr;
+  PARAMETER_DEBUG(this, "%soading modules (GetModule:%s:%s): %s%s%s\n", load ? "L" : "Unl",
+                  request.name == nullptr ? "Unknown" : request.name,
+                  branch.text[0] == '\0' ? "Unknown" : branch.text, ModeText(mode).text,
+                  linked ? "->" : "", linked ? ModeText(mode->Resolve()).text : "");
 }
 
-bool ParameterSetManager::LoadModules(ModeEntry* mode, const char* name, uint32_t& fileReferences) {
+bool ParameterSetManager::LoadModules(ModeEntry* mode, LoadRequest& request) {
   if (mode == nullptr) {
     PARAMETER_ERROR(this, "LoadModules: mode is nullptr\n");
     return true;
   }
-  mode = mode->Resolve();
+  ModeEntry* resolved = mode->Resolve();
   bool loaded = true;
-  if (!mode->IsLoaded()) {
-    LogLoading(true, mode, name);
+  if (!resolved->IsLoaded()) {
+    LogLoading(true, mode, request);
     loaded_.table->FileReference(1);
-    ++fileReferences;
-    loaded = LoadModulesOf(mode);
+    ++request.fileReferences;
+    loaded = LoadModulesOf(resolved);
   }
-  if (mode->GetModuleCount() != 0) TouchMode(mode);
+  if (resolved->GetModuleCount() != 0) TouchMode(resolved);
   TrimRecentModes();
   return loaded;
 }
@@ -233,25 +255,21 @@ bool ParameterSetManager::LoadModulesOf(ModeEntry* mode) {
 
 bool ParameterSetManager::UnloadModules(ModeEntry* mode) {
   if (mode->IsResident()) return true;
-  LogLoading(false, mode, nullptr);
+  LogLoading(false, mode, {nullptr, nullptr, 0});
   for (uint32_t i = 0; i < mode->GetModuleCount(); ++i) {
     ParameterModule* module = mode->GetModuleAt(i);
     if (module->GetData()->mode != mode || !module->IsLoaded()) continue;
     const uint32_t references = mode->GetReferenceCount(module);
     if (references != 0) {
-      char path[kMaxPathText] = {};
-      mode->GetModePath(path, sizeof(path));
       PARAMETER_WARNING(this, "Unloading referenced module %s, Mode: %s, Ref count: %u\n",
-                        module->GetName(), path, references);
+                        module->GetName(), ModeText(mode).text, references);
     }
     module->UnloadModule();
   }
   mode->SetLoaded(false);
   if (mode->IsActive()) {
-    char path[kMaxPathText] = {};
-    mode->GetModePath(path, sizeof(path));
     PARAMETER_WARNING(this, "Unloading mode with %u unreleased modules: %s\n",
-                      mode->GetReferenceCount(nullptr), path);
+                      mode->GetReferenceCount(nullptr), ModeText(mode).text);
     mode->ReleaseReferences(this);
   }
   recentModes_.RemoveAt(recentModes_.IndexOf(mode));
@@ -301,14 +319,8 @@ void ParameterSetManager::TrimRecentModes() {
 
 ModeEntry* ParameterSetManager::FindNode(const TuningMode* branch, uint32_t count) const {
   ModeEntry* root = loaded_.tree == nullptr ? nullptr : loaded_.tree->GetRoot();
-  if (root == nullptr || branch == nullptr || count < 2) return root;
-  ModeEntry* current = root;
-  for (uint32_t i = 1; i < count && current != nullptr;) {
-    const uint32_t size = GroupSize(branch, count, i);
-    current = current->FindMode(branch + i, size);
-    i += size;
-  }
-  return current;
+  if (root == nullptr || branch == nullptr) return root;
+  return WalkGroups(root, branch, count, [](ModeEntry*) {});
 }
 
 ModeEntry* ParameterSetManager::GetModeEntry(const TuningMode* branch, uint32_t count) {

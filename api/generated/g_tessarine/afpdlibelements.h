@@ -10,6 +10,7 @@
 #include <tuple>
 
 #include "globalelements.h"
+#include "parameterexport.h"
 #include "statsglobalelements.h"
 #include "tuningfields.h"
 
@@ -567,8 +568,8 @@ struct tessarinePDLibType {
 
   // Only for a record that a tuning manager handed out: how often it was loaded or changed, and the
   // end of its use.
-  uint32_t GetModified() const;
-  void Release();
+  PARAMETER_API uint32_t GetModified() const;
+  PARAMETER_API void Release();
 };
 
 inline constexpr auto kFields_tessarinePDLibType = std::tuple{
