@@ -131,9 +131,6 @@ TEST_F(Session, RefusesBadArguments) {
   camera.createParams.initParam.tuningData = nullptr;
   EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibFailed);
   EXPECT_EQ(lib->pPrivate, nullptr);
-  // Never looked into: tuning files can't be read in this version.
-  camera.createParams.tuningManager = reinterpret_cast<TuningSetManager*>(&camera);
-  EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibFailed);
   EXPECT_EQ(logTexts().back(), "PDLib tuning is not being provided.");
   close(0);
 }
