@@ -45,7 +45,7 @@ TEST(TessarineSource, TellsWhereAndWhatIsWrong) {
       {WithValues("\"enableFocusMaps\": 1.0"), "2147483647, found 1.0"},
       {WithValues("\"enableFocusMaps\": \"1\""), "2147483647, found \"1\""},
       {WithValues("\"enableFocusMaps\": true"), "2147483647, found true"},
-      {WithValues("\"correlation\": {\"PDRangeControl\": 3.5e38}"),
+      {WithValues("\"correlation\": {\"PDRangeControl\": 3.40282357e38}"),
        "a number that a float can hold"},
       {WithValues("\"correlation\": {\"PDRangeControl\": \"0x3f\"}"),
        "a number that a float can hold"},

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 
 namespace tessarine {
 namespace {
@@ -18,7 +19,8 @@ OrderedJson FloatToJson(uint32_t bits) {
     const auto end = std::to_chars(text, text + sizeof(text), value);
     double number = 0;
     std::from_chars(text, end.ptr, number);
-    if (std::bit_cast<uint32_t>(static_cast<float>(number)) == bits) return number;
+    const std::optional<float> read = ToFloat(number);
+    if (read && std::bit_cast<uint32_t>(*read) == bits) return number;
   }
   std::snprintf(text, sizeof(text), "0x%08x", bits);
   return text;
@@ -72,6 +74,14 @@ OrderedJson ToJson(const RecordSchema& record, const Value& value) {
   for (size_t i = 0; i < record.fields.size(); ++i)
     object[record.fields[i].name] = ToJson(record.fields[i], value.parts[i]);
   return object;
+}
+
+std::optional<float> ToFloat(double number) {
+  // Decimals of the largest float may be above it by less than half a step.
+  constexpr double kLargest = std::numeric_limits<float>::max();
+  constexpr double kRoundsToInfinity = 0x1.ffffffp127;
+  if (!(std::abs(number) < kRoundsToInfinity)) return std::nullopt;
+  return static_cast<float>(std::clamp(number, -kLargest, kLargest));
 }
 
 OrderedJson TextToJson(const std::string& text) {

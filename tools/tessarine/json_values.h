@@ -2,6 +2,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 #include "model.h"
@@ -14,6 +15,8 @@ using OrderedJson = nlohmann::ordered_json;
 // "0x7fc00000". A text that is not UTF-8 is {"hex": "..."}.
 OrderedJson ToJson(const FieldSchema& field, const Value& value);
 OrderedJson ToJson(const RecordSchema& record, const Value& value);
+// The nearest float; nothing if that is no finite one.
+std::optional<float> ToFloat(double number);
 OrderedJson TextToJson(const std::string& text);
 // A text of hexadecimal digits; more than one line of them is a list.
 OrderedJson HexToJson(const Bytes& bytes);

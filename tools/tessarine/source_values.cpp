@@ -2,8 +2,8 @@
 
 #include <bit>
 #include <charconv>
-#include <cmath>
-#include <limits>
+
+#include "json_values.h"
 
 namespace tessarine {
 namespace {
@@ -92,11 +92,9 @@ void FieldReader::ReadFloat(const SourceNode& node, const std::string& place, Va
     const auto read = std::from_chars(node.text.data() + 2, end, value.bits, 16);
     if (read.ec == std::errc() && read.ptr == end) return;
   }
-  // What is above the largest float by less than half a step would round to it.
-  const bool isFitting =
-      node.IsNumber() && std::abs(node.real) <= double{std::numeric_limits<float>::max()};
-  if (!isFitting) return Expect(node, place, "a number that a float can hold");
-  value.bits = std::bit_cast<uint32_t>(static_cast<float>(node.real));
+  const std::optional<float> number = node.IsNumber() ? ToFloat(node.real) : std::nullopt;
+  if (!number) return Expect(node, place, "a number that a float can hold");
+  value.bits = std::bit_cast<uint32_t>(*number);
 }
 
 void FieldReader::ReadEnum(const SourceNode& node, const std::string& place, Value& value) const {
