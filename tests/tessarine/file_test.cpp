@@ -162,6 +162,20 @@ TEST(TessarineFile, KeepsNumbersThatAreNotTheUsualOnes) {
   EXPECT_NE(decompiled.source.find("\"id\": 3"), std::string::npos);
 }
 
+// A module of unknown fields names its objects by their IDs: they keep them when others have gone.
+TEST(TessarineFile, FillsUpTheIdsOfObjectsThatHaveGone) {
+  for (const char* format : {"3.0.1", "5.0.0"}) {
+    const Model model = test::FromSource(
+        R"({"modes": [{"mode": "Default", "modules": {"abc": {"version": "1.0.0", "hex": "04000000"}}}],
+            "objects": [{"id": 4, "hex": "aabb"}]})",
+        format);
+    const Model read = test::FromFile(WriteFile(model));
+    EXPECT_EQ(read.objects.back(), model.objects[0]);
+    EXPECT_EQ(read.modes[0].modules[0].id, 1u);
+    for (size_t i = 0; i + 1 < read.objects.size(); ++i) EXPECT_TRUE(read.objects[i].bytes.empty());
+  }
+}
+
 TEST(TessarineFile, HoldsEqualModulesAndArraysOnce) {
   std::string source = R"({"format": "@", "modes": [{"mode": "Default",
     "modules": {"abc": {"version": "1.0.0", "hex": "00112233445566778899"}},

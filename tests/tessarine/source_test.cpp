@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 
+#include "files.h"
 #include "json_values.h"
 #include "leaves.h"
 #include "meanings.h"
@@ -65,7 +66,7 @@ TEST(TessarineSource, TellsWhereAndWhatIsWrong) {
        "6: " + place + "hardwarePattern[0].pixelSeparator.L_map[2]: expected an integer"},
       // What surrounds them.
       {"", "test.json:1: expected JSON: "},
-      {"{\n\"modes\": [\n}", "test.json:3: expected JSON: "},
+      {"{\n\"modes\": [\n}", "test.json:3: expected JSON: syntax error"},
       {"[]", "test.json:1: expected an object, found a list of 0"},
       {"{}", "modes: expected a list with at least one mode"},
       {"{\"mode\": []}", "mode: is not known here; the nearest name is 'modes'"},
@@ -208,6 +209,28 @@ TEST(TessarineSource, HasAReferenceThatIsUpToDate) {
   std::ostringstream text;
   text << file.rdbuf();
   EXPECT_EQ(text.str(), Reference()) << "run: tessarine reference > docs/tuning-reference.md";
+}
+
+TEST(TessarineSource, IsAsTheDocumentShowsIt) {
+  const std::string text = tessarine::LoadText(TESSARINE_DOCUMENT);
+  std::istringstream lines(text.substr(text.find("## A source")));
+  std::string source;
+  for (std::string line; std::getline(lines, line) && line[0] != '-';)
+    if (line.rfind("    ", 0) == 0) source += line + "\n";
+  const Model model = test::FromSource(source);
+  ASSERT_EQ(model.modes.size(), 2u);
+  std::string changed;
+  for (const Leaf& leaf : LeavesOf(model.modes[1].modules.at(0)))
+    if (leaf.value == 4 || leaf.value == 15) changed += leaf.path + " ";
+  EXPECT_EQ(changed, "preProcess.boxFilterLength skipControl.maxFrameRate ");
+  for (uint16_t mode = 0; mode < ModeNames().size(); ++mode) {
+    std::string row = "| " + std::to_string(mode) + " | `" + ModeNames()[mode] + "` |";
+    for (const std::string& name : SubModeNames(mode)) {
+      row += row.back() == '|' ? " `" : ", `";
+      row += name + "`";
+    }
+    EXPECT_NE(text.find(row), std::string::npos) << row;
+  }
 }
 
 // The few words of JSON Schema that ours uses.

@@ -33,6 +33,11 @@ class EntryTable {
   Entry& At(uint32_t id) { return entries_.at(id); }
   std::map<uint32_t, Entry>& All() { return entries_; }
 
+  // Adds entries until there is none missing below the highest ID.
+  void FillUp() {
+    while (!entries_.empty() && entries_.rbegin()->first != entries_.size()) Add();
+  }
+
   // IDs run from 1 to the number of entries.
   void CheckComplete(const char* what) const {
     if (entries_.empty() || entries_.rbegin()->first == entries_.size()) return;
@@ -279,8 +284,9 @@ Bytes FileWriter::Header(uint32_t sections) const {
 Bytes FileWriter::Write() {
   NumberModules();
   EncodeModules();
+  // Objects that modules name by their ID keep it when others have gone: empty ones take the place.
+  objects_.FillUp();
   symbols_.CheckComplete("modules");
-  data_.CheckComplete("objects");
   std::map<uint32_t, Bytes> sections;
   sections[kDataSection] = DataSection();
   sections[kSymbolSection] = SymbolTable();

@@ -43,6 +43,7 @@ std::string HeaderText(const Model& model) {
   std::string text = "format " + ToText(model.format) + ", alignment " +
                      std::to_string(format.Alignment()) + ", " +
                      std::to_string(model.modes.size()) + " modes\n";
+  if (model.flags != 0) text += "flags " + std::to_string(model.flags) + "\n";
   if (!model.tool.empty()) text += "tool " + TextToJson(model.tool).dump() + "\n";
   if (!model.tag.empty()) text += "tag " + TextToJson(model.tag).dump() + "\n";
   return text;

@@ -45,6 +45,55 @@ std::string Place(const Mode& mode) {
   return "mode " + std::to_string(mode.id) + " " + ToText(mode.key);
 }
 
+// Parents and links that are not in the table.
+void DropMissing(const ModeById& modes, std::vector<std::string>& defects) {
+  for (const auto& [id, mode] : modes) {
+    if (modes.count(mode->parent) == 0) {
+      defects.push_back(Place(*mode) + ": its parent " + std::to_string(mode->parent) +
+                        " is not there");
+      mode->parent = id;
+    }
+    if (mode->link == kNoLink || modes.count(mode->link) != 0) continue;
+    defects.push_back(Place(*mode) + ": its link " + std::to_string(mode->link) + " is not there");
+    mode->link = kNoLink;
+  }
+}
+
+void CutAllCycles(const ModeById& modes, std::vector<std::string>& defects) {
+  CutCycles(
+      modes, [](const Mode& mode) { return mode.parent; },
+      [](const Mode& mode) { return mode.parent == mode.id; },
+      [&](Mode& mode) {
+        defects.push_back(Place(mode) + ": its parents form a cycle");
+        mode.parent = mode.id;
+      });
+  CutCycles(
+      modes, [](const Mode& mode) { return mode.link; },
+      [](const Mode& mode) { return mode.link == kNoLink; },
+      [&](Mode& mode) {
+        defects.push_back(Place(mode) + ": its links form a cycle");
+        mode.link = kNoLink;
+      });
+}
+
+void CutDeep(const ModeById& modes, std::vector<std::string>& defects) {
+  for (const auto& [id, mode] : modes) {
+    if (!IsTooDeep(modes, *mode)) continue;
+    defects.push_back(Place(*mode) + ": it stands more than " + std::to_string(kDeepest) +
+                      " modes deep");
+    mode->parent = id;
+  }
+}
+
+void FindHidden(const std::vector<Mode>& modes, std::vector<std::string>& defects) {
+  std::set<std::pair<uint32_t, ModeKey>> keys;
+  for (const Mode& mode : modes) {
+    const uint32_t parent = mode.parent == mode.id ? kNoLink : mode.parent;
+    if (!keys.emplace(parent, mode.key).second)
+      defects.push_back(Place(mode) + ": it is never found, for a mode beside it is the same");
+  }
+}
+
 }  // namespace
 
 std::vector<std::string> MendModes(std::vector<Mode>& modes) {
@@ -53,43 +102,10 @@ std::vector<std::string> MendModes(std::vector<Mode>& modes) {
   for (Mode& mode : modes) byId[mode.id] = &mode;
   // The first mode is the root, whatever parent it names.
   if (!modes.empty()) modes.front().parent = modes.front().id;
-  for (Mode& mode : modes) {
-    if (byId.count(mode.parent) == 0) {
-      defects.push_back(Place(mode) + ": its parent " + std::to_string(mode.parent) +
-                        " is not there");
-      mode.parent = mode.id;
-    }
-    if (mode.link != kNoLink && byId.count(mode.link) == 0) {
-      defects.push_back(Place(mode) + ": its link " + std::to_string(mode.link) + " is not there");
-      mode.link = kNoLink;
-    }
-  }
-  CutCycles(
-      byId, [](const Mode& mode) { return mode.parent; },
-      [](const Mode& mode) { return mode.parent == mode.id; },
-      [&](Mode& mode) {
-        defects.push_back(Place(mode) + ": its parents form a cycle");
-        mode.parent = mode.id;
-      });
-  CutCycles(
-      byId, [](const Mode& mode) { return mode.link; },
-      [](const Mode& mode) { return mode.link == kNoLink; },
-      [&](Mode& mode) {
-        defects.push_back(Place(mode) + ": its links form a cycle");
-        mode.link = kNoLink;
-      });
-  for (Mode& mode : modes) {
-    if (!IsTooDeep(byId, mode)) continue;
-    defects.push_back(Place(mode) + ": it stands more than " + std::to_string(kDeepest) +
-                      " modes deep");
-    mode.parent = mode.id;
-  }
-  std::set<std::pair<uint32_t, ModeKey>> keys;
-  for (const Mode& mode : modes) {
-    const uint32_t parent = mode.parent == mode.id ? kNoLink : mode.parent;
-    if (!keys.emplace(parent, mode.key).second)
-      defects.push_back(Place(mode) + ": it is never found, for a mode beside it is the same");
-  }
+  DropMissing(byId, defects);
+  CutAllCycles(byId, defects);
+  CutDeep(byId, defects);
+  FindHidden(modes, defects);
   return defects;
 }
 

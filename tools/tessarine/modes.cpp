@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
-#include <functional>
+#include <set>
 
 namespace tessarine {
 namespace {
@@ -157,18 +157,17 @@ int ModeTree::Resolve(int node) const {
 }
 
 std::vector<const Module*> ModeTree::ModulesOf(int node) const {
-  std::vector<const Module*> modules;
+  std::vector<const Module*> all;
   const auto add = [&](const Mode& mode) {
-    for (const Module& module : mode.modules) {
-      const bool isKnown = std::any_of(modules.begin(), modules.end(), [&](const Module* other) {
-        return other->type == module.type;
-      });
-      if (!isKnown) modules.push_back(&module);
-    }
+    for (const Module& module : mode.modules) all.push_back(&module);
   };
   add(*nodes_[node].mode);
   for (const Mode* alias : nodes_[node].aliases) add(*alias);
-  return modules;
+  std::stable_sort(all.begin(), all.end(),
+                   [](const Module* a, const Module* b) { return a->id < b->id; });
+  std::set<std::string> names;
+  std::erase_if(all, [&](const Module* module) { return !names.insert(module->type).second; });
+  return all;
 }
 
 // A group of keys with one mode matches a chain of as many nodes, each of them one of the keys; an

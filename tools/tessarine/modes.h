@@ -43,7 +43,7 @@ class ModeTree {
   int NodeOf(uint32_t modeId) const;
   // Keys from the root, or from the top of a part that stands on its own.
   Branch PathOf(int node) const;
-  // The modules that a node holds itself: an earlier one keeps its name.
+  // The modules that a node holds itself, by their IDs: of two with one name, the first.
   std::vector<const Module*> ModulesOf(int node) const;
 
   struct Found {

@@ -97,7 +97,12 @@ class NodeBuilder : public json::json_sax_t {
   }
 
   bool parse_error(size_t, const std::string&, const json::exception& error) override {
-    throw InputError(file_ + ":" + std::to_string(line_) + ": expected JSON: " + error.what());
+    // The parser's own place in front, which is the same, goes.
+    const std::string text = error.what();
+    const size_t place = text.find("column ");
+    const size_t message = place == std::string::npos ? place : text.find(": ", place);
+    throw InputError(file_ + ":" + std::to_string(line_) + ": expected JSON: " +
+                     (message == std::string::npos ? text : text.substr(message + 2)));
   }
 
  private:
