@@ -18,6 +18,7 @@ class PdcamProcess : public testing::Test {
   void Write(const std::string& name, const std::string& content) const {
     std::ofstream(Path(name), std::ios::binary) << content;
   }
+  static std::string ReadFile(const std::string& path) { return test::ReadFile(path); }
 
   // The text of a report: encoded pictures may spell anything.
   static std::string WithoutPictures(std::string report) {

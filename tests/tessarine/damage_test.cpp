@@ -126,7 +126,7 @@ TEST(TessarineDamage, DoesNoHarm) {
   for (const char* format : test::kFormats) {
     const Bytes sound = FileOf(format);
     const Model model = ReadFile(sound).model;
-    for (int run = 0; run < 150; ++run) {
+    for (int run = 0; run < 60; ++run) {
       Bytes file = sound;
       for (uint32_t i = 1 + random() % 3; i > 0; --i) {
         const uint32_t values[] = {0, 1, 3, 0xFF, 0xFFFF, 0x7FFFFFFF, 0xFFFFFFFF, random()};
@@ -142,7 +142,7 @@ TEST(TessarineDamage, DoesNoHarm) {
       Compare(model, reading.model);
     }
   }
-  EXPECT_LT(unnoticed, 9u * 150 / 2);
+  EXPECT_LT(unnoticed, 9u * 60 / 2);
   for (size_t size : {0, 1, 4, 5, 28, 40, 167}) EXPECT_NE(DefectsOf(Bytes(size, 'Z')), "") << size;
 }
 

@@ -128,7 +128,7 @@ TEST(TessarineFile, PutsArraysAndTextsOutOfLine) {
 
 TEST(TessarineFile, ComesBackAsTheModelThatItWasMadeOf) {
   for (const char* format : test::kFormats)
-    for (uint32_t seed = 0; seed < 25; ++seed) {
+    for (uint32_t seed = 0; seed < 10; ++seed) {
       const Model model = test::ModelMaker(seed).Make(*ParseVersion(format));
       const Bytes file = WriteFile(model);
       Model read = test::Plain(test::FromFile(file));
@@ -141,7 +141,7 @@ TEST(TessarineFile, ComesBackAsTheModelThatItWasMadeOf) {
 
 TEST(TessarineFile, ComesBackFromItsSourceByteForByte) {
   for (const char* format : test::kFormats)
-    for (uint32_t seed = 0; seed < 6; ++seed) {
+    for (uint32_t seed = 0; seed < 3; ++seed) {
       const Bytes file = WriteFile(test::ModelMaker(seed).Make(*ParseVersion(format)));
       const Decompiled decompiled = Decompile(file, test::FromFile(file));
       ASSERT_FALSE(decompiled.firstDifference) << format << " " << seed << decompiled.source;

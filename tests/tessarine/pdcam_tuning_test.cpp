@@ -1,10 +1,12 @@
 // The tuning that comes with the tool gives each simulated sensor what the simulated camera passes.
 #include <bit>
-#include <cstring>
+#include <tuple>
+#include <type_traits>
 
 #include "files.h"
 #include "leaves.h"
 #include "library_records.h"
+#include "record_tables.h"
 #include "sources.h"
 
 namespace {
@@ -12,9 +14,6 @@ namespace {
 using namespace tessarine;
 
 // A record of the library as a value, walked by the tables beside the records.
-template <class Record, size_t Count>
-Value ListValue(const Record (&elements)[Count]);
-
 Value ToValue(int32_t number) {
   return Value{std::bit_cast<uint32_t>(number), {}, {}};
 }
@@ -28,38 +27,6 @@ template <class Enum>
 requires std::is_enum_v<Enum> Value ToValue(Enum number) {
   return Value{static_cast<uint32_t>(number), {}, {}};
 }
-
-#define FIELDS_OF(space, record)                       \
-  constexpr const auto& Fields(const space::record*) { \
-    return space::kFields_##record;                    \
-  }
-FIELDS_OF(globalelements, trigger_pt_type_aec)
-FIELDS_OF(statsglobalelements, statsExtensionParamType)
-FIELDS_OF(afpdlibelements, tessarineTuningHDRCfg)
-FIELDS_OF(afpdlibelements, tessarinePDLIBPreprocessingFilterSettings)
-FIELDS_OF(afpdlibelements, tessarineDPDFilterTrigger)
-FIELDS_OF(afpdlibelements, tessarineLCRFilterTrigger)
-FIELDS_OF(afpdlibelements, tessarineTuningPreProcess)
-FIELDS_OF(afpdlibelements, tessarinePDRange)
-FIELDS_OF(afpdlibelements, tessarineTuningCorrelation)
-FIELDS_OF(afpdlibelements, tessarinePDLIBPostprocessingTemporalFilterSetting)
-FIELDS_OF(afpdlibelements, tessarineTemporalFilterTrigger)
-FIELDS_OF(afpdlibelements, tessarineTuningPostProcess)
-FIELDS_OF(afpdlibelements, tessarineTuningAdaptiveK)
-FIELDS_OF(afpdlibelements, tessarineTuningProcessLevel)
-FIELDS_OF(afpdlibelements, tessarineHVConfWeight)
-FIELDS_OF(afpdlibelements, tessarineHVControl)
-FIELDS_OF(afpdlibelements, tessarineTuningSkipControl)
-FIELDS_OF(afpdlibelements, tessarineTuningHardwareGeometry)
-FIELDS_OF(afpdlibelements, tessarinePDAFHardwarePixelExtractor)
-FIELDS_OF(afpdlibelements, tessarinePDAFHardwareLineExtractor)
-FIELDS_OF(afpdlibelements, tessarinePDAFHardwarePixelSeparator)
-FIELDS_OF(afpdlibelements, tessarinePDAFHardwareResamplerInstruction)
-FIELDS_OF(afpdlibelements, tessarinePDAFHardwareResampler)
-FIELDS_OF(afpdlibelements, tessarineTuningHardwarePattern)
-FIELDS_OF(afpdlibelements, module_versionStruct)
-FIELDS_OF(afpdlibelements, parameter_versionStruct)
-FIELDS_OF(afpdlibelements, tessarinePDLibType)
 
 template <class Record>
 requires std::is_class_v<Record> Value ToValue(const Record& record);
@@ -90,7 +57,7 @@ requires std::is_class_v<Record> Value ToValue(const Record& record) {
   Value value;
   std::apply(
       [&](const auto&... fields) { (value.parts.push_back(FieldValue(record, fields)), ...); },
-      Fields(&record));
+      TableOf<Record>::kFields);
   return value;
 }
 
