@@ -63,6 +63,7 @@ TEST(TessarineDamage, IsFoundAndNamed) {
       {kSectionTable, 4, "section of type 4: there is no such type"},
       {kSectionTable, 4, "section of type 0: it is missing"},
       {kSectionTable, 1, "section of type 1: it is given twice"},
+      {kSectionTable + 12, 4, "section of type 1: it is missing"},
       {kSectionTable + 8, 0xFFFFFFF0, "section of type 0: it reaches past the end"},
       {kSectionTable + 8, 61, "symbol table: its size of 61 is not made of entries of 60"},
       {kSectionTable + 4, kData, "section of type 1: it overlaps the one of type 0"},

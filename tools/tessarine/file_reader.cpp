@@ -357,7 +357,10 @@ bool FileReader::HoldSame(const Entry& a, const Entry& b) const {
 }
 
 View FileReader::DataOf(const Entry& entry) const {
-  return View(file_).subspan(sections_.at(kDataSection).offset + size_t{entry.offset}, entry.size);
+  // Without a data section, entries that were let through have no data.
+  const auto section = sections_.find(kDataSection);
+  if (section == sections_.end()) return {};
+  return View(file_).subspan(section->second.offset + size_t{entry.offset}, entry.size);
 }
 
 void FileReader::ReadModule(const Entry& entry, ModuleReader& reader) {
