@@ -2,22 +2,14 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdio.h>
-#include <sys/wait.h>
 
 #include <fstream>
-#include <sstream>
 #include <string>
 
+#include "support/program.h"
 #include "support/temp_folder.h"
 
 namespace test {
-
-struct Outcome {
-  int status;
-  std::string output;
-  std::string errors;
-};
 
 class PdcamProcess : public testing::Test {
  protected:
@@ -26,12 +18,7 @@ class PdcamProcess : public testing::Test {
   void Write(const std::string& name, const std::string& content) const {
     std::ofstream(Path(name), std::ios::binary) << content;
   }
-  static std::string ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream content;
-    content << file.rdbuf();
-    return content.str();
-  }
+  static std::string ReadFile(const std::string& path) { return test::ReadFile(path); }
 
   // The text of a report: encoded pictures may spell anything.
   static std::string WithoutPictures(std::string report) {
@@ -41,17 +28,7 @@ class PdcamProcess : public testing::Test {
   }
 
   Outcome Run(const std::string& arguments) const {
-    const std::string command = std::string(PDLIB_LAUNCHER) + " " + PDCAM_PROGRAM + " " +
-                                arguments + " 2>" + Path("errors");
-    FILE* pipe = popen(command.c_str(), "r");
-    Outcome outcome{};
-    char part[4096];
-    for (size_t size; (size = fread(part, 1, sizeof(part), pipe)) > 0;)
-      outcome.output.append(part, size);
-    const int status = pclose(pipe);
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    outcome.errors = ReadFile(Path("errors"));
-    return outcome;
+    return RunProgram(PDCAM_PROGRAM, arguments, Path("errors"));
   }
 
   TempFolder folder_;

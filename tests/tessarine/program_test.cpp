@@ -1,0 +1,146 @@
+// The program as users start it.
+#include "support/program.h"
+
+#include <nlohmann/json.hpp>
+
+#include "sources.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using nlohmann::json;
+using test::Outcome;
+
+class Tessarine : public testing::Test {
+ protected:
+  std::string Path(const std::string& name) const { return (folder_.path() / name).string(); }
+  void Write(const std::string& name, const std::string& content) const {
+    std::ofstream(Path(name), std::ios::binary) << content;
+  }
+  Outcome Run(const std::string& arguments) const {
+    return test::RunProgram(TESSARINE_PROGRAM, arguments, Path("errors"));
+  }
+  void Compile(const std::string& source, const std::string& file) const {
+    const Outcome outcome = Run("compile " + source + " -o " + Path(file));
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(outcome.output + outcome.errors, "");
+  }
+
+  test::TempFolder folder_;
+};
+
+constexpr const char* kSmall = R"({"modes": [{"mode": "Default", "modules": {"tessarinePDLib":
+  {"values": {"preProcess": {"boxFilterLength": 4}}}},
+  "modes": [{"mode": "Usecase.Video", "modules": {"tessarinePDLib":
+  {"from": "Default", "values": {"skipControl": {"maxFrameRate": 15}}}}}]}]})";
+
+TEST_F(Tessarine, TellsByItsStatusWhatWentWrong) {
+  Write("small.json", kSmall);
+  Write("misspelt.json",
+        "{\n  \"modes\": [{\"mode\": \"Default\", \"modules\": {\"tessarinePDLib\": "
+        "{\"values\":\n{\"skipControll\": {}}}}}]}");
+  Compile(Path("small.json"), "small.bin");
+  std::string damaged = test::ReadFile(Path("small.bin"));
+  damaged[damaged.size() - 1] = static_cast<char>(damaged[damaged.size() - 1] ^ 1);
+  Write("damaged.bin", damaged);
+  Write("empty.bin", "");
+  const std::string small = " " + Path("small.bin");
+  const std::string bad = " " + Path("damaged.bin");
+  struct Case {
+    std::string arguments;
+    int status;
+    std::string message;
+  };
+  const Case cases[] = {
+      {"--help", 0, ""},
+      {"compile --help", 0, ""},
+      {"check" + small, 0, ""},
+      {"diff" + small + small, 0, ""},
+      {"check" + bad, 1, ""},
+      {"", 2, "subcommand"},
+      {"compile " + Path("small.json"), 2, "--output"},
+      {"compile " + Path("small.json") + " -o x --format 5.0.1", 2, "up to 5.0.0"},
+      {"show" + small + " --mode Usecas.Video", 2, "Usecas.Video"},
+      {"show" + small + " --module tessarinePDLb", 3, "the nearest name is 'tessarinePDLib'"},
+      {"show" + bad + " --module tessarinePDLib", 0, "damaged.bin: checksum: expected"},
+      {"show " + Path("empty.bin"), 3, "empty.bin: file: 0 bytes are too short"},
+      {"show /nosuch/file", 3, "/nosuch/file: expected a file that can be read"},
+      {"diff" + small + " " + Path("small.json"), 3, "small.json: header: expected the tag"},
+      {"decompile" + bad + " -o " + Path("x.json"), 3, "damaged.bin: checksum: expected"},
+      {"compile " + Path("small.json") + " -o /nosuch/folder/x", 3, "can be written"},
+      {"compile " + Path("misspelt.json") + " -o " + Path("x.bin"), 3,
+       "misspelt.json:3: Default tessarinePDLib.skipControll: is not known here; the nearest name "
+       "is 'skipControl'"}};
+  for (const Case& c : cases) {
+    const Outcome outcome = Run(c.arguments);
+    EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
+    EXPECT_NE(outcome.errors.find(c.message), std::string::npos) << c.arguments << "\n"
+                                                                 << outcome.errors;
+  }
+  EXPECT_EQ(test::ReadFile(Path("x.bin")) + test::ReadFile(Path("x.json")), "");
+  EXPECT_EQ(json::parse(Run("check --json" + bad).output)["count"], 1);
+}
+
+TEST_F(Tessarine, ShowsWhatIsInForceAndWhereItComesFrom) {
+  Write("small.json", kSmall);
+  Compile(Path("small.json"), "small.bin");
+  const std::string show = "show " + Path("small.bin");
+  const json all = json::parse(Run(show + " --json").output);
+  EXPECT_EQ(all["modes"][1]["path"], "Default|Usecase.Video");
+  EXPECT_EQ(all["modules"].size(), 2u);
+  for (const auto& [branch, rate, from] :
+       {std::tuple{"0.0|2.2", 15, "Default|Usecase.Video"}, std::tuple{"0.0|2.3", 0, "Default"}}) {
+    const json shown = json::parse(Run(show + " --json --mode '" + branch + "'").output);
+    ASSERT_EQ(shown["modules"].size(), 1u);
+    EXPECT_EQ(shown["modules"][0]["from"], from);
+    EXPECT_EQ(shown["modules"][0]["values"]["skipControl"]["maxFrameRate"], rate);
+    EXPECT_EQ(shown["modules"][0]["values"]["preProcess"]["boxFilterLength"], 4);
+  }
+  const std::string text = Run(show + " --mode 'Default|Usecase.Video'").output;
+  for (const char* line : {"\n    Usecase.Video (1): tessarinePDLib 9.0.0\n",
+                           "\ntessarinePDLib 9.0.0 from Default|Usecase.Video, in force on ",
+                           "\n  skipControl.maxFrameRate = 15\n", "\n  extensionParam = []\n"})
+    EXPECT_NE(text.find(line), std::string::npos) << line << text;
+}
+
+TEST_F(Tessarine, TellsDifferencesByModeAndField) {
+  Write("small.json", kSmall);
+  std::string changed = kSmall;
+  changed.replace(changed.find("15"), 2, "30");
+  changed.replace(changed.find("\"boxFilterLength\": 4"), 20, "\"boxFilterLength\": 2");
+  Write("changed.json", changed);
+  std::string shorter = kSmall;
+  shorter.replace(shorter.find("Usecase.Video"), 13, "Usecase.ZSL");
+  Write("shorter.json", shorter);
+  for (const char* name : {"small", "changed", "shorter"})
+    Compile(Path(name + std::string(".json")), name + std::string(".bin"));
+  const std::string small = "diff " + Path("small.bin") + " ";
+  const Outcome outcome = Run(small + Path("changed.bin"));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.output,
+            "Default tessarinePDLib.preProcess.boxFilterLength: 4 -> 2\n"
+            "Default|Usecase.Video tessarinePDLib.preProcess.boxFilterLength: 4 -> 2\n"
+            "Default|Usecase.Video tessarinePDLib.skipControl.maxFrameRate: 15 -> 30\n"
+            "3 differences\n");
+  EXPECT_EQ(Run(small + Path("shorter.bin")).output,
+            "Default|Usecase.Video: only in the first\n"
+            "Default|Usecase.ZSL: only in the second\n2 differences\n");
+  const json differences = json::parse(Run(small + Path("changed.bin") + " --json").output);
+  EXPECT_EQ(differences["count"], 3);
+  EXPECT_EQ(differences["differences"][2]["second"], 30);
+  EXPECT_EQ(Run(small + Path("small.bin")).output, "0 differences\n");
+}
+
+TEST_F(Tessarine, MakesSourcesThatCompileToTheSameBytes) {
+  Compile(TESSARINE_TUNING, "pdcam.bin");
+  for (const char* format : {"1.0.2", "2.0.0", "3.0.1", "5.0.0"}) {
+    Compile(std::string(TESSARINE_TUNING) + " --format " + format, "pdcam.bin");
+    EXPECT_EQ(Run("decompile " + Path("pdcam.bin") + " -o " + Path("again.json")).status, 0);
+    Compile(Path("again.json"), "again.bin");
+    EXPECT_EQ(test::ReadFile(Path("again.bin")), test::ReadFile(Path("pdcam.bin"))) << format;
+  }
+  EXPECT_TRUE(json::parse(Run("schema").output).contains("$defs"));
+  EXPECT_EQ(Run("reference").output, test::ReadFile(TESSARINE_REFERENCE));
+}
+
+}  // namespace

@@ -1,0 +1,31 @@
+// The commands of the program.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "file_reader.h"
+
+namespace tessarine {
+
+// Exit status.
+inline constexpr int kDone = 0;
+inline constexpr int kFound = 1;  // a defect or a difference
+inline constexpr int kWrongUsage = 2;
+inline constexpr int kBadInput = 3;
+
+// A file whose values can be used; its defects go to standard error. Throws InputError if nothing
+// can be read of it.
+FileReading LoadFile(const std::string& path);
+// The same of a file without any defect. Throws InputError with all of them.
+Model LoadSoundFile(const std::string& path, Bytes& bytes);
+
+// Each adds its options and, when it is the one asked for, runs and sets `status`.
+void AddCompileCommand(CLI::App& app, int& status);
+void AddDecompileCommand(CLI::App& app, int& status);
+void AddShowCommand(CLI::App& app, int& status);
+void AddDiffCommand(CLI::App& app, int& status);
+void AddCheckCommand(CLI::App& app, int& status);
+void AddSchemaCommands(CLI::App& app, int& status);
+
+}  // namespace tessarine

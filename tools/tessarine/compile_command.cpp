@@ -1,0 +1,70 @@
+// tessarine compile, decompile: between sources and tuning files.
+#include <cstdio>
+
+#include "commands.h"
+#include "decompile.h"
+#include "errors.h"
+#include "file_writer.h"
+#include "files.h"
+#include "source.h"
+
+namespace tessarine {
+
+void AddCompileCommand(CLI::App& app, int& status) {
+  struct Options {
+    std::string source, output;
+    SourceChoices choices;
+  };
+  const auto options = std::make_shared<Options>();
+  CLI::App* command = app.add_subcommand("compile", "Makes a tuning file of a source");
+  command->add_option("source", options->source, "The source, JSON with comments")->required();
+  command->add_option("-o,--output", options->output, "The tuning file")->required();
+  command
+      ->add_option("--format", options->choices.format,
+                   "Version of the format, such as 4.0.0, instead of the source's")
+      ->check([](const std::string& text) {
+        const std::optional<Version> version = ParseVersion(text);
+        return version && *version <= kNewestFormat
+                   ? std::string()
+                   : "expected a version up to " + ToText(kNewestFormat) + ", found " + text;
+      });
+  command->footer(
+      "The alignment of fields follows from the format: 8 from 1.1.0 up to 3.0.0, else 1.\n\n"
+      "Examples:\n"
+      "  tessarine compile tuning.json -o tuning.bin\n"
+      "  tessarine compile tuning.json -o old.bin --format 3.0.0");
+  command->callback([options, &status] {
+    const Model model = ReadSource(LoadText(options->source), options->source, options->choices);
+    SaveBytes(options->output, WriteFile(model));
+    status = kDone;
+  });
+}
+
+void AddDecompileCommand(CLI::App& app, int& status) {
+  struct Options {
+    std::string file, output;
+  };
+  const auto options = std::make_shared<Options>();
+  CLI::App* command =
+      app.add_subcommand("decompile", "Makes the source of a tuning file, which must be sound");
+  command->add_option("file", options->file, "The tuning file")->required();
+  command->add_option("-o,--output", options->output, "The source")->required();
+  command->footer(
+      "Exit status 1 tells that the source has the same values but compiles to other bytes.\n\n"
+      "Example:\n"
+      "  tessarine decompile tuning.bin -o tuning.json");
+  command->callback([options, &status] {
+    Bytes bytes;
+    const Model model = LoadSoundFile(options->file, bytes);
+    const Decompiled decompiled = Decompile(bytes, model);
+    SaveText(options->output, decompiled.source);
+    status = decompiled.firstDifference ? kFound : kDone;
+    if (decompiled.firstDifference)
+      std::fprintf(stderr,
+                   "tessarine: %s: its source compiles to other bytes, from offset %zu on; the "
+                   "values are the same\n",
+                   options->file.c_str(), *decompiled.firstDifference);
+  });
+}
+
+}  // namespace tessarine

@@ -1,0 +1,112 @@
+// What no tree can be made of.
+#include <map>
+#include <set>
+
+#include "modes.h"
+
+namespace tessarine {
+namespace {
+
+using ModeById = std::map<uint32_t, Mode*>;
+
+// Cuts each cycle that following `next` from mode to mode runs into. `none` tells where a way ends,
+// `cut` ends it.
+template <class Next, class IsEnd, class Cut>
+void CutCycles(const ModeById& modes, Next next, IsEnd isEnd, Cut cut) {
+  std::map<uint32_t, uint32_t> visitor;  // the start of the walk that came by first
+  for (const auto& [start, first] : modes) {
+    Mode* mode = first;
+    while (visitor.emplace(mode->id, start).second) {
+      if (isEnd(*mode)) break;
+      Mode* following = modes.at(next(*mode));
+      const auto seen = visitor.find(following->id);
+      if (seen != visitor.end() && seen->second == start) {
+        cut(*mode);
+        break;
+      }
+      mode = following;
+    }
+  }
+}
+
+// A branch of names has to fit the texts that people exchange.
+constexpr int kDeepest = 24;
+
+bool IsTooDeep(const ModeById& modes, const Mode& mode) {
+  const Mode* above = &mode;
+  for (int depth = 0; depth < kDeepest; ++depth) {
+    if (above->parent == above->id) return false;
+    above = modes.at(above->parent);
+  }
+  return true;
+}
+
+std::string Place(const Mode& mode) {
+  return "mode " + std::to_string(mode.id) + " " + ToText(mode.key);
+}
+
+// Parents and links that are not in the table.
+void DropMissing(const ModeById& modes, std::vector<std::string>& defects) {
+  for (const auto& [id, mode] : modes) {
+    if (modes.count(mode->parent) == 0) {
+      defects.push_back(Place(*mode) + ": its parent " + std::to_string(mode->parent) +
+                        " is not there");
+      mode->parent = id;
+    }
+    if (mode->link == kNoLink || modes.count(mode->link) != 0) continue;
+    defects.push_back(Place(*mode) + ": its link " + std::to_string(mode->link) + " is not there");
+    mode->link = kNoLink;
+  }
+}
+
+void CutAllCycles(const ModeById& modes, std::vector<std::string>& defects) {
+  CutCycles(
+      modes, [](const Mode& mode) { return mode.parent; },
+      [](const Mode& mode) { return mode.parent == mode.id; },
+      [&](Mode& mode) {
+        defects.push_back(Place(mode) + ": its parents form a cycle");
+        mode.parent = mode.id;
+      });
+  CutCycles(
+      modes, [](const Mode& mode) { return mode.link; },
+      [](const Mode& mode) { return mode.link == kNoLink; },
+      [&](Mode& mode) {
+        defects.push_back(Place(mode) + ": its links form a cycle");
+        mode.link = kNoLink;
+      });
+}
+
+void CutDeep(const ModeById& modes, std::vector<std::string>& defects) {
+  for (const auto& [id, mode] : modes) {
+    if (!IsTooDeep(modes, *mode)) continue;
+    defects.push_back(Place(*mode) + ": it stands more than " + std::to_string(kDeepest) +
+                      " modes deep");
+    mode->parent = id;
+  }
+}
+
+void FindHidden(const std::vector<Mode>& modes, std::vector<std::string>& defects) {
+  std::set<std::pair<uint32_t, ModeKey>> keys;
+  for (const Mode& mode : modes) {
+    const uint32_t parent = mode.parent == mode.id ? kNoLink : mode.parent;
+    if (!keys.emplace(parent, mode.key).second)
+      defects.push_back(Place(mode) + ": it is never found, for a mode beside it is the same");
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> MendModes(std::vector<Mode>& modes) {
+  std::vector<std::string> defects;
+  ModeById byId;
+  for (Mode& mode : modes) byId[mode.id] = &mode;
+  // The first mode is the root, whatever parent it names.
+  if (!modes.empty()) modes.front().parent = modes.front().id;
+  DropMissing(byId, defects);
+  CutAllCycles(byId, defects);
+  CutDeep(byId, defects);
+  FindHidden(modes, defects);
+  return defects;
+}
+
+}  // namespace tessarine

@@ -1,0 +1,10 @@
+// The reference of all fields, as Markdown.
+#pragma once
+
+#include <string>
+
+namespace tessarine {
+
+std::string Reference();
+
+}  // namespace tessarine
