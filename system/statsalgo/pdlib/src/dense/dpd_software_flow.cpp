@@ -7,6 +7,8 @@
 #include "dense/pdlib_dpd_context.h"
 #include "diagnostics/xmlWriteParam.h"
 
+template class ContextFlow<dpd_context_t>;
+
 namespace {
 
 // The flat-field test of the raw samples.
@@ -47,6 +49,8 @@ IPDLIBFlow* CreateVerticalDPDFlow() {
   return new (std::nothrow) DPDFlow(DPDFlow::Axis::kVertical);
 }
 
+DPDFlow::DPDFlow(Axis axis) : axis_(axis) {}
+
 DPDFlow::~DPDFlow() {
   if (context_ != nullptr) DeInit();
 }
@@ -74,10 +78,7 @@ int DPDFlow::Init(const PDLibInitParam* init, const afpdlibelements::tessarinePD
 }
 
 int DPDFlow::Process(const PDLibParam* param, uint32_t lines, PDLibOutputData* output) {
-  if (context_ == nullptr || param == nullptr || output == nullptr) {
-    PDLIB_ERROR("null pointer");
-    return initFailed_ ? kPDStatusFlowFailed : kPDStatusBadInput;
-  }
+  if (context_ == nullptr || param == nullptr || output == nullptr) return RefuseFrame();
   if (!is_window_usable(param->windowConfig) ||
       !is_buffer_usable(*param, context_->requiredBufferBytes))
     return kPDStatusBadInput;
@@ -105,39 +106,8 @@ int DPDFlow::Process(const PDLibParam* param, uint32_t lines, PDLibOutputData* o
 }
 
 int DPDFlow::DeInit() {
-  if (context_ == nullptr) {
-    PDLIB_ERROR("null pointer");
-    return kPDStatusBadInput;
-  }
+  if (context_ == nullptr) return RefuseNull();
   if (context_->adaptiveK.enable != 0) adaptive_k_deinit(&context_->adaptiveK);
   pdaf_destroy(context_);
-  return kPDStatusOk;
-}
-
-int DPDFlow::GetAdaptiveData(const void** data, int* size) {
-  if (context_ == nullptr || data == nullptr || size == nullptr) {
-    if (size != nullptr) *size = 0;
-    PDLIB_ERROR("null pointer");
-    return kPDStatusBadInput;
-  }
-  adaptive_k_hand_out(context_->adaptiveK, context_->adaptiveData, data, size);
-  return kPDStatusOk;
-}
-
-int DPDFlow::SetAdaptiveData(const void* data, int size) {
-  if (context_ == nullptr || data == nullptr) {
-    PDLIB_ERROR("null pointer");
-    return kPDStatusBadInput;
-  }
-  adaptive_k_take_over(&context_->adaptiveK, context_->adaptiveData, data, size);
-  return kPDStatusOk;
-}
-
-int DPDFlow::GetTuningData(void** tuning) {
-  if (context_ == nullptr || tuning == nullptr) {
-    PDLIB_ERROR("null pointer");
-    return kPDStatusBadInput;
-  }
-  *tuning = &context_->tuning;
   return kPDStatusOk;
 }

@@ -8,29 +8,23 @@
 // lines as the image is high closes the frame.
 #pragma once
 
-#include "core/pdlib_flow.h"
+#include "adaptive/context_flow.h"
 
 struct dpd_context_t;
+extern template class ContextFlow<dpd_context_t>;
 
-class DPDFlow final : public IPDLIBFlow {
+class DPDFlow final : public ContextFlow<dpd_context_t> {
  public:
   enum class Axis { kHorizontal, kVertical };
 
-  explicit DPDFlow(Axis axis) : axis_(axis) {}
+  explicit DPDFlow(Axis axis);
   ~DPDFlow() override;
-  DPDFlow(const DPDFlow&) = delete;
-  DPDFlow& operator=(const DPDFlow&) = delete;
 
   // `tuning` may be null: then the flow's own fallback runs.
   int Init(const PDLibInitParam* init, const afpdlibelements::tessarinePDLibType* tuning) override;
   int Process(const PDLibParam* param, uint32_t lines, PDLibOutputData* output) override;
   int DeInit() override;
-  int GetAdaptiveData(const void** data, int* size) override;
-  int SetAdaptiveData(const void* data, int size) override;
-  int GetTuningData(void** tuning) override;
 
  private:
   Axis axis_;
-  dpd_context_t* context_ = nullptr;
-  bool initFailed_ = false;  // then Process fails the frame instead of taking it for a misuse
 };

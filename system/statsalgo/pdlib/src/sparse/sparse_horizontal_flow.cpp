@@ -14,6 +14,8 @@
 #include "sparse/pdlib_sparse_utils_window.h"
 #include "sparse/pdlib_sparse_wrapper.h"
 
+template class ContextFlow<pdaf_context_t>;
+
 namespace {
 
 // Pixels that serve both axes count by their horizontal polarity here.
@@ -71,6 +73,8 @@ IPDLIBFlow* CreateSparseHorizontalFlow() {
   return new (std::nothrow) SparseHorizontalFlow();
 }
 
+SparseHorizontalFlow::SparseHorizontalFlow() = default;
+
 SparseHorizontalFlow::~SparseHorizontalFlow() {
   if (context_ != nullptr) DeInit();
 }
@@ -107,10 +111,7 @@ int SparseHorizontalFlow::Init(const PDLibInitParam* init,
 
 int SparseHorizontalFlow::Process(const PDLibParam* param, uint32_t lines,
                                   PDLibOutputData* output) {
-  if (context_ == nullptr || param == nullptr || output == nullptr) {
-    PDLIB_ERROR("null pointer");
-    return initFailed_ ? kPDStatusFlowFailed : kPDStatusBadInput;
-  }
+  if (context_ == nullptr || param == nullptr || output == nullptr) return RefuseFrame();
   if (!is_window_usable(param->windowConfig) ||
       !is_buffer_usable(*param, context_->requiredBufferBytes))
     return kPDStatusBadInput;
@@ -149,10 +150,7 @@ int SparseHorizontalFlow::Process(const PDLibParam* param, uint32_t lines,
 }
 
 int SparseHorizontalFlow::DeInit() {
-  if (context_ == nullptr) {
-    PDLIB_ERROR("null pointer");
-    return kPDStatusBadInput;
-  }
+  if (context_ == nullptr) return RefuseNull();
   context_->status = kContextClosed;
   context_->leftGain.reset();
   context_->rightGain.reset();
@@ -160,33 +158,5 @@ int SparseHorizontalFlow::DeInit() {
   set_pd_context_deinit(context_);
   if (context_->window.valid != 0) free_pdaf_grid_memory(context_);
   pdaf_destroy(context_);
-  return kPDStatusOk;
-}
-
-int SparseHorizontalFlow::GetAdaptiveData(const void** data, int* size) {
-  if (context_ == nullptr || data == nullptr || size == nullptr) {
-    if (size != nullptr) *size = 0;
-    PDLIB_ERROR("null pointer");
-    return kPDStatusBadInput;
-  }
-  adaptive_k_hand_out(context_->adaptiveK, context_->adaptiveData, data, size);
-  return kPDStatusOk;
-}
-
-int SparseHorizontalFlow::SetAdaptiveData(const void* data, int size) {
-  if (context_ == nullptr || data == nullptr) {
-    PDLIB_ERROR("null pointer");
-    return kPDStatusBadInput;
-  }
-  adaptive_k_take_over(&context_->adaptiveK, context_->adaptiveData, data, size);
-  return kPDStatusOk;
-}
-
-int SparseHorizontalFlow::GetTuningData(void** tuning) {
-  if (context_ == nullptr || tuning == nullptr) {
-    PDLIB_ERROR("null pointer");
-    return kPDStatusBadInput;
-  }
-  *tuning = &context_->tuning;
   return kPDStatusOk;
 }

@@ -7,25 +7,17 @@
 // lines as the image is high closes the frame.
 #pragma once
 
-#include "core/pdlib_flow.h"
+#include "adaptive/context_flow.h"
 
 struct pdaf_context_t;
+extern template class ContextFlow<pdaf_context_t>;
 
-class SparseHorizontalFlow final : public IPDLIBFlow {
+class SparseHorizontalFlow final : public ContextFlow<pdaf_context_t> {
  public:
-  SparseHorizontalFlow() = default;
+  SparseHorizontalFlow();
   ~SparseHorizontalFlow() override;
-  SparseHorizontalFlow(const SparseHorizontalFlow&) = delete;
-  SparseHorizontalFlow& operator=(const SparseHorizontalFlow&) = delete;
 
   int Init(const PDLibInitParam* init, const afpdlibelements::tessarinePDLibType* tuning) override;
   int Process(const PDLibParam* param, uint32_t lines, PDLibOutputData* output) override;
   int DeInit() override;
-  int GetAdaptiveData(const void** data, int* size) override;
-  int SetAdaptiveData(const void* data, int size) override;
-  int GetTuningData(void** tuning) override;
-
- private:
-  pdaf_context_t* context_ = nullptr;
-  bool initFailed_ = false;  // then Process fails the frame instead of taking it for a misuse
 };
