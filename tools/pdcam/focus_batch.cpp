@@ -57,14 +57,6 @@ Summary Summarize(const std::vector<FocusResult>& results, int direction) {
   return summary;
 }
 
-// The library's vertical mode clears a cell at the start of a frame only where its row's number is
-// not below its column's: elsewhere what the lens showed before stays in. One column is always
-// fresh.
-void KeepToFreshCells(simcam::SensorDescription& sensor, simcam::CameraSettings& settings) {
-  settings.columns = 1;
-  sensor.tuning.gridOverlap = false;
-}
-
 simcam::OrderedJson RunJson(const FocusResult& result) {
   simcam::OrderedJson json = ToJson(result);
   json.erase("frames");
@@ -112,7 +104,7 @@ int RunBatch(const BatchOptions& options, const CameraOptions& camera,
     // Exposing the windows around the ROI would take most of the time.
     sensor.tuning.peripheralWindows = false;
     simcam::CameraSettings sensorSettings = settings;
-    if (sensor.HasVerticalViews()) KeepToFreshCells(sensor, sensorSettings);
+    camera.FitWindows(sensor, sensorSettings);
     for (int direction : {1, -1}) {
       if (direction < 0 && !areBoth) continue;
       std::vector<FocusResult> results;

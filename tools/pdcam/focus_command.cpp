@@ -62,6 +62,7 @@ std::vector<FocusResult> RunCameras(const Options& options, const Device& device
     simcam::SensorDescription sensor = options.camera.Sensor(name);
     if (!options.hasPeripheral) sensor.tuning.peripheralWindows = false;
     simcam::CameraSettings settings = options.camera.Settings();
+    options.camera.FitWindows(sensor, settings);
     settings.cameraId = static_cast<uint32_t>(camera);
     settings.seed += static_cast<uint64_t>(camera);
     runs.push_back(std::make_unique<FocusRun>(device.Library(), sensor, settings, options.focus));
@@ -105,7 +106,11 @@ int RunOnce(const Options& options) {
 int Run(const Options& given) {
   Options options = given;
   if (options.hasStartCode) options.focus.startCode = options.startCode;
-  const simcam::CameraSettings settings = options.camera.Settings();
+  simcam::CameraSettings settings = options.camera.Settings();
+  if (!options.batch.IsWanted()) {
+    simcam::SensorDescription sensor = options.camera.Sensor(options.camera.sensor);
+    options.camera.FitWindows(sensor, settings);
+  }
   const int windows = static_cast<int>(settings.columns * settings.rows);
   if (options.focus.curveWindow < 0) options.focus.curveWindow = windows / 2;
   if (options.focus.curveWindow >= windows)

@@ -153,8 +153,9 @@ int Run(const Options& given) {
     if (!options.hasWindows) options.camera.windows = "6x4";
     options.camera.isOverlapped = false;
   }
-  const simcam::CameraSettings settings = options.camera.Settings();
-  const simcam::SensorDescription sensor = options.camera.Sensor(options.camera.sensor);
+  simcam::CameraSettings settings = options.camera.Settings();
+  simcam::SensorDescription sensor = options.camera.Sensor(options.camera.sensor);
+  options.camera.FitWindows(sensor, settings);
 
   std::vector<Check> checks;
   std::optional<LearnResult> perfect;

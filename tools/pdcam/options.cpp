@@ -95,7 +95,9 @@ void CameraOptions::AddTo(CLI::App& command) {
       .add_option("--blur-per-px", settings.optics.blurPerPx,
                   "Blur per pixel of phase difference, pixels")
       ->check(Between(0.0, 2.0));
-  command.add_option("--windows", windows, "Grid of result windows, columns x rows");
+  command.add_option(
+      "--windows", windows,
+      "Grid of result windows, columns x rows; 3x3, or one column for vertical views");
   command.add_flag("--overlap,!--no-overlap", isOverlapped, "Let windows overlap by half");
   command.add_option("--roi", roi, "Left, top, right and bottom of the ROI, 0 to 1")
       ->expected(4)
@@ -125,7 +127,7 @@ simcam::CameraSettings CameraOptions::Settings() const {
   if (readNoise >= 0) result.noise.readNoise = readNoise;
   if (splitNoise >= 0) result.noise.split = splitNoise;
   result.noiseBits = kNoiseBits;
-  const GridSize grid = ParseGrid("--windows", windows);
+  const GridSize grid = ParseGrid("--windows", windows.empty() ? "3x3" : windows);
   result.columns = grid.columns;
   result.rows = grid.rows;
   result.roi = ParseRoi(roi);
@@ -136,6 +138,16 @@ simcam::SensorDescription CameraOptions::Sensor(const std::string& nameOrPath) c
   simcam::SensorDescription description = simcam::LoadSensor(nameOrPath);
   if (!isOverlapped) description.tuning.gridOverlap = false;
   return description;
+}
+
+void CameraOptions::FitWindows(simcam::SensorDescription& description,
+                               simcam::CameraSettings& cameraSettings) const {
+  if (!windows.empty() || !description.HasVerticalViews()) return;
+  // The library's vertical mode clears a cell at the start of a frame only where its row's number
+  // is not below its column's: elsewhere what the lens showed before stays in. One column is always
+  // fresh.
+  cameraSettings.columns = 1;
+  description.tuning.gridOverlap = false;
 }
 
 void OutputOptions::AddTo(CLI::App& command) {

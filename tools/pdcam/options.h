@@ -39,7 +39,7 @@ struct CameraOptions {
   double noiseVariance = -1;  // negative: what `noise` says
   double readNoise = -1;
   double splitNoise = -1;
-  std::string windows = "3x3";
+  std::string windows;  // "": a grid that suits the sensor
   bool isOverlapped = true;
   std::vector<double> roi = {0.35, 0.35, 0.65, 0.65};
   std::string library;
@@ -50,6 +50,9 @@ struct CameraOptions {
   // The settings with all options worked in. Throws CLI::ValidationError.
   simcam::CameraSettings Settings() const;
   simcam::SensorDescription Sensor(const std::string& nameOrPath) const;
+  // Unless windows were asked for, chooses those that a sensor with vertical views measures well.
+  void FitWindows(simcam::SensorDescription& description,
+                  simcam::CameraSettings& cameraSettings) const;
 };
 
 struct OutputOptions {

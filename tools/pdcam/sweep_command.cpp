@@ -45,8 +45,9 @@ int Run(const Options& options) {
     throw CLI::ValidationError("--from", "expected a value up to that of --to");
   if ((options.sweep.to - options.sweep.from) / options.sweep.step > kMostSteps)
     throw CLI::ValidationError("--step", "expected at most 100000 steps");
-  const simcam::CameraSettings settings = options.camera.Settings();
+  simcam::CameraSettings settings = options.camera.Settings();
   simcam::SensorDescription sensor = options.camera.Sensor(options.camera.sensor);
+  options.camera.FitWindows(sensor, settings);
   // The windows of the ROI alone are judged.
   sensor.tuning.peripheralWindows = false;
 
