@@ -129,21 +129,23 @@ void get_crop_configure(int cropWidth, int cropHeight, int x, int y, const Block
             blockRows);
 }
 
+PeripheralPlace peripheral_place(uint32_t index) {
+  static constexpr PeripheralPlace kPlaces[kPeripheralWindows] = {{0, 0}, {1, 0}, {2, 0}, {0, 1},
+                                                                  {2, 1}, {0, 2}, {1, 2}, {2, 2}};
+  return kPlaces[index];
+}
+
 PeripheralRectangle peripheral_rectangle(const win_config_t& roi, uint32_t index) {
   static constexpr const char* kNames[kPeripheralWindows] = {
       "TopLeftWindow",       "TopCenterWindow",  "TopRightWindow",     "LEFT_CORNER_WINDOW",
       "RIGHT_CORNER_WINDOW", "BottomLeftWindow", "BottomCenterWindow", "BottomRightWindow"};
-  // Column and row of each window in the 3 by 3 tiling around the ROI.
-  static constexpr int kColumn[kPeripheralWindows] = {0, 1, 2, 0, 2, 0, 1, 2};
-  static constexpr int kRow[kPeripheralWindows] = {0, 0, 0, 1, 1, 2, 2, 2};
   const float endX = roi.x + roi.w;
   const float endY = roi.y + roi.h;
   const float startX[3] = {0.0F, roi.x, endX};
   const float startY[3] = {0.0F, roi.y, endY};
   const float width[3] = {roi.x, roi.w, 1.0F - endX};
   const float height[3] = {roi.y, roi.h, 1.0F - endY};
-  const int column = kColumn[index];
-  const int row = kRow[index];
+  const auto [column, row] = peripheral_place(index);
   return {kNames[index], startX[column], startY[row], width[column], height[row]};
 }
 

@@ -124,6 +124,12 @@ struct PeripheralRectangle {
   float width;
   float height;
 };
+// Where a peripheral window lies in the 3 by 3 tiling around the ROI.
+struct PeripheralPlace {
+  int column;
+  int row;
+};
+PeripheralPlace peripheral_place(uint32_t index);
 PeripheralRectangle peripheral_rectangle(const win_config_t& roi, uint32_t index);
 
 // The part of the ROI that `lines` PD lines cover: below 0 before its top, 1 and more when

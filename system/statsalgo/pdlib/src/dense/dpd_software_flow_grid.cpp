@@ -225,9 +225,6 @@ AxisStretches cut_axis(uint32_t size, uint32_t roiStart, uint32_t roiSize) {
 }
 
 void place_peripheral_windows(dpd_context_t* context) {
-  // Column and row of each window in the 3 by 3 tiling around the ROI.
-  static constexpr int kColumn[kPeripheralWindows] = {0, 1, 2, 0, 2, 0, 1, 2};
-  static constexpr int kRow[kPeripheralWindows] = {0, 0, 0, 1, 1, 2, 2, 2};
   const win_config_t& roi = context->window;
   const dpd_line_config_t& line = context->line;
   int startX = rounded_sites(line.pd_width, roi.x);
@@ -239,10 +236,11 @@ void place_peripheral_windows(dpd_context_t* context) {
                static_cast<uint32_t>(rounded_sites(line.pd_height, roi.h)));
   for (uint32_t i = 0; i < kPeripheralWindows; ++i) {
     dpd_grid_arg_t& cell = context->p_dpd_peripheral_window[i];
-    cell.start_x = static_cast<uint16_t>(x.start[kColumn[i]]);
-    cell.end_x = static_cast<uint16_t>(x.end[kColumn[i]]);
-    cell.start_y = static_cast<uint16_t>(y.start[kRow[i]]);
-    cell.end_y = static_cast<uint16_t>(y.end[kRow[i]]);
+    const auto [column, row] = peripheral_place(i);
+    cell.start_x = static_cast<uint16_t>(x.start[column]);
+    cell.end_x = static_cast<uint16_t>(x.end[column]);
+    cell.start_y = static_cast<uint16_t>(y.start[row]);
+    cell.end_y = static_cast<uint16_t>(y.end[row]);
   }
 }
 
