@@ -77,6 +77,7 @@ TEST(PdcamTuning, GivesEachSensorWhatTheSimulatedCameraPasses) {
     const simcam::TuningRecord record(sensor.tuning, sensor.HasVerticalViews());
     const Mode* mode = ModeOf(source, embedded.name);
     ASSERT_NE(mode, nullptr) << embedded.name;
+    EXPECT_EQ(mode->key.subMode, sensor.tuningMode) << embedded.name;
     const auto inForce = tree.InForce({ModeKey{}, mode->key});
     ASSERT_EQ(inForce.size(), 1u);
     Module passed = *inForce[0].module;
@@ -88,6 +89,20 @@ TEST(PdcamTuning, GivesEachSensorWhatTheSimulatedCameraPasses) {
       EXPECT_EQ(found[i].path, expected[i].path) << embedded.name;
       EXPECT_EQ(found[i].value, expected[i].value) << embedded.name << " " << found[i].path;
     }
+  }
+}
+
+TEST(PdcamTuning, TellsTheSimulatedCameraItsChoices) {
+  for (const simcam::EmbeddedSensor& embedded : simcam::EmbeddedSensors()) {
+    const simcam::SensorDescription sensor = simcam::LoadSensor(embedded.name);
+    simcam::TuningChoices choices = sensor.tuning;
+    choices.bandPass = true;
+    choices.gridOverlap = false;
+    choices.adaptive = {true, 61, 3, 4, 5, 62, 101, 102, 4.5, 1.25, 1.5, 0.5};
+    const bool isVertical = sensor.HasVerticalViews();
+    const simcam::TuningRecord passed(choices, isVertical);
+    const simcam::TuningRecord again(simcam::ChoicesOf(passed.Get()), isVertical);
+    EXPECT_EQ(ToValue(again.Get()), ToValue(passed.Get())) << embedded.name;
   }
 }
 

@@ -104,7 +104,7 @@ int RunBatch(const BatchOptions& options, const CameraOptions& camera,
     // Exposing the windows around the ROI would take most of the time.
     sensor.tuning.peripheralWindows = false;
     simcam::CameraSettings sensorSettings = settings;
-    camera.FitWindows(sensor, sensorSettings);
+    camera.Fit(sensor, sensorSettings);
     for (int direction : {1, -1}) {
       if (direction < 0 && !areBoth) continue;
       std::vector<FocusResult> results;

@@ -7,6 +7,7 @@
 #include "json_output.h"
 #include "options.h"
 #include "report.h"
+#include "report_page.h"
 
 namespace pdcam {
 namespace {
@@ -28,8 +29,10 @@ struct Options {
 };
 
 void PrintTable(const FocusResult& result, uint32_t camera) {
-  std::printf("camera %u: sensor %s, scene %s, seed %llu\n", camera, result.sensor.name.c_str(),
-              result.camera.scene.c_str(), static_cast<unsigned long long>(result.camera.seed));
+  std::printf("camera %u: sensor %s, scene %s, seed %llu, tuning %s\n", camera,
+              result.sensor.name.c_str(), result.camera.scene.c_str(),
+              static_cast<unsigned long long>(result.camera.seed),
+              simcam::TuningName(result.camera).c_str());
   std::printf("%5s %10s %9s %12s %8s %10s %6s  %s\n", "frame", "lens, code", "true, px",
               "measured, px", "defocus", "confidence", "result", "stack");
   for (const FocusFrame& frame : result.frames)
@@ -62,7 +65,7 @@ std::vector<FocusResult> RunCameras(const Options& options, const Device& device
     simcam::SensorDescription sensor = options.camera.Sensor(name);
     if (!options.hasPeripheral) sensor.tuning.peripheralWindows = false;
     simcam::CameraSettings settings = options.camera.Settings();
-    options.camera.FitWindows(sensor, settings);
+    options.camera.Fit(sensor, settings);
     settings.cameraId = static_cast<uint32_t>(camera);
     settings.seed += static_cast<uint64_t>(camera);
     runs.push_back(std::make_unique<FocusRun>(device.Library(), sensor, settings, options.focus));
@@ -109,7 +112,7 @@ int Run(const Options& given) {
   simcam::CameraSettings settings = options.camera.Settings();
   if (!options.batch.IsWanted()) {
     simcam::SensorDescription sensor = options.camera.Sensor(options.camera.sensor);
-    options.camera.FitWindows(sensor, settings);
+    options.camera.Fit(sensor, settings);
   }
   const int windows = static_cast<int>(settings.columns * settings.rows);
   if (options.focus.curveWindow < 0) options.focus.curveWindow = windows / 2;
@@ -161,6 +164,7 @@ void AddFocusCommand(CLI::App& app, int& status) {
       "  pdcam focus --report focus.html\n"
       "  pdcam focus --sensor s16-mirror --start -30 --calls 3 --json\n"
       "  pdcam focus --cameras 2 --second-sensor in-frame\n"
+      "  pdcam focus --sensor dual --tuning tuning.bin --mode 'Default|Sensor.8'\n"
       "  pdcam focus --check                     all sensors, 20 seeds, both directions\n"
       "  pdcam focus --runs 5 --both-directions --sensor s16");
   CLI::Option* sensor = command->get_option("--sensor");

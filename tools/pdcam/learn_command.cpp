@@ -155,7 +155,7 @@ int Run(const Options& given) {
   }
   simcam::CameraSettings settings = options.camera.Settings();
   simcam::SensorDescription sensor = options.camera.Sensor(options.camera.sensor);
-  options.camera.FitWindows(sensor, settings);
+  options.camera.Fit(sensor, settings);
 
   std::vector<Check> checks;
   std::optional<LearnResult> perfect;

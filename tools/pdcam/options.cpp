@@ -113,6 +113,13 @@ void CameraOptions::AddTo(CLI::App& command) {
       .add_option("--log-level", settings.logLevel,
                   "Lines of the library on standard error: 1 info, 2 verbose")
       ->check(CLI::Range(0, 3));
+  CLI::Option* tuningOption = command.add_option(
+      "--tuning", tuning, "Tuning file (see 'tessarine compile') instead of the description's");
+  command
+      .add_option("--mode", mode,
+                  "Branch of modes in it, such as 'Default|Sensor.3|Usecase.Video'; else the "
+                  "sensor's own, where the file has it, or Default")
+      ->needs(tuningOption);
   command.add_option("--library", library, "The PD library; else ../lib from this program");
   command.add_option("--data-dir", dataFolder,
                      "Folder that takes the files of the library; else one that is removed again");
@@ -136,12 +143,24 @@ simcam::CameraSettings CameraOptions::Settings() const {
 
 simcam::SensorDescription CameraOptions::Sensor(const std::string& nameOrPath) const {
   simcam::SensorDescription description = simcam::LoadSensor(nameOrPath);
+  if (const auto branch = Branch(description)) description.tuning = branch->Choices();
   if (!isOverlapped) description.tuning.gridOverlap = false;
   return description;
 }
 
-void CameraOptions::FitWindows(simcam::SensorDescription& description,
-                               simcam::CameraSettings& cameraSettings) const {
+std::shared_ptr<simcam::TuningBranch> CameraOptions::Branch(
+    const simcam::SensorDescription& description) const {
+  if (tuning.empty()) return nullptr;
+  if (file_ == nullptr) file_ = std::make_shared<simcam::TuningFile>(tuning);
+  const std::string own = "Default|Sensor." + std::to_string(description.tuningMode);
+  const bool hasOwn = description.tuningMode != 0 && file_->HasMode(own);
+  return std::make_shared<simcam::TuningBranch>(file_,
+                                                !mode.empty() ? mode : (hasOwn ? own : "Default"));
+}
+
+void CameraOptions::Fit(simcam::SensorDescription& description,
+                        simcam::CameraSettings& cameraSettings) const {
+  cameraSettings.tuning = Branch(description);
   if (!windows.empty() || !description.HasVerticalViews()) return;
   // The library's vertical mode clears a cell at the start of a frame only where its row's number
   // is not below its column's: elsewhere what the lens showed before stays in. One column is always

@@ -44,15 +44,23 @@ struct CameraOptions {
   std::vector<double> roi = {0.35, 0.35, 0.65, 0.65};
   std::string library;
   std::string dataFolder;
+  std::string tuning;  // path of a tuning file; "": what the description says
+  std::string mode;    // its branch of modes; "": that of the sensor
   simcam::CameraSettings settings;
 
   void AddTo(CLI::App& command);
   // The settings with all options worked in. Throws CLI::ValidationError.
   simcam::CameraSettings Settings() const;
+  // The description, with the values of the tuning file if there is one. Throws InputError.
   simcam::SensorDescription Sensor(const std::string& nameOrPath) const;
-  // Unless windows were asked for, chooses those that a sensor with vertical views measures well.
-  void FitWindows(simcam::SensorDescription& description,
-                  simcam::CameraSettings& cameraSettings) const;
+  // Settings that depend on the sensor: the branch of the tuning file, and, unless windows were
+  // asked for, those that a sensor with vertical views measures well.
+  void Fit(simcam::SensorDescription& description, simcam::CameraSettings& cameraSettings) const;
+  // Null without a tuning file. Throws InputError.
+  std::shared_ptr<simcam::TuningBranch> Branch(const simcam::SensorDescription& description) const;
+
+ private:
+  mutable std::shared_ptr<simcam::TuningFile> file_;  // loaded when it is first asked for
 };
 
 struct OutputOptions {

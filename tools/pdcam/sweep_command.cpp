@@ -47,7 +47,7 @@ int Run(const Options& options) {
     throw CLI::ValidationError("--step", "expected at most 100000 steps");
   simcam::CameraSettings settings = options.camera.Settings();
   simcam::SensorDescription sensor = options.camera.Sensor(options.camera.sensor);
-  options.camera.FitWindows(sensor, settings);
+  options.camera.Fit(sensor, settings);
   // The windows of the ROI alone are judged.
   sensor.tuning.peripheralWindows = false;
 

@@ -13,6 +13,7 @@ constexpr double kExposureShare = 0.3;  // of the frame time
 SensorDescription Checked(const SensorDescription& sensor, const CameraSettings& settings) {
   SensorDescription adapted = sensor;
   if (settings.columns * settings.rows == 1) adapted.tuning.gridOverlap = false;
+  if (settings.tuning != nullptr) settings.tuning->Override(adapted.tuning);
   return adapted;
 }
 
@@ -139,7 +140,7 @@ Camera::Camera(const PdLibrary& library, const SensorDescription& sensor,
       regions_(MakeRegions(sensor_, settings_)),
       session_(library, sensor_,
                MakeCalibration(sensor_, Renderer().LensShading(), settings.dccError),
-               settings.cameraId, settings.logLevel),
+               settings.cameraId, settings.logLevel, settings.tuning),
       interrupts_(LineInterrupts(sensor_.imageHeight, static_cast<double>(settings.roi.endY),
                                  settings.callsPerFrame)) {}
 

@@ -29,6 +29,7 @@ struct CameraSettings {
   double sensorGain = 1;
   uint32_t logLevel = 0;
   uint32_t cameraId = 0;
+  std::shared_ptr<const TuningBranch> tuning;  // null: what the sensor's description says
   // Per region of the image, row by row as the library divides its PD blocks: what the true phase
   // difference is multiplied by there. Empty: by nothing.
   std::vector<double> phaseScale;

@@ -87,6 +87,8 @@ OrderedJson ListOf(const std::vector<Item>& items) {
 void AddSettings(OrderedJson& json, const SensorDescription& sensor,
                  const CameraSettings& settings) {
   json["sensor"] = sensor.name;
+  if (settings.tuning != nullptr)
+    json["tuning"] = {{"file", settings.tuning->File().Path()}, {"mode", settings.tuning->Name()}};
   json["scene"] = settings.scene;
   json["seed"] = settings.seed;
   json["sample_step_px"] = sensor.SampleStepPx();

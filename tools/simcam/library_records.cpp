@@ -104,7 +104,68 @@ afpdlibelements::tessarineTuningAdaptiveK MakeAdaptive(const AdaptiveChoices& ch
   return record;
 }
 
+AdaptiveChoices AdaptiveOf(const afpdlibelements::tessarineTuningAdaptiveK& record) {
+  AdaptiveChoices choices;
+  choices.isOn = record.enable != 0;
+  choices.timeoutFrames = record.timeoutFrameCntThres;
+  choices.filterSize = record.filterSize;
+  choices.startFrames = record.state0StableCntThres;
+  choices.endFrames = record.state1StableCntThres;
+  choices.minimumTravel = record.minimumLensPosDelta;
+  choices.startConfidence = record.state0ConfThres;
+  choices.endConfidence = record.state1ConfThres;
+  choices.startPhasePx = record.state0PhaseDiffThres;
+  choices.endPhasePx = record.state1PhaseDiffThres;
+  choices.upperTolerance = record.tolNearTargetUpperBound;
+  choices.lowerTolerance = record.tolNearTargetLowerBound;
+  return choices;
+}
+
+// The first value of an extension that is on.
+float ExtensionOf(const afpdlibelements::tessarinePDLibType& record, const char* name) {
+  for (uint32_t i = 0; i < record.extensionParamCount; ++i) {
+    const afpdlibelements::statsExtensionParamType& entry = record.extensionParam[i];
+    if (entry.enableFlag == 1 && entry.dataCount > 0 && entry.Name != nullptr &&
+        std::strcmp(entry.Name, name) == 0)
+      return entry.data[0];
+  }
+  return 0;
+}
+
+constexpr const char* kBinning = "verticalBinningControl";
+constexpr const char* kBandPass = "EnableSparsePDAFIIRFilter";
+constexpr const char* kOptimizedParsing = "EnableOptimizedSparseParsing";
+
 }  // namespace
+
+TuningChoices ChoicesOf(const afpdlibelements::tessarinePDLibType& record) {
+  TuningChoices choices;
+  choices.boxFilterLength = record.preProcess.boxFilterLength;
+  choices.antiAliasFilterThreshold = record.preProcess.antiAliasFilterThreshold;
+  choices.verticalBinning = record.preProcess.filterTrigger.filterSet[0].verticalMode;
+
+  choices.rangeControl = record.correlation.PDRangeControl;
+  choices.minimumConfidenceLevel = record.correlation.minimumConfidenceLevel;
+  choices.defocusConfidenceThreshold = record.correlation.defocusConfidenceThreshold;
+  choices.searchFrom = record.correlation.searchRange.from;
+  choices.searchTo = record.correlation.searchRange.to;
+
+  choices.biasVectorStrength = record.postProcess.biasVectorStrength;
+  choices.staticWeight = record.postProcess.temporalFilterStaticWeight;
+  choices.dynamicWeight = record.postProcess.temporalFilterDynamicWeight;
+  choices.gridOverlap = record.postProcess.enableGridOverlap != 0;
+  choices.confIntegralWidth = record.postProcess.confIntegralWidth;
+
+  choices.peripheralWindows = record.enablePeripheralWindows != 0;
+  choices.processingMode = static_cast<int>(record.gridProcessingLevel.processingMode);
+  choices.adaptive = AdaptiveOf(record.adaptiveK);
+  choices.staticFrameCount = record.skipControl.staticFrameCountThres;
+  choices.maxFrameRate = record.skipControl.maxFrameRate;
+
+  choices.bandPass = ExtensionOf(record, kBandPass) != 0;
+  choices.optimizedParsing = ExtensionOf(record, kOptimizedParsing) != 0;
+  return choices;
+}
 
 TuningRecord::TuningRecord(const TuningChoices& choices, bool areViewsVertical) {
   auto& pre = record_.preProcess;
@@ -134,9 +195,9 @@ TuningRecord::TuningRecord(const TuningChoices& choices, bool areViewsVertical) 
   record_.adaptiveK = MakeAdaptive(choices.adaptive);
   record_.skipControl = {choices.staticFrameCount, choices.maxFrameRate};
 
-  AddExtension("verticalBinningControl", {choices.verticalBinning > 1 ? 1.0f : 0.0f});
-  AddExtension("EnableSparsePDAFIIRFilter", {choices.bandPass ? 1.0f : 0.0f});
-  AddExtension("EnableOptimizedSparseParsing", {choices.optimizedParsing ? 1.0f : 0.0f});
+  AddExtension(kBinning, {choices.verticalBinning > 1 ? 1.0f : 0.0f});
+  AddExtension(kBandPass, {choices.bandPass ? 1.0f : 0.0f});
+  AddExtension(kOptimizedParsing, {choices.optimizedParsing ? 1.0f : 0.0f});
   if (areViewsVertical) CompareVerticalViews();
   record_.extensionParamCount = static_cast<uint32_t>(extensions_.size());
   record_.extensionParam = extensions_.data();

@@ -31,6 +31,9 @@ class TuningRecord {
   afpdlibelements::tessarineHVConfWeight allWeight_{1, 0};
 };
 
+// What a record chooses, as far as a sensor description has it.
+TuningChoices ChoicesOf(const afpdlibelements::tessarinePDLibType& record);
+
 // The session record of a sensor; calibration and tuning are left null.
 PDLibInitParam MakeInitParam(const SensorDescription& sensor);
 

@@ -61,10 +61,11 @@ PdLibrary::~PdLibrary() {
 
 CameraSession::CameraSession(const PdLibrary& library, const SensorDescription& sensor,
                              const _pdaf_cal_param_t& calibration, uint32_t cameraId,
-                             uint32_t logLevel)
+                             uint32_t logLevel, std::shared_ptr<const TuningBranch> branch)
     : camera_{0, cameraId},
       calibration_(std::make_unique<_pdaf_cal_param_t>(calibration)),
-      tuning_(sensor.tuning, sensor.HasVerticalViews()) {
+      tuning_(sensor.tuning, sensor.HasVerticalViews()),
+      branch_(std::move(branch)) {
   const uint32_t actualOpen = 1;
   const PDLibListEntry entries[] = {{kCreateOverrideCameraOpen, &actualOpen, sizeof(actualOpen)},
                                     {kCreateCameraInfo, &camera_, sizeof(camera_)}};
@@ -77,7 +78,10 @@ CameraSession::CameraSession(const PdLibrary& library, const SensorDescription& 
   params->initParam.calibration = calibration_.get();
   params->initParam.cameraInfo = camera_;
   params->initParam.logLevel = logLevel;
-  params->initParam.tuningData = &tuning_.Get();
+  if (branch_ != nullptr)
+    branch_->LendTo(*params);
+  else
+    params->initParam.tuningData = &tuning_.Get();
   if (lib_->pfnInitialize(lib_, params.get()) == kPDLibSuccess) return;
   Close();
   throw DeviceError("the PD library refuses sensor '" + sensor.name + "'");

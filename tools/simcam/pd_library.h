@@ -6,6 +6,7 @@
 
 #include "library_records.h"
 #include "orvopdlibinterface.h"
+#include "tuning_file.h"
 
 namespace simcam {
 
@@ -30,9 +31,11 @@ class PdLibrary {
 // One open camera, from CreatePDLib to PDLibDestroy.
 class CameraSession {
  public:
-  // Throws DeviceError when the library refuses the camera.
+  // The library finds its tuning in the branch, or else gets that of the description. Throws
+  // DeviceError when it refuses the camera.
   CameraSession(const PdLibrary& library, const SensorDescription& sensor,
-                const _pdaf_cal_param_t& calibration, uint32_t cameraId, uint32_t logLevel);
+                const _pdaf_cal_param_t& calibration, uint32_t cameraId, uint32_t logLevel,
+                std::shared_ptr<const TuningBranch> branch = nullptr);
   ~CameraSession();
   CameraSession(const CameraSession&) = delete;
   CameraSession& operator=(const CameraSession&) = delete;
@@ -49,6 +52,7 @@ class CameraSession {
   PDLibCameraInfo camera_;
   std::unique_ptr<_pdaf_cal_param_t> calibration_;
   TuningRecord tuning_;
+  std::shared_ptr<const TuningBranch> branch_;
   VekPDLib* lib_ = nullptr;
 };
 

@@ -132,6 +132,11 @@ std::string Table(const std::string& caption, const std::vector<std::string>& he
   return html + "</table></div>\n";
 }
 
+std::string TuningName(const CameraSettings& settings) {
+  if (settings.tuning == nullptr) return "of the sensor's description";
+  return settings.tuning->File().Path() + ", " + settings.tuning->Name();
+}
+
 std::string SettingsTable(const SensorDescription& sensor, const CameraSettings& settings) {
   const PDLibWindow& roi = settings.roi;
   const auto fraction = [](float value) {
@@ -141,6 +146,7 @@ std::string SettingsTable(const SensorDescription& sensor, const CameraSettings&
          Table(
              "Settings", {"what", "value"},
              {{"sensor", sensor.name + ": " + sensor.about},
+              {"tuning", TuningName(settings)},
               {"image", std::to_string(sensor.imageWidth) + " x " +
                             std::to_string(sensor.imageHeight) + " pixels, one sample step is " +
                             std::to_string(sensor.SampleStepPx()) + " pixels"},

@@ -24,6 +24,9 @@ std::string Figures(const std::vector<std::pair<std::string, std::string>>& figu
 std::string Table(const std::string& caption, const std::vector<std::string>& head,
                   const std::vector<std::vector<std::string>>& rows);
 
+// Where the tuning comes from.
+std::string TuningName(const CameraSettings& settings);
+
 // The settings a reader needs to repeat the run.
 std::string SettingsTable(const SensorDescription& sensor, const CameraSettings& settings);
 

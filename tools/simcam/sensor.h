@@ -157,6 +157,7 @@ struct SensorDescription {
   CalibrationLayout calibration;
   LensDescription lens;
   TuningChoices tuning;
+  int tuningMode = 0;  // sub-mode of Sensor in tuning files; 0: none of its own
 
   bool IsMirrored() const {
     return orientation == Orientation::kMirror || orientation == Orientation::kMirrorAndFlip;

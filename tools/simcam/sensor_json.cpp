@@ -113,6 +113,7 @@ SensorDescription Read(JsonNode root) {
   if (root.Has("calibration")) sensor.calibration = ReadCalibration(root.Object("calibration"));
   if (root.Has("lens")) sensor.lens = ReadLens(root.Object("lens"));
   if (root.Has("tuning")) sensor.tuning = ReadTuning(root.Object("tuning"));
+  root.Integer("tuning_mode", 0, std::numeric_limits<uint16_t>::max(), sensor.tuningMode);
   root.OnlyKnownFields();
   (isDual ? CheckDual : CheckSparse)(root, sensor);
   CheckLens(root, sensor);

@@ -1,0 +1,90 @@
+// The camera with a tuning file, as a camera stack hands it over.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "pdcam_process.h"
+
+namespace {
+
+using nlohmann::json;
+using test::Outcome;
+
+class PdcamTuning : public test::PdcamProcess {
+ protected:
+  // The tunings that come with the tool.
+  static json Source() {
+    return json::parse(ReadFile(TESSARINE_TUNING), nullptr, true, /*ignore_comments=*/true);
+  }
+  std::string Compile(const json& source) const {
+    Write("tuning.json", source.dump());
+    const Outcome outcome = test::RunProgram(
+        TESSARINE_PROGRAM, "compile " + Path("tuning.json") + " -o " + Path("tuning.bin"),
+        Path("errors"));
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    return Path("tuning.bin");
+  }
+  json Focus(const std::string& options) const {
+    const Outcome outcome = Run("focus --json --frames 4 --roi 0.42 0.42 0.58 0.58 " + options);
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    return json::parse(outcome.output);
+  }
+};
+
+TEST_F(PdcamTuning, OfASensorDoesWhatItsDescriptionDoes) {
+  const std::string file = Compile(Source());
+  for (const char* sensor : {"s16", "s16-flip --no-overlap", "dual-vertical --no-peripheral"}) {
+    const std::string options = "--sensor " + std::string(sensor);
+    json tuned = Focus(options + " --tuning " + file);
+    EXPECT_TRUE(tuned.contains("tuning"));
+    tuned.erase("tuning");
+    EXPECT_EQ(tuned, Focus(options)) << sensor;
+  }
+}
+
+TEST_F(PdcamTuning, IsThatOfTheModeAskedFor) {
+  json source = Source();
+  const auto video = [](const char* group, const char* field, double value) {
+    return json{
+        {"mode", "Usecase.Video"},
+        {"modules",
+         {{"tessarinePDLib", {{"from", "Default"}, {"values", {{group, {{field, value}}}}}}}}}};
+  };
+  source["modes"][0]["modes"].push_back(video("correlation", "defocusConfidenceThreshold", 1023));
+  const std::string file = Compile(source);
+  // Nothing is certain enough there, so that the stack goes on searching.
+  const json tuned = Focus("--tuning " + file + " --mode 'Default|usecase.video'");
+  EXPECT_EQ(tuned["frames"][0]["action"], "search");
+  EXPECT_EQ(Focus("--tuning " + file)["frames"][0]["action"], "move");
+}
+
+TEST_F(PdcamTuning, TellsWhatAFileLacks) {
+  json source = Source();
+  const std::string file = Compile(source);
+  source["modes"][0].erase("modules");
+  source["modes"][0]["modes"] = json::array({{{"mode", "Sensor.1"}}});
+  Write("noise.bin", "no tuning");
+  struct Case {
+    std::string arguments;
+    int status;
+    const char* message;
+  };
+  const Case cases[] = {
+      {"--mode Default", 2, "--tuning"},
+      {"--tuning /nosuch/file", 3, "/nosuch/file"},
+      {"--tuning " + Path("noise.bin"), 3, "noise.bin: "},
+      {"--tuning " + file + " --mode 'Default|Sensor.99'", 3, "has no mode 'Default|Sensor.99'"},
+      {"--tuning " + file + " --mode Nonsense.4", 3, "has no mode 'Nonsense.4'"},
+      {"--tuning " + file + " --mode '0.0|1.nonsense'", 3, "has no mode"},
+  };
+  for (const Case& c : cases) {
+    const Outcome outcome = Run("focus " + c.arguments);
+    EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
+    EXPECT_NE(outcome.errors.find(c.message), std::string::npos) << outcome.errors;
+  }
+  const std::string empty = Compile(source);
+  EXPECT_NE(Run("focus --tuning " + empty).errors.find("no PD tuning for 'Default|Sensor.1'"),
+            std::string::npos);
+}
+
+}  // namespace

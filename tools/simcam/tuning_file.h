@@ -1,0 +1,61 @@
+// Tuning files as a camera stack uses them: through the library's manager.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/pdlib_common.h"
+#include "sensor.h"
+#include "tuningmode.h"
+
+class TuningSetManager;
+
+namespace simcam {
+
+// A loaded file, for as long as a camera uses it.
+class TuningFile {
+ public:
+  // Throws InputError with what the manager says.
+  explicit TuningFile(const std::string& path);
+  ~TuningFile();
+  TuningFile(const TuningFile&) = delete;
+  TuningFile& operator=(const TuningFile&) = delete;
+
+  const std::string& Path() const { return path_; }
+  // A branch by names or numbers, such as "Default|Sensor.3".
+  bool HasMode(const std::string& branch) const { return !Steps(branch).empty(); }
+  // Its steps; none if the file doesn't have it.
+  std::vector<TuningMode> Steps(const std::string& branch) const;
+  TuningSetManager& Manager() const { return *manager_; }
+
+ private:
+  std::string path_;
+  std::unique_ptr<TuningSetManager> manager_;
+};
+
+// What a file holds for a branch of its modes.
+class TuningBranch {
+ public:
+  // Throws InputError for a branch that the file doesn't have, or that has no PD tuning.
+  TuningBranch(std::shared_ptr<TuningFile> file, const std::string& branch);
+
+  const TuningFile& File() const { return *file_; }
+  const std::string& Name() const { return name_; }
+  // The values in force, as far as a sensor description has them.
+  TuningChoices Choices() const;
+  // Changes in the loaded file what the tools' options choose: overlap, windows around the ROI, and
+  // whether the library learns.
+  void Override(const TuningChoices& choices) const;
+  // Lets the plug-in look its record up; the branch must outlive the session.
+  void LendTo(PDLibCreateParams& params) const;
+
+ private:
+  const afpdlibelements::tessarinePDLibType* Record() const;
+
+  std::shared_ptr<TuningFile> file_;
+  std::string name_;
+  std::vector<TuningMode> modes_;
+};
+
+}  // namespace simcam
