@@ -48,3 +48,6 @@ file(RELATIVE_PATH prefix_from_pkgconfig ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig 
 string(REGEX REPLACE "/$" "" prefix_from_pkgconfig ${prefix_from_pkgconfig})
 configure_file(cmake/pdlib.pc.in ${PROJECT_BINARY_DIR}/pdlib.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/pdlib.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# Tunings to start from.
+install(FILES tools/tessarine/tunings/pdcam.json DESTINATION ${CMAKE_INSTALL_DATADIR}/pdlib/tunings)

@@ -66,7 +66,8 @@ void LogSystem(uint32_t group, uint32_t level, const char* format, ...) {
   if (state.capturing) {
     state.lines.push_back({group, level, std::move(text)});
   } else {
-    text += '\n';
+    // Some messages end with a line end of their own.
+    if (text.empty() || text.back() != '\n') text += '\n';
     std::fwrite(text.data(), 1, text.size(), stderr);
   }
 }
