@@ -1,6 +1,10 @@
 // pdcam focus: the closed loop, once to look at or many times to be judged.
+#include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
+#include <thread>
 
 #include "focus_batch.h"
 #include "focus_run.h"
@@ -16,6 +20,8 @@ using simcam::FocusFrame;
 using simcam::FocusResult;
 using simcam::FocusRun;
 
+constexpr int kMostFrames = 100000;
+
 struct Options {
   CameraOptions camera;
   OutputOptions output;
@@ -26,27 +32,37 @@ struct Options {
   int cameras = 1;
   std::string secondSensor;
   bool hasPeripheral = true;
+  bool hasNoEnd = false;  // --frames wasn't given
 };
 
-void PrintTable(const FocusResult& result, uint32_t camera) {
-  std::printf("camera %u: sensor %s, scene %s, seed %llu, tuning %s\n", camera,
-              result.sensor.name.c_str(), result.camera.scene.c_str(),
-              static_cast<unsigned long long>(result.camera.seed),
-              simcam::TuningName(result.camera).c_str());
+void PrintHead(const simcam::SensorDescription& sensor, const simcam::CameraSettings& settings) {
+  std::printf("camera %u: sensor %s, scene %s, seed %llu, tuning %s\n", settings.cameraId,
+              sensor.name.c_str(), settings.scene.c_str(),
+              static_cast<unsigned long long>(settings.seed), simcam::TuningName(settings).c_str());
   std::printf("%5s %10s %9s %12s %8s %10s %6s  %s\n", "frame", "lens, code", "true, px",
               "measured, px", "defocus", "confidence", "result", "stack");
-  for (const FocusFrame& frame : result.frames)
-    std::printf("%5d %10.1f %9.2f %12.2f %8d %10u %6u  %s%s\n", frame.index, frame.lensPosition,
-                frame.truePhasePx, static_cast<double>(frame.roi.phaseDiff), frame.roi.defocus,
-                frame.roi.confidence, frame.processingResult, ActionName(frame.action),
-                frame.isProcessed ? "" : "  (failed)");
-  const simcam::FocusScores& scores = result.scores;
+}
+
+void PrintFrame(const FocusFrame& frame) {
+  std::printf("%5d %10.1f %9.2f %12.2f %8d %10u %6u  %s%s%s\n", frame.index, frame.lensPosition,
+              frame.truePhasePx, static_cast<double>(frame.roi.phaseDiff), frame.roi.defocus,
+              frame.roi.confidence, frame.processingResult, ActionName(frame.action),
+              frame.isTuningNew ? "  (new tuning)" : "", frame.isProcessed ? "" : "  (failed)");
+}
+
+void PrintScores(const simcam::FocusScores& scores) {
   if (scores.framesToFocus)
     std::printf("in focus after %d frames", *scores.framesToFocus);
   else
     std::printf("not in focus");
   std::printf(", %.2f px from it at the end, overshoot %.2f lens steps, within 1 step %.0f %%\n",
               scores.finalTruePhasePx, scores.overshootSteps, 100 * scores.within1Step);
+}
+
+void PrintTable(const FocusResult& result) {
+  PrintHead(result.sensor, result.camera);
+  for (const FocusFrame& frame : result.frames) PrintFrame(frame);
+  PrintScores(result.scores);
 }
 
 std::string ProgressText(const FocusFrame& frame, int frames) {
@@ -56,26 +72,68 @@ std::string ProgressText(const FocusFrame& frame, int frames) {
   return text;
 }
 
+std::unique_ptr<FocusRun> OpenCamera(const Options& options, const Device& device, int camera) {
+  const std::string& name =
+      camera == 1 && !options.secondSensor.empty() ? options.secondSensor : options.camera.sensor;
+  simcam::SensorDescription sensor = options.camera.Sensor(name);
+  if (!options.hasPeripheral) sensor.tuning.peripheralWindows = false;
+  simcam::CameraSettings settings = options.camera.Settings();
+  options.camera.Fit(sensor, settings);
+  settings.cameraId = static_cast<uint32_t>(camera);
+  settings.seed += static_cast<uint64_t>(camera);
+  return std::make_unique<FocusRun>(device.Library(), sensor, settings, options.focus);
+}
+
 // Several cameras take turns, frame by frame, in one process, as in a phone.
 std::vector<FocusResult> RunCameras(const Options& options, const Device& device) {
   std::vector<std::unique_ptr<FocusRun>> runs;
-  for (int camera = 0; camera < options.cameras; ++camera) {
-    const std::string& name =
-        camera == 1 && !options.secondSensor.empty() ? options.secondSensor : options.camera.sensor;
-    simcam::SensorDescription sensor = options.camera.Sensor(name);
-    if (!options.hasPeripheral) sensor.tuning.peripheralWindows = false;
-    simcam::CameraSettings settings = options.camera.Settings();
-    options.camera.Fit(sensor, settings);
-    settings.cameraId = static_cast<uint32_t>(camera);
-    settings.seed += static_cast<uint64_t>(camera);
-    runs.push_back(std::make_unique<FocusRun>(device.Library(), sensor, settings, options.focus));
-  }
+  for (int camera = 0; camera < options.cameras; ++camera)
+    runs.push_back(OpenCamera(options, device, camera));
   Progress progress;
   while (!runs.front()->IsDone())
     for (const auto& run : runs) progress.Show(ProgressText(run->Step(), options.focus.frames));
   std::vector<FocusResult> results;
   for (const auto& run : runs) results.push_back(run->Result());
   return results;
+}
+
+volatile std::sig_atomic_t isStopWanted = 0;
+
+// What a reader wants to see of a camera that runs on: how it comes into focus, what a change
+// brings about, and now and then that it still runs.
+class LiveTable {
+ public:
+  explicit LiveTable(double frameRate) : framesASecond_(std::max(1L, std::lround(frameRate))) {}
+
+  void Show(const FocusFrame& frame) {
+    constexpr int kFramesToShow = 12;
+    if (frame.index == 0 || frame.isTuningNew) shownTo_ = frame.index + kFramesToShow;
+    if (frame.index < shownTo_ || frame.index % framesASecond_ == 0) PrintFrame(frame);
+    std::fflush(stdout);
+  }
+
+ private:
+  long framesASecond_;
+  int shownTo_ = 0;
+};
+
+// In real time, with the live link up, until all frames have run or somebody stops it.
+std::vector<FocusResult> RunLinked(const Options& options, const Device& device) {
+  const auto run = OpenCamera(options, device, 0);
+  std::fprintf(stderr, "live link on port %u: try 'tessarine link info'; Ctrl-C ends\n",
+               options.camera.File()->LinkPort());
+  for (int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { isStopWanted = 1; });
+  if (!options.output.isJson) PrintHead(run->Sensor(), run->Settings());
+  const double frameRate = options.camera.settings.frameRate;
+  LiveTable table(frameRate);
+  auto due = std::chrono::steady_clock::now();
+  while (!run->IsDone() && isStopWanted == 0) {
+    const FocusFrame& frame = run->Step();
+    if (!options.output.isJson) table.Show(frame);
+    due += std::chrono::microseconds(std::lround(1e6 / frameRate));
+    std::this_thread::sleep_until(due);
+  }
+  return {run->Result()};
 }
 
 // "focus.html" of camera 1 is "focus-1.html".
@@ -88,15 +146,19 @@ std::string PathOf(const std::string& path, size_t camera) {
 
 int RunOnce(const Options& options) {
   const Device device(options.camera);
-  const std::vector<FocusResult> results = RunCameras(options, device);
+  const bool isLinked = options.camera.isLinked;
+  const std::vector<FocusResult> results =
+      isLinked ? RunLinked(options, device) : RunCameras(options, device);
   simcam::OrderedJson json;
   for (size_t i = 0; i < results.size(); ++i) {
     const OutputOptions& output = options.output;
     if (!output.csv.empty()) simcam::WriteFile(PathOf(output.csv, i), FocusCsv(results[i]));
     if (!output.report.empty())
       simcam::WriteFile(PathOf(output.report, i), FocusReport(results[i]));
-    if (!output.isJson)
-      PrintTable(results[i], static_cast<uint32_t>(i));
+    if (!output.isJson && isLinked)
+      PrintScores(results[i].scores);
+    else if (!output.isJson)
+      PrintTable(results[i]);
     else if (i == 0)
       json = ToJson(results[i]);
     else
@@ -109,6 +171,9 @@ int RunOnce(const Options& options) {
 int Run(const Options& given) {
   Options options = given;
   if (options.hasStartCode) options.focus.startCode = options.startCode;
+  if (options.camera.isLinked && options.hasNoEnd) options.focus.frames = kMostFrames;
+  if (options.camera.isLinked && (options.batch.IsWanted() || options.cameras > 1))
+    throw CLI::ValidationError("--link", "goes with one camera and one run");
   simcam::CameraSettings settings = options.camera.Settings();
   if (!options.batch.IsWanted()) {
     simcam::SensorDescription sensor = options.camera.Sensor(options.camera.sensor);
@@ -134,8 +199,14 @@ void AddFocusCommand(CLI::App& app, int& status) {
   CLI::App* command = app.add_subcommand("focus", "Brings the camera into focus, frame by frame");
   options->camera.AddTo(*command);
   options->output.AddTo(*command);
-  command->add_option("--frames", options->focus.frames, "Frames to run")
-      ->check(CLI::Range(1, 100000));
+  CLI::Option* frames = command->add_option("--frames", options->focus.frames, "Frames to run")
+                            ->check(CLI::Range(1, kMostFrames));
+  command
+      ->add_flag(
+          "--link", options->camera.isLinked,
+          "Keep the live tuning link up, and run in real time until Ctrl-C, or for --frames; "
+          "changed values count from the next frame on")
+      ->needs(command->get_option("--tuning"));
   CLI::Option* start =
       command
           ->add_option("--start", options->focus.startPhasePx,
@@ -165,10 +236,12 @@ void AddFocusCommand(CLI::App& app, int& status) {
       "  pdcam focus --sensor s16-mirror --start -30 --calls 3 --json\n"
       "  pdcam focus --cameras 2 --second-sensor in-frame\n"
       "  pdcam focus --sensor dual --tuning tuning.bin --mode 'Default|Sensor.8'\n"
+      "  pdcam focus --tuning tuning.bin --link  and in another terminal 'tessarine link info'\n"
       "  pdcam focus --check                     all sensors, 20 seeds, both directions\n"
       "  pdcam focus --runs 5 --both-directions --sensor s16");
   CLI::Option* sensor = command->get_option("--sensor");
-  command->callback([options, startCode, sensor, &status] {
+  command->callback([options, startCode, sensor, frames, &status] {
+    options->hasNoEnd = frames->count() == 0;
     options->camera.isSensorNamed = sensor->count() > 0;
     options->hasStartCode = startCode->count() > 0;
     status = Run(*options);

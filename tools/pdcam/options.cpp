@@ -151,11 +151,15 @@ simcam::SensorDescription CameraOptions::Sensor(const std::string& nameOrPath) c
 std::shared_ptr<simcam::TuningBranch> CameraOptions::Branch(
     const simcam::SensorDescription& description) const {
   if (tuning.empty()) return nullptr;
-  if (file_ == nullptr) file_ = std::make_shared<simcam::TuningFile>(tuning);
   const std::string own = "Default|Sensor." + std::to_string(description.tuningMode);
-  const bool hasOwn = description.tuningMode != 0 && file_->HasMode(own);
-  return std::make_shared<simcam::TuningBranch>(file_,
+  const bool hasOwn = description.tuningMode != 0 && File()->HasMode(own);
+  return std::make_shared<simcam::TuningBranch>(File(),
                                                 !mode.empty() ? mode : (hasOwn ? own : "Default"));
+}
+
+const std::shared_ptr<simcam::TuningFile>& CameraOptions::File() const {
+  if (file_ == nullptr) file_ = std::make_shared<simcam::TuningFile>(tuning, isLinked);
+  return file_;
 }
 
 void CameraOptions::Fit(simcam::SensorDescription& description,

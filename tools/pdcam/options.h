@@ -44,8 +44,9 @@ struct CameraOptions {
   std::vector<double> roi = {0.35, 0.35, 0.65, 0.65};
   std::string library;
   std::string dataFolder;
-  std::string tuning;  // path of a tuning file; "": what the description says
-  std::string mode;    // its branch of modes; "": that of the sensor
+  std::string tuning;     // path of a tuning file; "": what the description says
+  std::string mode;       // its branch of modes; "": that of the sensor
+  bool isLinked = false;  // the live link to the loaded file is up
   simcam::CameraSettings settings;
 
   void AddTo(CLI::App& command);
@@ -58,6 +59,8 @@ struct CameraOptions {
   void Fit(simcam::SensorDescription& description, simcam::CameraSettings& cameraSettings) const;
   // Null without a tuning file. Throws InputError.
   std::shared_ptr<simcam::TuningBranch> Branch(const simcam::SensorDescription& description) const;
+  // The file that --tuning names. Throws InputError.
+  const std::shared_ptr<simcam::TuningFile>& File() const;
 
  private:
   mutable std::shared_ptr<simcam::TuningFile> file_;  // loaded when it is first asked for

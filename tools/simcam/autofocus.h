@@ -18,6 +18,9 @@ class Autofocus {
  public:
   explicit Autofocus(const SensorDescription& sensor) : sensor_(sensor) {}
 
+  // Goes on with other tuning values.
+  void Follow(const SensorDescription& sensor) { sensor_ = sensor; }
+
   struct Decision {
     FocusAction action = FocusAction::kHold;
     double targetCode = 0;

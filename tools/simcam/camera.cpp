@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "errors.h"
 #include "random.h"
 
 namespace simcam {
@@ -29,7 +30,8 @@ CameraSettings Adapted(CameraSettings settings, const SensorDescription& sensor)
 
 // Peripheral windows may read any part of the image.
 BlockArea RenderedBlocks(const SensorDescription& sensor, const CameraSettings& settings) {
-  if (sensor.tuning.peripheralWindows)
+  const bool mayChange = settings.tuning != nullptr && settings.tuning->File().IsLinked();
+  if (sensor.tuning.peripheralWindows || mayChange)
     return BlockArea{0, 0, sensor.blocksAcross, sensor.blocksDown};
   return BlocksOf(sensor, settings.roi);
 }
@@ -135,22 +137,48 @@ FrameResult ProcessFrame(CameraSession& session, const CameraSettings& settings,
 
 Camera::Camera(const PdLibrary& library, const SensorDescription& sensor,
                const CameraSettings& settings)
-    : sensor_(Checked(sensor, settings)),
+    : library_(library),
+      sensor_(Checked(sensor, settings)),
       settings_(Adapted(settings, sensor)),
       regions_(MakeRegions(sensor_, settings_)),
-      session_(library, sensor_,
-               MakeCalibration(sensor_, Renderer().LensShading(), settings.dccError),
-               settings.cameraId, settings.logLevel, settings.tuning),
       interrupts_(LineInterrupts(sensor_.imageHeight, static_cast<double>(settings.roi.endY),
-                                 settings.callsPerFrame)) {}
+                                 settings.callsPerFrame)) {
+  OpenSession();
+}
+
+void Camera::OpenSession() {
+  session_.reset();
+  if (settings_.tuning != nullptr) tuningChanges_ = settings_.tuning->File().Changes();
+  session_ = std::make_unique<CameraSession>(
+      library_, sensor_, MakeCalibration(sensor_, Renderer().LensShading(), settings_.dccError),
+      settings_.cameraId, settings_.logLevel, settings_.tuning);
+}
+
+// The library copies its tuning when a camera is opened, so a stack opens it anew.
+bool Camera::TakeChangedTuning() {
+  if (settings_.tuning == nullptr || settings_.tuning->File().Changes() == tuningChanges_)
+    return false;
+  sensor_.tuning = settings_.tuning->Choices();
+  try {
+    OpenSession();
+  } catch (const DeviceError&) {
+    // Frames fail until the values are put right.
+  }
+  return true;
+}
 
 FrameResult Camera::Shoot(double truePhasePx, int lensCode) {
+  const bool isTuningNew = TakeChangedTuning();
   const uint64_t noiseSeed = Mix(settings_.seed, 0xf7a3e, frameIndex_);
   for (ExposedRegion& region : regions_)
     region.renderer.Render(truePhasePx * region.phaseScale, noiseSeed, buffer_);
 
   ++frameIndex_;
-  return ProcessFrame(session_, settings_, buffer_, lensCode, interrupts_);
+  FrameResult result;
+  if (session_ != nullptr)
+    result = ProcessFrame(*session_, settings_, buffer_, lensCode, interrupts_);
+  result.isTuningNew = isTuningNew;
+  return result;
 }
 
 }  // namespace simcam

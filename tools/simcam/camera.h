@@ -52,6 +52,7 @@ struct ExposedRegion {
 // What the library said of one frame, in its last call.
 struct FrameResult {
   bool isProcessed = false;
+  bool isTuningNew = false;  // values of the tuning file were changed since the frame before
   PDLibOutputData output{};
   bool hasSumWindow = false;
 
@@ -67,20 +68,25 @@ class Camera {
   Camera(const PdLibrary& library, const SensorDescription& sensor, const CameraSettings& settings);
 
   // Exposes a frame with this true phase difference and processes it. `lensCode` is what the stack
-  // believes of the lens.
+  // believes of the lens. Values that were changed in the tuning file count from this frame on.
   FrameResult Shoot(double truePhasePx, int lensCode);
 
   const SensorDescription& Sensor() const { return sensor_; }
   const CameraSettings& Settings() const { return settings_; }
   const std::vector<uint8_t>& Buffer() const { return buffer_; }
   const FrameRenderer& Renderer() const { return regions_.front().renderer; }
-  CameraSession& Session() { return session_; }
+  CameraSession& Session() { return *session_; }
 
  private:
+  void OpenSession();
+  bool TakeChangedTuning();
+
+  const PdLibrary& library_;
   SensorDescription sensor_;
   CameraSettings settings_;
   std::vector<ExposedRegion> regions_;
-  CameraSession session_;
+  std::unique_ptr<CameraSession> session_;  // null: the library refuses the tuning
+  uint32_t tuningChanges_ = 0;
   std::vector<uint8_t> buffer_;
   std::vector<uint32_t> interrupts_;
   uint64_t frameIndex_ = 0;

@@ -49,6 +49,8 @@ const FocusFrame& FocusRun::Step() {
   const FrameResult result = camera_.Shoot(frame.truePhasePx, frame.lensCode);
   frame.roi = result.Roi();
   frame.isProcessed = result.isProcessed;
+  frame.isTuningNew = result.isTuningNew;
+  if (frame.isTuningNew) autofocus_.Follow(camera_.Sensor());
   frame.processingResult = result.output.processingResult;
   frame.isPeripheralValid = result.output.isPeripheralValid != 0;
   const PDLibDefocusInfo* infos = result.output.defocusInfo;

@@ -29,6 +29,7 @@ struct FocusFrame {
   uint32_t processingResult = 0;
   bool isProcessed = false;
   bool isPeripheralValid = false;
+  bool isTuningNew = false;  // the first frame with changed tuning values
   FocusAction action = FocusAction::kHold;
   std::vector<PDLibDefocusInfo> windows;  // row by row
 };
@@ -52,6 +53,8 @@ class FocusRun {
   bool IsDone() const { return static_cast<int>(frames_.size()) >= settings_.frames; }
   const FocusFrame& Step();
   FocusResult Result() const;
+  const SensorDescription& Sensor() const { return camera_.Sensor(); }
+  const CameraSettings& Settings() const { return camera_.Settings(); }
 
  private:
   double TruePhase(double lensCode) const;

@@ -42,6 +42,7 @@ OrderedJson ToJson(const FocusFrame& frame) {
   json["processed"] = frame.isProcessed;
   json["peripheral_valid"] = frame.isPeripheralValid;
   json["action"] = ActionName(frame.action);
+  if (frame.isTuningNew) json["new_tuning"] = true;
   return json;
 }
 

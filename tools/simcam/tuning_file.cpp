@@ -63,13 +63,24 @@ std::string FromHere(const std::string& path) {
 
 }  // namespace
 
-TuningFile::TuningFile(const std::string& path)
+TuningFile::TuningFile(const std::string& path, bool isLinked)
     : path_(path), manager_(std::make_unique<TuningSetManager>()) {
+  manager_->SetStartLinkOnLoad(isLinked);
   if (!manager_->LoadBinaryParameters(FromHere(path).c_str()))
     throw InputError(path + ": " + ErrorOf(*manager_));
+  if (isLinked && !IsLinked())
+    throw InputError(path + ": no live link: no port is free, or the library was built without it");
 }
 
 TuningFile::~TuningFile() = default;
+
+uint16_t TuningFile::LinkPort() const {
+  return manager_->GetLinkPort();
+}
+
+uint32_t TuningFile::Changes() const {
+  return manager_->GetValueChangeCount();
+}
 
 std::vector<TuningMode> TuningFile::Steps(const std::string& branch) const {
   char numbers[kTextSize];

@@ -16,8 +16,8 @@ namespace simcam {
 // A loaded file, for as long as a camera uses it.
 class TuningFile {
  public:
-  // Throws InputError with what the manager says.
-  explicit TuningFile(const std::string& path);
+  // With the live link up, or without. Throws InputError with what the manager says.
+  TuningFile(const std::string& path, bool isLinked);
   ~TuningFile();
   TuningFile(const TuningFile&) = delete;
   TuningFile& operator=(const TuningFile&) = delete;
@@ -28,6 +28,11 @@ class TuningFile {
   // Its steps; none if the file doesn't have it.
   std::vector<TuningMode> Steps(const std::string& branch) const;
   TuningSetManager& Manager() const { return *manager_; }
+  bool IsLinked() const { return LinkPort() != 0; }
+  // Where tools reach the live link; 0: nowhere.
+  uint16_t LinkPort() const;
+  // How many values were changed in it so far.
+  uint32_t Changes() const;
 
  private:
   std::string path_;
