@@ -128,9 +128,9 @@ TEST_F(Link, TwoManagersHaveTwoPorts) {
   EXPECT_EQ(third.GetLinkPort(), 0);
 }
 
-// A tool sends 40,000 requests before it looks at the first reply.
+// A tool sends 12,000 requests, 8 MB of replies, before it looks at the first reply.
 TEST_F(Link, HoldsBackAToolThatDoesNotRead) {
-  constexpr uint32_t kRequests = 40000;
+  constexpr uint32_t kRequests = 12000;
   LinkClient tool(manager->GetLinkPort());
   std::thread sender([&] {
     for (uint32_t i = 0; i < kRequests; ++i)
