@@ -149,6 +149,23 @@ TEST_F(Link, HoldsBackAToolThatDoesNotRead) {
   EXPECT_EQ(inOrder, kRequests);
 }
 
+// Replies to tools that have gone go nowhere, or to the next tool; they end neither the process nor
+// the link.
+TEST_F(Link, OutlivesToolsThatGo) {
+  const LinkBytes own = TextRequest(5, 1, "Default:tessarinePDLib:enableFocusMaps");
+  for (int i = 0; i < 100; ++i) {
+    LinkClient tool(manager->GetLinkPort());
+    LinkBytes requests;
+    for (int k = 0; k < 40; ++k) requests += TextRequest(4, 2, "Default:tessarinePDLib");
+    ASSERT_TRUE(tool.send(requests));
+    if (i % 2 == 0) tool.receive();
+  }
+  LinkClient last(manager->GetLinkPort());
+  LinkBytes reply = last.ask(own);
+  while (reply.size() > 10 && reply[6] != 1) reply = last.receive();
+  EXPECT_EQ(TextBehind(reply, 10), "enableFocusMaps=7");
+}
+
 // One that never reads holds up no stop.
 TEST_F(Link, StopsUnderAToolThatDoesNotRead) {
   LinkClient tool(manager->GetLinkPort());
