@@ -1,10 +1,7 @@
 // Any bytes as a tuning file that is read as it is needed, or that takes the place of a good one
 // between two reads.
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "small_manager.h"
+#include "support/memory_file.h"
 
 namespace {
 
@@ -18,36 +15,13 @@ enum Choice : uint32_t {
   kCompares
 };
 
-// A file that never touches a disk.
-class MemoryFile {
- public:
-  MemoryFile() : handle_(memfd_create("tuning", 0)) {
-    path_ = "/proc/self/fd/" + std::to_string(handle_);
-  }
-  ~MemoryFile() { close(handle_); }
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
+void Write(test::MemoryFile& place, const test::Bytes& bytes, int64_t seconds) {
+  fuzz::Require(place.write(bytes, seconds), "a file in memory can be written");
+}
 
-  const char* Path() const { return path_.c_str(); }
-  // Equal times hide a change, unless the size tells it.
-  void Write(const test::Bytes& bytes, int64_t seconds) {
-    const timespec time{seconds, 0};
-    const timespec times[] = {time, time};
-    const auto size = static_cast<ssize_t>(bytes.size());
-    fuzz::Require(ftruncate(handle_, size) == 0 &&
-                      pwrite(handle_, bytes.data(), bytes.size(), 0) == size &&
-                      futimens(handle_, times) == 0,
-                  "a file in memory can be written");
-  }
-
- private:
-  int handle_;
-  std::string path_;
-};
-
-void Load(const fuzz::ChosenFile& file, fuzz::SmallSetManager& manager, MemoryFile& place) {
-  place.Write(file.bytes, 1);
-  const bool loaded = manager.LoadBinaryParameters(place.Path());
+void Load(const fuzz::ChosenFile& file, fuzz::SmallSetManager& manager, test::MemoryFile& place) {
+  Write(place, file.bytes, 1);
+  const bool loaded = manager.LoadBinaryParameters(place.path());
   fuzz::Require(manager.IsLoadValid() == loaded, "a load tells whether it is valid");
   fuzz::UseAll(manager, file.Chooses(kByText));
   if (!loaded || !file.Chooses(kCompares)) return;
@@ -62,20 +36,21 @@ void Load(const fuzz::ChosenFile& file, fuzz::SmallSetManager& manager, MemoryFi
   if (inMemory != nullptr) inMemory->Release();
 }
 
-void Replace(const fuzz::ChosenFile& file, fuzz::SmallSetManager& manager, MemoryFile& place) {
+void Replace(const fuzz::ChosenFile& file, fuzz::SmallSetManager& manager,
+             test::MemoryFile& place) {
   const test::Bytes& good = fuzz::GoodFile();
-  place.Write(good, 1);
-  manager.LoadBinaryParameters(place.Path());
+  Write(place, good, 1);
+  manager.LoadBinaryParameters(place.path());
   fuzz::PdRecord* held = fuzz::GetPd(manager, 0);
   const uint64_t before = fuzz::NumberOf(held);
   test::Bytes bytes = file.bytes;
   const bool unnoticed = file.Chooses(kUnnoticed);
   if (unnoticed) bytes.resize(good.size());
-  place.Write(bytes, unnoticed ? 1 : 2);
-  fuzz::UseAll(manager, false);
+  Write(place, bytes, unnoticed ? 1 : 2);
+  if (fuzz::PdRecord* deepest = fuzz::GetPd(manager, 4)) deepest->Release();
   if (file.Chooses(kShortens))
-    place.Write(
-        test::Bytes(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(bytes.size() / 2)), 1);
+    Write(place,
+          test::Bytes(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(bytes.size() / 2)), 1);
   if (file.Chooses(kReloads)) manager.ReloadBinaryParameters(file.Chooses(kInBufferMode));
   fuzz::Require(fuzz::NumberOf(held) == before, "a record that is held stays as it is");
   held->Release();
@@ -89,7 +64,7 @@ std::vector<fuzz::Input> fuzz::Seeds() {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static MemoryFile place;
+  static test::MemoryFile place;
   const fuzz::Run run;
   const fuzz::ChosenFile file(data, size);
   fuzz::SmallSetManager manager(fuzz::LogsRunOf(size));
