@@ -1,5 +1,6 @@
 // Any bytes as a tuning file that is read as it is needed, or that takes the place of a good one
 // between two reads.
+#include "orvo/osutils.h"
 #include "small_manager.h"
 #include "support/memory_file.h"
 
@@ -12,16 +13,37 @@ enum Choice : uint32_t {
   kReloads,
   kInBufferMode,
   kShortens,
-  kCompares
+  kCompares,
+  kVanishes
 };
 
-void Write(test::MemoryFile& place, const test::Bytes& bytes, int64_t seconds) {
-  fuzz::Require(place.write(bytes, seconds), "a file in memory can be written");
+// The only file that there is.
+struct Place {
+  test::MemoryFile file;
+  bool isThere = true;
+
+  void Write(const test::Bytes& bytes, int64_t seconds) {
+    fuzz::Require(file.write(bytes, seconds), "a file in memory can be written");
+  }
+};
+
+Place& ThePlace() {
+  static Place place;
+  return place;
 }
 
-void Load(const fuzz::ChosenFile& file, fuzz::SmallSetManager& manager, test::MemoryFile& place) {
-  Write(place, file.bytes, 1);
-  const bool loaded = manager.LoadBinaryParameters(place.path());
+}  // namespace
+
+// In place of the platform's.
+FILE* Orvo::OsUtils::FOpen(const char*, const char*) {
+  return ThePlace().isThere ? ThePlace().file.open() : nullptr;
+}
+
+namespace {
+
+void Load(const fuzz::ChosenFile& file, fuzz::SmallSetManager& manager) {
+  ThePlace().Write(file.bytes, 1);
+  const bool loaded = manager.LoadBinaryParameters(ThePlace().file.path());
   fuzz::Require(manager.IsLoadValid() == loaded, "a load tells whether it is valid");
   fuzz::UseAll(manager, file.Chooses(kByText));
   if (!loaded || !file.Chooses(kCompares)) return;
@@ -36,25 +58,28 @@ void Load(const fuzz::ChosenFile& file, fuzz::SmallSetManager& manager, test::Me
   if (inMemory != nullptr) inMemory->Release();
 }
 
-void Replace(const fuzz::ChosenFile& file, fuzz::SmallSetManager& manager,
-             test::MemoryFile& place) {
+void Replace(const fuzz::ChosenFile& file, fuzz::SmallSetManager& manager) {
   const test::Bytes& good = fuzz::GoodFile();
-  Write(place, good, 1);
-  manager.LoadBinaryParameters(place.path());
+  ThePlace().Write(good, 1);
+  manager.LoadBinaryParameters(ThePlace().file.path());
   fuzz::PdRecord* held = fuzz::GetPd(manager, 0);
   const uint64_t before = fuzz::NumberOf(held);
   test::Bytes bytes = file.bytes;
   const bool unnoticed = file.Chooses(kUnnoticed);
   if (unnoticed) bytes.resize(good.size());
-  Write(place, bytes, unnoticed ? 1 : 2);
+  ThePlace().Write(bytes, unnoticed ? 1 : 2);
   if (fuzz::PdRecord* deepest = fuzz::GetPd(manager, 4)) deepest->Release();
   if (file.Chooses(kShortens))
-    Write(place,
-          test::Bytes(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(bytes.size() / 2)), 1);
+    ThePlace().Write({bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(bytes.size() / 2)}, 1);
+  ThePlace().isThere = !file.Chooses(kVanishes);
   if (file.Chooses(kReloads)) manager.ReloadBinaryParameters(file.Chooses(kInBufferMode));
   fuzz::Require(fuzz::NumberOf(held) == before, "a record that is held stays as it is");
   held->Release();
-  fuzz::UseAll(manager, file.Chooses(kByText));
+  if (file.Chooses(kByText)) {
+    fuzz::UseAll(manager, true);
+  } else if (fuzz::PdRecord* deeper = fuzz::GetPd(manager, 2)) {
+    deeper->Release();
+  }
 }
 
 }  // namespace
@@ -64,10 +89,10 @@ std::vector<fuzz::Input> fuzz::Seeds() {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static test::MemoryFile place;
   const fuzz::Run run;
+  ThePlace().isThere = true;
   const fuzz::ChosenFile file(data, size);
   fuzz::SmallSetManager manager(fuzz::LogsRunOf(size));
-  file.Chooses(kReplaces) ? Replace(file, manager, place) : Load(file, manager, place);
+  file.Chooses(kReplaces) ? Replace(file, manager) : Load(file, manager);
   return 0;
 }

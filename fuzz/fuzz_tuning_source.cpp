@@ -4,8 +4,8 @@
 #include "errors.h"
 #include "file_reader.h"
 #include "file_writer.h"
+#include "small_manager.h"
 #include "source.h"
-#include "target.h"
 
 namespace {
 
@@ -24,6 +24,14 @@ tessarine::Model Plain(tessarine::Model model) {
   return model;
 }
 
+void RequireLibraryLoads(const tessarine::Model& model, const tessarine::Bytes& file) {
+  fuzz::SmallSetManager manager;
+  for (const tessarine::Mode& mode : model.modes)
+    for (const tessarine::Module& module : mode.modules)
+      if (!manager.Knows(module.type)) return;
+  fuzz::Require(manager.LoadBinaryParameters(file.data(), file.size()), "the library can load it");
+}
+
 }  // namespace
 
 std::vector<fuzz::Input> fuzz::Seeds() {
@@ -31,12 +39,15 @@ std::vector<fuzz::Input> fuzz::Seeds() {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const fuzz::Run run;
   try {
     const tessarine::Model model = tessarine::ReadSource(std::string(data, data + size), "source");
-    const tessarine::FileReading reading = tessarine::ReadFile(tessarine::WriteFile(model));
+    const tessarine::Bytes file = tessarine::WriteFile(model);
+    const tessarine::FileReading reading = tessarine::ReadFile(file);
     for (const std::string& defect : reading.defects) std::fprintf(stderr, "%s\n", defect.c_str());
     fuzz::Require(reading.defects.empty(), "what compiles is sound");
     fuzz::Require(Plain(reading.model) == Plain(model), "a file holds the values of its source");
+    RequireLibraryLoads(model, file);
   } catch (const tessarine::InputError&) {
     return 0;
   }

@@ -25,6 +25,8 @@ class SmallSetManager : public GeneratedSetManager {
     AddModule(new tuning::GeneratedModule<PdRecord>("tessarinePDLib"));
     AddModule(new RawModule("abf34_ife"));
   }
+  // A type as files hold it.
+  bool Knows(const std::string& type) { return defaultModules_.Find(type.c_str()) != nullptr; }
 
  protected:
   GeneratedSetManager* CreateEmpty() const override { return new SmallSetManager(logs_); }
