@@ -43,10 +43,10 @@ void Set(fuzz::SmallSetManager& manager, fuzz::Texts fields) {
     return manager.GetValue(branch.c_str(), path.c_str(), name.c_str(), answer.text.get(),
                             answer.size);
   };
-  if (name.find(',') != std::string::npos || !get(first)) return;
-  const char* written = std::strchr(first.text.get(), '=');
-  fuzz::Require(written != nullptr, "an answer has a value");
-  fuzz::Require(manager.SetValue(branch.c_str(), path.c_str(), name.c_str(), written + 1) &&
+  if (name.empty() || name.find(',') != std::string::npos || !get(first)) return;
+  const size_t start = name.size() + 1;
+  fuzz::Require(std::string(first.text.get()).substr(0, start) == name + "=", "an answer is named");
+  fuzz::Require(manager.SetValue(branch.c_str(), path.c_str(), name.c_str(), &first.text[start]) &&
                     get(second) && std::strcmp(first.text.get(), second.text.get()) == 0,
                 "a value that was read can be written");
 }
