@@ -83,10 +83,18 @@ class LinkClient {
     for (size_t sent = 0;;) {
       pollfd wait{socket_, POLLOUT, 0};
       if (poll(&wait, 1, 200) <= 0) return sent;
-      const ssize_t count = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-      if (count <= 0) return sent;
+      const size_t done = sent % bytes.size();
+      const ssize_t count =
+          ::send(socket_, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL | MSG_DONTWAIT);
+      if (count < 0) return sent;
       sent += static_cast<size_t>(count);
     }
+  }
+
+  // Sends no more, and waits until the link has taken all and closed the connection.
+  void finish() {
+    shutdown(socket_, SHUT_WR);
+    for (char bytes[4096]; recv(socket_, bytes, sizeof(bytes), 0) > 0;) continue;
   }
 
   // One frame, or as much of it as comes in time.

@@ -46,7 +46,8 @@ class PARAMETER_API ParameterRondelComBase : public OnOrvoHeap {
   // Queues a reply for the write thread. False when there is no memory, or after a stop.
   bool QueueReply(const uint8_t* frame, uint32_t length);
 
-  // Assembles one request. Its length; 0 after a stop or the time-out (negative: none).
+  // Assembles one request; one longer than the buffer is cut. The bytes in the buffer; 0 after a
+  // stop or the time-out (negative: none).
   uint32_t ReceiveRondelRequest(uint8_t* buffer, uint32_t length, uint32_t maxCommand,
                                 int32_t timeoutSeconds, const std::atomic<bool>& stop);
   // The loops of the two threads.

@@ -131,7 +131,7 @@ class PARAMETER_API ParameterSetManager : public OnOrvoHeap,
   uint16_t GetLinkPort() const;
   // What answers a tool's custom requests. Null removes it; after that it isn't called any more.
   void SetCustomHandler(IParameterCustomHandler* handler);
-  // Until the next load. Not while this thread holds what the link's worker may wait for.
+  // Until the next load starts it again. Not to be called by the handler.
   void StopLink();
 
   // ---- Modules
@@ -311,7 +311,7 @@ class PARAMETER_API ParameterSetManager : public OnOrvoHeap,
   uint32_t maximumModes_ = 0;
   bool fileModeWanted_ = false;
   bool toleratesMissing_ = false;
-  bool startsLinkOnLoad_ = true;
+  std::atomic<bool> startsLinkOnLoad_ = true;
   std::atomic<bool> logsErrors_ = true;
   std::atomic<bool> logsWarnings_ = true;
   std::atomic<bool> logsDebug_ = true;
