@@ -1,6 +1,7 @@
 // A camera with a live link, and the tuning file that the tests of the link can tell by heart.
 #pragma once
 
+#include <functional>
 #include <thread>
 
 #include "link_client.h"
@@ -67,6 +68,16 @@ class Link : public Tuning {
   static bool logs(const std::string& text) {
     for (int i = 0; i < 2000 && !logged(text); ++i) std::this_thread::sleep_for(Milliseconds(10));
     return logged(text);
+  }
+  // Usually it takes a few milliseconds.
+  static void expectQuick(const std::function<void()>& action) {
+    const auto start = std::chrono::steady_clock::now();
+    action();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, Milliseconds(2000));
+  }
+  bool loadAgain() {
+    const Bytes file = ReadableFile();
+    return manager->LoadBinaryParameters(file.data(), file.size());
   }
 };
 
