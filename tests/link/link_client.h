@@ -1,4 +1,4 @@
-// A tuning tool for tests: frames over a socket of its own.
+// A tuning tool for tests: frames, and a connection that sends and receives them.
 #pragma once
 
 #include <arpa/inet.h>
@@ -6,48 +6,53 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdint>
-#include <cstring>
 #include <string>
-
-#include "parameterrondelframe.h"
+#include <utility>
 
 namespace test {
 
-using LinkBytes = std::string;
+// ---- Frames, as strings of bytes
 
-inline void AppendWord(LinkBytes& bytes, uint64_t value, uint32_t size) {
-  for (uint32_t i = 0; i < size; ++i) bytes += static_cast<char>(value >> (8 * i));
-}
+constexpr uint16_t kTag = 0x5A59;
+constexpr size_t kShortHeader = 6;
+constexpr size_t kHeader = 10;
+constexpr size_t kLargestFrame = 65535;
 
-// Short header alone: commands 0, 1, 2, 7.
-inline LinkBytes Request(uint16_t command) {
-  LinkBytes bytes;
-  AppendWord(bytes, 0x5A59, 2);
-  AppendWord(bytes, command, 2);
-  AppendWord(bytes, 6, 2);
+inline std::string LittleEndian(size_t size, uint64_t number) {
+  std::string bytes;
+  for (size_t i = 0; i < size; ++i) bytes += static_cast<char>(number >> 8 * i & 0xFF);
   return bytes;
 }
 
-// With an ID and a payload, which stands as it is: a text brings its NUL.
-inline LinkBytes Request(uint16_t command, uint32_t id, const LinkBytes& payload) {
-  LinkBytes bytes;
-  AppendWord(bytes, 0x5A59, 2);
-  AppendWord(bytes, command, 2);
-  AppendWord(bytes, 10 + payload.size(), 2);
-  AppendWord(bytes, id, 4);
-  return bytes + payload;
+inline std::string ShortHeader(uint16_t command, uint64_t length, uint16_t tag = kTag) {
+  return LittleEndian(2, tag) + LittleEndian(2, command) + LittleEndian(2, length);
+}
+inline std::string ShortFrame(uint16_t command, const std::string& rest = "") {
+  return ShortHeader(command, kShortHeader + rest.size()) + rest;
+}
+inline std::string Frame(uint16_t command, uint32_t id, const std::string& payload) {
+  return ShortFrame(command, LittleEndian(4, id) + payload);
+}
+// A text's NUL counts.
+inline std::string TextFrame(uint16_t command, uint32_t id, const std::string& text) {
+  return Frame(command, id, text + '\0');
+}
+inline std::string ShortTextFrame(uint16_t command, const std::string& text) {
+  return ShortFrame(command, text + '\0');
 }
 
-inline LinkBytes TextRequest(uint16_t command, uint32_t id, const std::string& text) {
-  return Request(command, id, text + '\0');
+inline uint64_t NumberAt(const std::string& bytes, size_t offset, size_t size) {
+  uint64_t number = 0;
+  for (size_t i = size; i-- > 0;) number = number << 8 | static_cast<uint8_t>(bytes[offset + i]);
+  return number;
 }
 
-// What stands behind the first `offset` bytes of a reply, without its NUL.
-inline std::string TextBehind(const LinkBytes& reply, size_t offset) {
-  if (reply.size() <= offset || reply.back() != '\0') return "no text";
-  return reply.substr(offset, reply.size() - offset - 1);
-}
+// ---- A connection
+
+using Milliseconds = std::chrono::milliseconds;
+constexpr Milliseconds kPatience{20000};  // far more than any reply takes
 
 class LinkClient {
  public:
@@ -63,39 +68,60 @@ class LinkClient {
   LinkClient& operator=(const LinkClient&) = delete;
 
   bool connected() const { return connected_; }
-  int descriptor() const { return socket_; }
 
-  bool send(const LinkBytes& bytes) {
-    size_t sent = 0;
-    while (sent < bytes.size()) {
+  // Sends all; false if the link is gone.
+  bool send(const std::string& bytes) {
+    for (size_t sent = 0; sent < bytes.size();) {
       const ssize_t count = ::send(socket_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
       if (count <= 0) return false;
       sent += static_cast<size_t>(count);
     }
     return true;
   }
-  // One whole reply; empty when none comes in time.
-  LinkBytes receive(int milliseconds = 5000) {
-    LinkBytes frame = read(6, milliseconds);
-    if (frame.size() != 6) return {};
-    const uint32_t length = ParameterRondel::GetWord16(
-        reinterpret_cast<const uint8_t*>(frame.data()) + ParameterRondel::kLengthOffset);
-    if (length < 6) return {};
-    return frame + read(length - 6, milliseconds);
+  // Sends over and over until the link takes no more for a while; the bytes that it took.
+  size_t sendUntilFull(const std::string& bytes) {
+    for (size_t sent = 0;;) {
+      pollfd wait{socket_, POLLOUT, 0};
+      if (poll(&wait, 1, 200) <= 0) return sent;
+      const size_t done = sent % bytes.size();
+      const ssize_t count =
+          ::send(socket_, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL | MSG_DONTWAIT);
+      if (count < 0) return sent;
+      sent += static_cast<size_t>(count);
+    }
   }
-  LinkBytes ask(const LinkBytes& request) { return send(request) ? receive() : LinkBytes(); }
+
+  // Sends no more, and waits until the link has taken all and closed the connection.
+  void finish() {
+    shutdown(socket_, SHUT_WR);
+    for (char bytes[4096]; recv(socket_, bytes, sizeof(bytes), 0) > 0;) continue;
+  }
+
+  // One frame, or as much of it as comes in time.
+  std::string receive(Milliseconds patience = kPatience) {
+    const auto end = std::chrono::steady_clock::now() + patience;
+    std::string frame = receiveBytes(kShortHeader, end);
+    if (frame.size() < kShortHeader) return frame;
+    return frame + receiveBytes(NumberAt(frame, 4, 2) - kShortHeader, end);
+  }
+  std::string ask(const std::string& request, Milliseconds patience = kPatience) {
+    return send(request) ? receive(patience) : "not sent";
+  }
 
  private:
-  LinkBytes read(size_t count, int milliseconds) {
-    LinkBytes bytes(count, '\0');
-    size_t filled = 0;
-    while (filled < count) {
-      pollfd waited{socket_, POLLIN, 0};
-      if (poll(&waited, 1, milliseconds) <= 0) return {};
-      const ssize_t part = recv(socket_, bytes.data() + filled, count - filled, 0);
-      if (part <= 0) return {};
-      filled += static_cast<size_t>(part);
+  std::string receiveBytes(size_t size, std::chrono::steady_clock::time_point end) {
+    std::string bytes(size, '\0');
+    size_t have = 0;
+    while (have < size) {
+      const auto left =
+          std::chrono::duration_cast<Milliseconds>(end - std::chrono::steady_clock::now());
+      pollfd wait{socket_, POLLIN, 0};
+      if (left.count() < 0 || poll(&wait, 1, static_cast<int>(left.count())) <= 0) break;
+      const ssize_t count = recv(socket_, bytes.data() + have, size - have, 0);
+      if (count <= 0) break;
+      have += static_cast<size_t>(count);
     }
+    bytes.resize(have);
     return bytes;
   }
 
