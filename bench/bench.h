@@ -32,6 +32,7 @@ void RegisterAdaptive();
 void RegisterSparseFlow();
 void RegisterDenseFlow();
 void RegisterTuning();
+void RegisterLink();
 
 // A step of a frame by itself. `cost` tells why it may take the most.
 struct FlowStage {
@@ -59,5 +60,7 @@ void RegisterGrowth(const std::string& name, std::vector<int> sizes,
 void PrintFlowStages(const std::map<std::string, double>& times);
 // Loading against reading, looking up against one hash look-up.
 void PrintTuningRatios(const std::map<std::string, double>& times);
+// The live link's requests a second against those of a bare server.
+void PrintLinkRatios(const std::map<std::string, double>& times);
 
 }  // namespace pdlib_bench

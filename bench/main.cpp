@@ -54,6 +54,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
     for (const auto& [subject, forms] : times_) PrintRatios(subject, forms);
     PrintFlowStages(timesByName_);
     PrintTuningRatios(timesByName_);
+    PrintLinkRatios(timesByName_);
   }
 
  private:
@@ -65,8 +66,10 @@ class RatioReporter : public benchmark::ConsoleReporter {
     if (formAt == 0) return;
     const size_t formEnd = std::min(name.find('/', formAt), name.size());
     const std::string rest = name.substr(formEnd);
-    const double nanoseconds =
-        run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit) * 1e9;
+    // The time of the work: of this thread, or by the clock where other threads do it.
+    const double time =
+        run.run_name.time_type.empty() ? run.GetAdjustedCPUTime() : run.GetAdjustedRealTime();
+    const double nanoseconds = time / benchmark::GetTimeUnitMultiplier(run.time_unit) * 1e9;
     timesByName_[name] = nanoseconds;
     times_[{name.substr(0, formAt - 1), rest}].emplace_back(name.substr(formAt, formEnd - formAt),
                                                             nanoseconds);
@@ -102,6 +105,7 @@ int main(int argc, char** argv) {
   pdlib_bench::RegisterDenseFlow();
   pdlib_bench::RegisterAdaptive();
   pdlib_bench::RegisterTuning();
+  pdlib_bench::RegisterLink();
   pdlib_bench::RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();

@@ -53,10 +53,10 @@ void ParameterRondelComBase::Stop() {
 
 // ---- Requests
 
-// Looks at the header in front of the receive buffer.
+// Looks at the header of the first frame.
 ParameterRondelComBase::Check ParameterRondelComBase::CheckHeader(uint32_t maxCommand) {
   if (fill_ < kShortHeaderSize) return Check::kMore;
-  const uint8_t* b = receiveBuffer_.data();
+  const uint8_t* b = receiveBuffer_.data() + first_;
   const uint16_t tag = GetWord16(b);
   if (tag != ParameterRondel::kStartTag) {
     PARAMETER_ERROR(logger_,
@@ -80,15 +80,26 @@ ParameterRondelComBase::Check ParameterRondelComBase::CheckHeader(uint32_t maxCo
   return fill_ >= length ? Check::kComplete : Check::kMore;
 }
 
-// The frame goes to the caller, whatever follows it to the front.
+// The frame goes to the caller; whatever follows it is the first one now.
 uint32_t ParameterRondelComBase::TakeFrame(uint8_t* buffer, uint32_t length) {
-  uint8_t* received = receiveBuffer_.data();
-  const uint32_t frameLength = GetWord16(received + kLengthOffset);
+  const uint8_t* frame = receiveBuffer_.data() + first_;
+  const uint32_t frameLength = GetWord16(frame + kLengthOffset);
   const uint32_t copied = std::min(frameLength, length);
-  std::copy_n(received, copied, buffer);
+  std::copy_n(frame, copied, buffer);
+  first_ += frameLength;
   fill_ -= frameLength;
-  std::memmove(received, received + frameLength, fill_);
   return copied;
+}
+
+// Reads behind what is there, which goes to the front: a part of a frame, not one frame after the
+// other.
+int32_t ParameterRondelComBase::ReadMore(int32_t timeoutSeconds, const std::atomic<bool>& stop) {
+  uint8_t* received = receiveBuffer_.data();
+  std::memmove(received, received + first_, fill_);
+  first_ = 0;
+  const int32_t count = ReadData(received + fill_, kMaxFrame - fill_, timeoutSeconds, stop);
+  if (count > 0) fill_ += std::min(static_cast<uint32_t>(count), kMaxFrame - fill_);
+  return count;
 }
 
 uint32_t ParameterRondelComBase::ReceiveRondelRequest(uint8_t* buffer, uint32_t length,
@@ -104,15 +115,9 @@ uint32_t ParameterRondelComBase::ReceiveRondelRequest(uint8_t* buffer, uint32_t 
     const Check check = CheckHeader(maxCommand);
     if (check == Check::kComplete) return TakeFrame(buffer, length);
     if (isOver()) return 0;
-    const int32_t received =
-        ReadData(receiveBuffer_.data() + fill_, kMaxFrame - fill_, timeoutSeconds, stop);
-    if (received >= 0) {
-      fill_ += std::min(static_cast<uint32_t>(received), kMaxFrame - fill_);
-    } else if (check == Check::kBad) {
-      // What no frame can start with ends with its connection; part of a frame may go on over the
-      // next one.
-      fill_ = 0;
-    }
+    // What no frame can start with ends with its connection; part of a frame may go on over the
+    // next one.
+    if (ReadMore(timeoutSeconds, stop) < 0 && check == Check::kBad) fill_ = 0;
     if (isOver()) return 0;
   }
 }

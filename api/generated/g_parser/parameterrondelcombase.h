@@ -64,12 +64,14 @@ class PARAMETER_API ParameterRondelComBase : public OnOrvoHeap {
 
   Check CheckHeader(uint32_t maxCommand);
   uint32_t TakeFrame(uint8_t* buffer, uint32_t length);
+  int32_t ReadMore(int32_t timeoutSeconds, const std::atomic<bool>& stop);
   void WritePacket(const Packet& packet);
 
   const IParameterLoggingAPI* logger_;
   pdlib::OwnedArray<uint8_t> receiveBuffer_;
   pdlib::OwnedArray<uint8_t> frame_;  // of the read thread
-  uint32_t fill_ = 0;                 // bytes in the receive buffer
+  uint32_t first_ = 0;                // where the first frame in the receive buffer starts
+  uint32_t fill_ = 0;                 // bytes from there on
   std::atomic<bool> stop_ = true;
   ParameterRondelThread readThread_;
   ParameterRondelThread writeThread_;

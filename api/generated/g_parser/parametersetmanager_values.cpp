@@ -33,39 +33,43 @@ class Answer {
 
   // Reads one value; only what can be read becomes an entry. False when the buffer is full.
   bool AddValue(ParameterModule& module, const char* path, const char* name) {
-    return ReadValue(module, path) ? Add(name) : true;
+    const char* value = ReadValue(module, path);
+    return value == nullptr || Add(name, value);
   }
   // The elements of an array, joined by ",".
   bool AddArray(ParameterModule& module, const char* path, const char* name, uint32_t count) {
-    if (!HasScratch()) return false;
     pdlib::OwnedArray<char> elements;
-    elements.swap(scratch_);
+    if (!elements.allocate(kMaxValueText + 1)) return false;
     uint32_t length = 0;
     for (uint32_t i = 0; i < count; ++i) {
       char element[kMaxPath];
       if (std::snprintf(element, sizeof(element), "%s[%u]", path, i) >= int{kMaxPath}) return false;
-      if (!ReadValue(module, element)) continue;
-      const size_t need = std::strlen(scratch_.data()) + 2;
+      const char* value = ReadValue(module, element);
+      if (value == nullptr) continue;
+      const size_t need = std::strlen(value) + 2;
       if (need > elements.size() - length) return false;
-      length += static_cast<uint32_t>(std::snprintf(elements.data() + length, need, "%s%s",
-                                                    length == 0 ? "" : ",", scratch_.data()));
+      length += static_cast<uint32_t>(
+          std::snprintf(elements.data() + length, need, "%s%s", length == 0 ? "" : ",", value));
     }
-    elements[length] = '\0';
-    scratch_.swap(elements);
-    return Add(name);
+    return Add(name, elements.data());
   }
   bool IsEmpty() const { return length_ == 0; }
 
  private:
-  bool HasScratch() { return !scratch_.empty() || scratch_.allocate(kMaxValueText + 1); }
-
-  bool ReadValue(ParameterModule& module, const char* path) {
-    return HasScratch() && module.GetValue(path, scratch_.data(), kMaxValueText);
+  // Null if there is no such value. Nearly all values are short: room for the longest one is only
+  // made for one that fills the short text, where its end may have been cut off.
+  const char* ReadValue(ParameterModule& module, const char* path) {
+    if (module.GetValue(path, shortText_, sizeof(shortText_)) &&
+        std::strlen(shortText_) + 1 < sizeof(shortText_))
+      return shortText_;
+    const bool hasRoom = !longText_.empty() || longText_.allocate(kMaxValueText + 1);
+    return hasRoom && module.GetValue(path, longText_.data(), kMaxValueText) ? longText_.data()
+                                                                             : nullptr;
   }
 
-  bool Add(const char* name) {
+  bool Add(const char* name, const char* value) {
     const int added = std::snprintf(buffer_ + length_, size_ - length_, "%s%s=%s",
-                                    length_ == 0 ? "" : ";", name, scratch_.data());
+                                    length_ == 0 ? "" : ";", name, value);
     if (added < 0 || static_cast<uint32_t>(added) >= size_ - length_) {
       buffer_[length_] = '\0';  // whole entries alone
       return false;
@@ -77,7 +81,8 @@ class Answer {
   char* buffer_;
   uint32_t size_;
   uint32_t length_ = 0;
-  pdlib::OwnedArray<char> scratch_;
+  char shortText_[512] = {};
+  pdlib::OwnedArray<char> longText_;
 };
 
 // All fields of a record, or the one that the path addresses.
