@@ -17,7 +17,7 @@ set(pdlib_public_headers
 install(FILES ${pdlib_public_headers} DESTINATION ${pdlib_include_dir})
 # Of the parameter framework, what the managers' headers include.
 set(pdlib_framework_headers
-    generatedsetmanager parameterbinaryfile parameterexport parameterfilesymboltable parameterfilesymboltableentry
+    generatedsetmanager parameterbinaryfile parametercustomhandler parameterexport parameterfilesymboltable parameterfilesymboltableentry
     parameterlist parameterlogging parametermap parametermemory parametermodeentry parametermodetree parametermodule
     parametermutex parametersetmanager parametertypes parameterutils parameterversion rawmodule tuningmode)
 list(TRANSFORM pdlib_framework_headers PREPEND api/generated/g_parser/)

@@ -51,6 +51,7 @@ bool GeneratedSetManager::UpdateBinaryParameters(const void* buffer, uint64_t le
     return false;
   }
   GeneratedSetManager* newManager = CreateEmpty();
+  if (newManager != nullptr) newManager->DeleteLink();  // tools talk to this one
   bool updated = newManager != nullptr && newManager->LoadBinaryParameters(buffer, length);
   if (updated) {
     updated = UpdateParameters(*newManager);

@@ -2,13 +2,19 @@
 #include "parametersetmanager.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "orvo/osutils.h"
 
 ParameterSetManager::~ParameterSetManager() {
   PARAMETER_DEBUG(this, "ParameterSetManager deleting\n");
+  DeleteLink();
   FreeReplacedParameters();
   DropLoaded();
+  while (TagText* tag = tags_) {
+    tags_ = tag->next;
+    delete tag;
+  }
 }
 
 void ParameterSetManager::DeleteDefaultModules() {
@@ -24,8 +30,22 @@ ModeEntry* ParameterSetManager::GetModeEntry(uint32_t id) const {
   return loaded_.tree == nullptr ? nullptr : loaded_.tree->GetModeEntry(id);
 }
 
-const char* ParameterSetManager::GetBinaryTag() const {
-  return loaded_.header.hasTag ? loaded_.header.tag : nullptr;
+// With the data mutex held exclusively, or alone.
+void ParameterSetManager::PublishTag() {
+  const TagText* kept = loaded_.header.hasTag ? KeepTag() : nullptr;
+  tag_ = kept == nullptr ? nullptr : kept->text;
+}
+
+ParameterSetManager::TagText* ParameterSetManager::KeepTag() {
+  for (TagText* tag = tags_; tag != nullptr; tag = tag->next) {
+    if (std::strcmp(tag->text, loaded_.header.tag) == 0) return tag;
+  }
+  auto* tag = new TagText;
+  if (tag == nullptr) return nullptr;
+  Orvo::OsUtils::StrLCpy(tag->text, loaded_.header.tag, sizeof(tag->text));
+  tag->next = tags_;
+  tags_ = tag;
+  return tag;
 }
 
 bool ParameterSetManager::IsLogLevelEnabled(ParameterLogLevel level) const {

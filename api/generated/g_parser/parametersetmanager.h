@@ -1,6 +1,7 @@
 // The manager of one set of tuning data: loads it, finds modules in it, serves queries by text.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 
@@ -15,6 +16,9 @@
 #include "parametermodule.h"
 #include "parametermutex.h"
 #include "parametertypes.h"
+
+class IParameterCustomHandler;
+class ParameterRondelWorker;
 
 // Gives the node of an ID in the mode table.
 class PARAMETER_API IModeTable {
@@ -86,7 +90,8 @@ class PARAMETER_API ParameterSetManager : public OnOrvoHeap,
   virtual ModeEntry* GetModeEntry(const char* path);
   virtual ModeEntry* GetModeEntry(const TuningMode* branch, uint32_t count);
   uint32_t GetChildModes(const char* path, char* buffer, uint32_t size) override;
-  const char* GetBinaryTag() const override;
+  // The text stays as long as the manager, although the tag may change.
+  const char* GetBinaryTag() const override { return tag_; }
   bool IsLogLevelEnabled(ParameterLogLevel level) const override;
   virtual DefaultModule* FindDefaultModule(const char* type) = 0;
   // Moves all instances to the replaced list, so that clients' pointers stay valid.
@@ -117,6 +122,17 @@ class PARAMETER_API ParameterSetManager : public OnOrvoHeap,
   // Bound of the modes in memory, file mode only; 0: none.
   void SetMaximumModes(uint32_t maximum) { maximumModes_ = maximum; }
   void SetLogLevels(bool error, bool warning, bool debug);
+
+  // ---- Live link, of managers that have one
+
+  // Without it no load starts the link; true at first.
+  void SetStartLinkOnLoad(bool start) { startsLinkOnLoad_ = start; }
+  // Where tuning tools connect to; 0 while the link is not up.
+  uint16_t GetLinkPort() const;
+  // What answers a tool's custom requests. Null removes it; after that it isn't called any more.
+  void SetCustomHandler(IParameterCustomHandler* handler);
+  // Until the next load. Not while this thread holds what the link's worker may wait for.
+  void StopLink();
 
   // ---- Modules
 
@@ -165,6 +181,12 @@ class PARAMETER_API ParameterSetManager : public OnOrvoHeap,
  protected:
   using DefaultModuleMap = ParameterMap<ParameterName, DefaultModule*>;
 
+  // For the constructor of a manager with a link. Its destructor stops the link before anything
+  // else: the link's threads call operations that derived classes define.
+  void CreateLink();
+  // Of a manager that serves another one.
+  void DeleteLink();
+
   // For the destructor of a derived manager, whose instances still need the tables.
   void DeleteDefaultModules();
 
@@ -202,6 +224,16 @@ class PARAMETER_API ParameterSetManager : public OnOrvoHeap,
     char fileName[kMaxFileName + 1] = {};  // not empty: file mode
   };
   class HeaderReader;
+  // One of all tags so far: threads that log may hold on to one that a reload has replaced.
+  struct TagText : OnOrvoHeap {
+    char text[kTagSize + 1] = {};
+    TagText* next = nullptr;
+  };
+
+  void PublishTag();
+  TagText* KeepTag();
+  // parametersetmanager_link.cpp
+  void StartLink();
 
   // parametersetmanager_load.cpp
   bool FinishLoad(bool loaded);
@@ -279,9 +311,13 @@ class PARAMETER_API ParameterSetManager : public OnOrvoHeap,
   uint32_t maximumModes_ = 0;
   bool fileModeWanted_ = false;
   bool toleratesMissing_ = false;
-  bool logsErrors_ = true;
-  bool logsWarnings_ = true;
-  bool logsDebug_ = true;
+  bool startsLinkOnLoad_ = true;
+  std::atomic<bool> logsErrors_ = true;
+  std::atomic<bool> logsWarnings_ = true;
+  std::atomic<bool> logsDebug_ = true;
+  TagText* tags_ = nullptr;
+  std::atomic<const char*> tag_ = nullptr;  // the one in force
+  ParameterRondelWorker* link_ = nullptr;
   mutable std::mutex errorMutex_;
   char error_[kMaxError] = {};
 };

@@ -73,6 +73,13 @@ bool Finish(bool complete, char* buffer, uint32_t size, uint32_t position) {
   return false;
 }
 
+// The same for a list, of which the entries before `whole` stay.
+bool FinishList(bool complete, char* buffer, uint32_t size, uint32_t position, uint32_t whole) {
+  const bool fits = complete && position < size;
+  buffer[fits ? position : whole] = '\0';
+  return fits;
+}
+
 }  // namespace
 
 // A word that is neither a number nor a name fails the step.
@@ -166,6 +173,7 @@ bool ParameterSetManager::GetModeShorthand(const char* names, char* buffer, uint
 bool ParameterSetManager::GetRondelModesString(const char* paths, char* buffer, uint32_t size) {
   if (paths == nullptr || buffer == nullptr || size == 0) return false;
   uint32_t position = 0;
+  uint32_t whole = 0;
   bool complete = true;
   while (complete && *paths != '\0') {
     const size_t length = std::strcspn(paths, "|;");
@@ -173,10 +181,11 @@ bool ParameterSetManager::GetRondelModesString(const char* paths, char* buffer, 
     complete = ParseStep(paths, length, step) && WriteNames(step, buffer, size, &position);
     paths += length;
     if (!complete || *paths == '\0') break;
+    if (*paths == ';' && position < size) whole = position;
     const char separator[2] = {*paths++, '\0'};
     complete = ParameterUtils::WriteString(separator, buffer, size, &position, false, nullptr);
   }
-  return Finish(complete, buffer, size, position);
+  return FinishList(complete, buffer, size, position, whole);
 }
 
 ModeEntry* ParameterSetManager::FindNode(const char* path) const {
@@ -199,15 +208,17 @@ uint32_t ParameterSetManager::GetChildModes(const char* path, char* buffer, uint
   if (mode == nullptr) mode = loaded_.tree->GetModeEntry(0);
   if (mode == nullptr) return 0;
   uint32_t position = 0;
+  uint32_t whole = 0;
   bool complete = true;
   for (ModeEntry* child = mode->Resolve()->GetFirstChild(); complete && child != nullptr;
        child = child->GetNextSibling()) {
+    if (position < size) whole = position;
     if (position != 0)
       complete = ParameterUtils::WriteString(",", buffer, size, &position, false, this);
     const ModeUnion key = child->GetMode();
     complete = complete && WriteNames({key.mode, key.subMode}, buffer, size, &position);
   }
-  return Finish(complete, buffer, size, position) ? position + 1 : 0;
+  return FinishList(complete, buffer, size, position, whole) ? position + 1 : 0;
 }
 
 bool ParameterSetManager::GetActiveModes(char* buffer, uint32_t size) {

@@ -98,6 +98,7 @@ bool ParameterSetManager::RefuseSecondLoad() {
 // The one place behind every first load and every reload.
 bool ParameterSetManager::FinishLoad(bool loaded) {
   loaded_.valid = loaded;
+  if (loaded) StartLink();
   return loaded;
 }
 
@@ -191,6 +192,7 @@ bool ParameterSetManager::ReadHeaderFields(HeaderReader& reader) {
     char tool[kToolSize + 1] = {};
     if (!reader.Read(tool, kToolSize) || !reader.Read(header.tag, kTagSize)) return false;
     header.hasTag = true;
+    PublishTag();
     PARAMETER_DEBUG(this, "ReadHeader: Version %d.%d.%d BinaryTag: %s, Tool: %s\n", v.majorVersion,
                     v.minorVersion, static_cast<int>(v.patchVersion), header.tag, tool);
   } else {
@@ -446,4 +448,5 @@ void ParameterSetManager::DropLoaded() {
   }
   delete loaded_.tree;
   loaded_ = {};
+  PublishTag();
 }

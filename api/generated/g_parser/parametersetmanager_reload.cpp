@@ -17,6 +17,7 @@ void ParameterSetManager::FreeBinaryParameters() {
   ModuleChain instances;
   TakeInstances(instances);
   RetireLoaded(loaded_, instances);
+  PublishTag();
   recentModes_.Clear();
 }
 
@@ -113,6 +114,7 @@ void ParameterSetManager::RestoreLoaded(LoadedData& loaded, ModuleChain& instanc
     FindDefaultModule(link->module->GetType())->RestoreLink(link);
   }
   loaded_ = loaded;
+  PublishTag();
 }
 
 // ---- Update

@@ -19,11 +19,6 @@ const char* SplitModuleName(const char* path, char* name) {
   return *rest == '.' ? rest + 1 : (*rest == '\0' ? rest : nullptr);
 }
 
-const char* LastName(const char* path) {
-  const char* point = std::strrchr(path, '.');
-  return point == nullptr ? path : point + 1;
-}
-
 bool JoinPath(const char* front, const char* back, size_t backLength, char* path) {
   const char* point = *front != '\0' && backLength != 0 ? "." : "";
   const int length =
@@ -71,7 +66,10 @@ class Answer {
   bool Add(const char* name) {
     const int added = std::snprintf(buffer_ + length_, size_ - length_, "%s%s=%s",
                                     length_ == 0 ? "" : ";", name, scratch_.data());
-    if (added < 0 || static_cast<uint32_t>(added) >= size_ - length_) return false;
+    if (added < 0 || static_cast<uint32_t>(added) >= size_ - length_) {
+      buffer_[length_] = '\0';  // whole entries alone
+      return false;
+    }
     length_ += static_cast<uint32_t>(added);
     return true;
   }
@@ -86,7 +84,7 @@ class Answer {
 bool AnswerFields(ParameterModule& module, const char* path, Answer& answer) {
   PList<ParameterParserInfo> fields(16);
   if (!module.GetInfo(path, fields))
-    return answer.AddValue(module, path, LastName(path)) && !answer.IsEmpty();
+    return answer.AddValue(module, path, ParameterUtils::GetLastName(path)) && !answer.IsEmpty();
   for (uint32_t i = 0; i < fields.Count(); ++i) {
     const ParameterParserInfo& field = fields[i];
     if (std::strcmp(field.type, "Module") == 0 || std::strcmp(field.type, "Structure") == 0)
@@ -94,7 +92,7 @@ bool AnswerFields(ParameterModule& module, const char* path, Answer& answer) {
     char fieldPath[kMaxPath];
     bool added = false;
     if (field.name == nullptr) {
-      added = answer.AddValue(module, path, LastName(path));
+      added = answer.AddValue(module, path, ParameterUtils::GetLastName(path));
     } else if (!JoinPath(path, field.name, std::strlen(field.name), fieldPath)) {
       return false;
     } else if (field.isArray) {

@@ -39,6 +39,11 @@ uint32_t GetVariable(const char* path, char* name, uint32_t* index, size_t size)
   return static_cast<uint32_t>(path[length] == '.' ? length + 1 : length);
 }
 
+const char* GetLastName(const char* path) {
+  const char* point = path == nullptr ? nullptr : std::strrchr(path, '.');
+  return point == nullptr ? path : point + 1;
+}
+
 uint32_t GetStringPos(const char* text, char character) {
   const char* found = text == nullptr ? nullptr : std::strchr(text, character);
   return found == nullptr ? UINT32_MAX : static_cast<uint32_t>(found - text);

@@ -17,6 +17,8 @@ constexpr uint32_t kMaxVariable = 129;  // characters of a name in a path
 PARAMETER_API uint32_t GetVariable(const char* path, char* name, uint32_t* index, size_t size);
 // Copies the text up to the separator; characters copied.
 PARAMETER_API uint32_t GetSubString(const char* text, char separator, char* buffer, size_t size);
+// The step of a path behind its last point.
+PARAMETER_API const char* GetLastName(const char* path);
 // UINT32_MAX if the character isn't there.
 PARAMETER_API uint32_t GetStringPos(const char* text, char character);
 

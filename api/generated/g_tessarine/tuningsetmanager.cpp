@@ -15,7 +15,14 @@ TUNING_SET_MODULES(TUNING_RAW_ACCESSOR, TUNING_ACCESSOR)
 
 #define TUNING_PROTOTYPE(name, root) AddModule(new tuning::GeneratedModule<root>(#name));
 #define TUNING_RAW_PROTOTYPE(name) TUNING_PROTOTYPE(name, tuning::RawModuleType)
-TuningSetManager::TuningSetManager(){TUNING_SET_MODULES(TUNING_RAW_PROTOTYPE, TUNING_PROTOTYPE)}
+TuningSetManager::TuningSetManager() {
+  CreateLink();
+  TUNING_SET_MODULES(TUNING_RAW_PROTOTYPE, TUNING_PROTOTYPE)
+}
+
+TuningSetManager::~TuningSetManager() {
+  StopLink();
+}
 
 GeneratedSetManager* TuningSetManager::CreateEmpty() const {
   return new TuningSetManager;

@@ -1,4 +1,4 @@
-// The manager of the camera's tuning file.
+// The manager of the camera's tuning file, the one with a live link.
 #pragma once
 
 #include "afpdlibelements.h"
@@ -9,6 +9,7 @@
 class PARAMETER_API TuningSetManager : public GeneratedSetManager {
  public:
   TuningSetManager();
+  ~TuningSetManager() override;
 
   // One accessor a module, GetModule_<name>: the record for a branch of modes, or null. `previous`,
   // a record obtained earlier, is released.
