@@ -28,6 +28,7 @@ void AddShowCommand(CLI::App& app, int& status);
 void AddDiffCommand(CLI::App& app, int& status);
 void AddCheckCommand(CLI::App& app, int& status);
 void AddSchemaCommands(CLI::App& app, int& status);
+void AddServeCommand(CLI::App& app, int& status);
 void AddLinkCommand(CLI::App& app, int& status);
 
 }  // namespace tessarine

@@ -19,6 +19,7 @@ int Run(int argc, char** argv) {
       "  tessarine diff old.bin new.bin\n"
       "  tessarine check tuning.bin\n"
       "  tessarine decompile tuning.bin -o tuning.json\n"
+      "  tessarine serve tuning.bin\n"
       "  tessarine link get Default tessarinePDLib.preProcess\n\n"
       "Exit status: 0 done, 1 a defect or a difference, 2 wrong usage, 3 bad input file, 4 no\n"
       "connection to a device.");
@@ -29,6 +30,7 @@ int Run(int argc, char** argv) {
   tessarine::AddDiffCommand(app, status);
   tessarine::AddCheckCommand(app, status);
   tessarine::AddSchemaCommands(app, status);
+  tessarine::AddServeCommand(app, status);
   tessarine::AddLinkCommand(app, status);
   try {
     app.parse(argc, argv);
