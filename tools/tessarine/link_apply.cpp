@@ -74,12 +74,10 @@ void CheckOrigin(LinkDevice& device, const WantedModule& wanted, const std::stri
                  ModuleChange& change) {
   if (wanted.mayBeShared || change.assignments.empty()) return;
   const std::string branch = ToText(wanted.branch);
-  const std::optional<std::string> origin = device.OriginOf(branch, module);
-  const std::optional<Branch> parsed = origin ? ParseBranch(*origin) : std::nullopt;
-  if (parsed && ToText(*parsed) == branch) return;
+  const std::optional<std::string> origin = OtherOrigin(device, branch, module);
+  if (!origin) return;
   change.assignments.clear();
-  change.problems.push_back(branch + " " + module + ": the device's values come from " +
-                            origin.value_or("a mode that it doesn't tell") +
+  change.problems.push_back(branch + " " + module + ": the device's values come from " + *origin +
                             "; --mode changes them there");
 }
 

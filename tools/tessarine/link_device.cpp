@@ -55,7 +55,17 @@ std::vector<LinkEntry> LinkDevice::Modules(const std::string& branch) {
   return Entries(branch, "");
 }
 
+// A field's own entry may bring its name, as if it were a field below.
 std::vector<LinkEntry> LinkDevice::Entries(const std::string& branch, const std::string& path) {
+  std::vector<LinkEntry> entries = AskEntries(branch, path);
+  const std::string own = WithoutIndex(PlaceOf(path).name);
+  if (entries.size() == 1 && !own.empty() && WithoutIndex(entries[0].name) == own &&
+      AskEntries(branch, path + "." + own).empty())
+    entries[0].name.clear();
+  return entries;
+}
+
+std::vector<LinkEntry> LinkDevice::AskEntries(const std::string& branch, const std::string& path) {
   std::vector<LinkEntry> entries = ParseLinkEntries(AskBranch(LinkCommand::kInfo, branch, path));
   for (const LinkEntry& entry : entries)
     if (entry.count > kMostElements)

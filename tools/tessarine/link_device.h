@@ -42,6 +42,7 @@ class LinkDevice {
   std::vector<std::string> Triggers();
   std::vector<std::string> ChildModes(const std::string& branch);
   std::vector<LinkEntry> Modules(const std::string& branch);
+  // The fields of a record, or the one entry of a field or an array: that has no name.
   std::vector<LinkEntry> Entries(const std::string& branch, const std::string& path);
   // The mode that a module's values come from; nothing if the device doesn't tell.
   std::optional<std::string> OriginOf(const std::string& branch, const std::string& module);
@@ -57,6 +58,7 @@ class LinkDevice {
   CustomReply Custom(const Bytes& bytes);
 
  private:
+  std::vector<LinkEntry> AskEntries(const std::string& branch, const std::string& path);
   std::string AskBranch(LinkCommand command, const std::string& branch, const std::string& rest);
 
   LinkClient client_;

@@ -15,6 +15,11 @@ OrderedJson NumberToJson(const std::optional<std::string>& text) {
   return number.is_number() ? number : TextToJson(*text);
 }
 
+// A device answers for an element that an array doesn't have with the whole array.
+bool IsBehindEnd(const LinkEntry& entry, const std::string& path) {
+  return entry.name.empty() && entry.count && path.back() == ']';
+}
+
 class Walk {
  public:
   Walk(LinkDevice& device, const std::string& branch) : device_(device), branch_(branch) {}
@@ -22,6 +27,7 @@ class Walk {
   void Below(const std::string& path, int depth) {
     if (depth > kDeepest) return;
     for (const LinkEntry& entry : device_.Entries(branch_, path)) {
+      if (IsBehindEnd(entry, path)) continue;
       const std::string full = entry.name.empty() ? path : path + "." + entry.name;
       if (entry.type != "Structure") {
         leaves_.push_back({full, ValueOf(entry, full)});
@@ -61,10 +67,6 @@ std::string WhyNoModule(LinkDevice& device, const std::string& branch, const std
   return "the device has no module '" + module + "'" + NearestName(module, names);
 }
 
-std::string WithoutIndex(const std::string& name) {
-  return name.substr(0, name.find('['));
-}
-
 }  // namespace
 
 std::vector<LinkLeaf> LeavesOnDevice(LinkDevice& device, const std::string& branch,
@@ -84,7 +86,10 @@ std::string FindAbsent(LinkDevice& device, const std::string& branch, const std:
     if (std::find(names.begin(), names.end(), WithoutIndex(steps[i])) == names.end())
       return above + " has no field '" + steps[i] + "'" + NearestName(steps[i], names);
     above += "." + steps[i];
-    if (device.Entries(branch, above).empty()) return above + " is not there";
+    const std::vector<LinkEntry> entries = device.Entries(branch, above);
+    if (entries.empty()) return above + " is not there";
+    if (IsBehindEnd(entries[0], above))
+      return above + " is not there: its array has " + std::to_string(*entries[0].count);
   }
   return "";
 }

@@ -143,6 +143,14 @@ DeviceModule ReadModule(LinkDevice& device, const std::string& branch, const Mod
   return result;
 }
 
+std::optional<std::string> OtherOrigin(LinkDevice& device, const std::string& branch,
+                                       const std::string& module) {
+  const std::optional<std::string> origin = device.OriginOf(branch, module);
+  if (!origin) return "an unknown mode";
+  const std::optional<Branch> own = ParseBranch(*origin);
+  return own && ToText(*own) == branch ? std::nullopt : origin;
+}
+
 Model ModelOf(const Branch& branch, const Module& module) {
   Model model;
   for (uint32_t id = 0; id < branch.size(); ++id) {

@@ -117,6 +117,10 @@ LinkPlace PlaceOf(const std::string& fieldPath) {
   return {fieldPath.substr(0, point), fieldPath.substr(point + 1)};
 }
 
+std::string WithoutIndex(const std::string& name) {
+  return name.substr(0, name.find('['));
+}
+
 bool IsSendable(const std::string& value) {
   return !value.empty() && value.size() < kLongestValue &&
          value.find_first_of(std::string(";\0", 2)) == std::string::npos;

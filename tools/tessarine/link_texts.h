@@ -36,6 +36,8 @@ struct LinkPlace {
   std::string FullPath() const { return path + "." + name; }
 };
 LinkPlace PlaceOf(const std::string& fieldPath);
+// "filterSet" of "filterSet[1]".
+std::string WithoutIndex(const std::string& name);
 
 // Whether a value can stand in an assignment.
 bool IsSendable(const std::string& value);

@@ -5,6 +5,7 @@
 
 #include "link_commands.h"
 #include "link_fields.h"
+#include "link_module.h"
 
 namespace tessarine {
 namespace {
@@ -94,7 +95,13 @@ int Set(const LinkOptions& options, const SetChoice& choice) {
     list.push_back(ToJson(outcome));
     if (!options.isJson) std::printf("%s\n", ToText(device, choice.branch, outcome).c_str());
   }
-  if (options.isJson) Put({{"branch", choice.branch}, {"values", list}});
+  const auto origin =
+      OtherOrigin(device, choice.branch, choice.module.substr(0, choice.module.find('.')));
+  if (options.isJson)
+    Put({{"branch", choice.branch}, {"from", origin.value_or(choice.branch)}, {"values", list}});
+  else if (origin)
+    std::fprintf(stderr, "tessarine: the values come from %s, and have changed there\n",
+                 origin->c_str());
   return status;
 }
 
