@@ -45,6 +45,10 @@ class LibraryLink : public testing::Test {
   }
   std::string Port() const { return " --port " + std::to_string(manager_.GetLinkPort()) + " "; }
   Outcome Link(const std::string& arguments) const { return Run("link" + Port() + arguments); }
+  // What apply starts with.
+  std::string Greeting() const {
+    return "device 127.0.0.1:" + std::to_string(manager_.GetLinkPort()) + ", tag \"test\"\n";
+  }
   LinkDevice Device() const { return LinkDevice({"127.0.0.1", manager_.GetLinkPort(), 20}); }
 
   test::TempFolder folder_;
@@ -286,13 +290,21 @@ TEST_F(LibraryLink, AppliesWhatDiffersAndNothingElse) {
        R"({"modes": [{"mode": "Default", "modules": {"tessarinePDLib": {"values": {
            "correlation": {"searchRange": {"to": 12}}, "preProcess": {"boxFilterLength": 4},
            "parameter_version": {"revision": "r1"},
+           "HVControl": {"verticalConfWeightTuning": [{"weight": 0.5}]},
            "extensionParam": [{"ID": 5, "Name": "x;y", "data": [0.5, 2]}]}}}}]})",
        "", 1,
        "Default tessarinePDLib.parameter_version.revision: \"\" -> \"r1\"\n"
+       "Default tessarinePDLib.HVControl.verticalConfWeightTuning: [] -> nothing\n"
        "Default tessarinePDLib.extensionParam[0].Name: \"first;n=2,Int32\" -> \"x;y\"\n"
        "Default tessarinePDLib.extensionParam[0].data: [0.5, 2.0, -0.1] -> [0.5, 2.0]\n"
+       "Default tessarinePDLib.HVControl.verticalConfWeightTuning[0].weight: nothing -> 0.5\n"
+       "Default tessarinePDLib.HVControl.verticalConfWeightTuning[0].confThreshold: nothing -> "
+       "0.0\n"
        "Default tessarinePDLib.parameter_version.revision: not taken: the device refuses 'r1'\n"
-       "3 differences, 0 of 1 sent values taken\n",
+       "6 differences, 0 of 1 sent values taken\n",
+       "tessarine: Default tessarinePDLib.HVControl.verticalConfWeightTuning: the length of an "
+       "array "
+       "can't be changed\n"
        "tessarine: Default tessarinePDLib.extensionParam[0].Name: the link can't send \"x;y\"\n"
        "tessarine: Default tessarinePDLib.extensionParam[0].data: the length of an array can't be "
        "changed\n",
@@ -315,7 +327,7 @@ TEST_F(LibraryLink, AppliesWhatDiffersAndNothingElse) {
     const uint32_t before = manager_.GetValueChangeCount();
     const Outcome outcome =
         Link("apply " + Write("source.json", c.source) + " " + std::string(c.options));
-    EXPECT_EQ(outcome.output, c.output) << c.name;
+    EXPECT_EQ(outcome.output, Greeting() + c.output) << c.name;
     EXPECT_EQ(outcome.errors, c.errors) << c.name;
     EXPECT_EQ(outcome.status, c.status) << c.name;
     EXPECT_EQ(manager_.GetValueChangeCount() - before, c.sent) << c.name;
@@ -369,7 +381,9 @@ TEST_F(LibraryLink, IsServedFromAFile) {
   }
   const Outcome applied =
       Run("link apply " TESSARINE_TUNING " --port " + port.substr(0, port.find('\n')));
-  EXPECT_EQ(applied.output, "0 differences, 0 of 0 sent values taken\n") << applied.errors;
+  EXPECT_NE(applied.output.find(", tag \"pdcam default tuning\"\n0 differences, 0 of 0 sent"),
+            std::string::npos)
+      << applied.output << applied.errors;
   serving.join();
   EXPECT_EQ(served.status, 0) << served.errors;
   EXPECT_NE(served.output.find(": port " + port.substr(0, 5)), std::string::npos);

@@ -1,5 +1,6 @@
 #include "link_apply.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "link_fields.h"
@@ -22,33 +23,47 @@ std::string SentText(const OrderedJson& value) {
   return value.dump();
 }
 
-class Assignments {
+// Sorts what a difference asks for into what can be sent and what can't.
+class Sorting {
  public:
-  Assignments(const Difference& difference, ModuleChange& change)
-      : place_(PlaceOf(difference.module + "." + difference.field)),
-        prefix_(difference.mode + " " + difference.module + "." + difference.field),
+  Sorting(const Difference& difference, ModuleChange& change)
+      : difference_(difference),
+        place_(PlaceOf(difference.module + "." + difference.field)),
         change_(change) {}
 
-  void Add(const OrderedJson& device, const OrderedJson& source) {
-    if (!device.is_array() && !source.is_array()) return AddOne(place_.name, source);
-    if (!device.is_array() || !source.is_array() || device.size() != source.size())
-      return AddProblem("the length of an array can't be changed");
-    for (size_t i = 0; i < source.size(); ++i)
-      if (device[i] != source[i]) AddOne(place_.name + "[" + std::to_string(i) + "]", source[i]);
+  void Run() {
+    const std::optional<OrderedJson>& device = difference_.first;
+    const std::optional<OrderedJson>& source = difference_.second;
+    if (!device || !source || device->is_array() != source->is_array())
+      return AddLength(WithoutIndex(difference_.field));
+    if (!source->is_array()) return Add(place_.name, *source);
+    if (device->size() != source->size()) return AddLength(difference_.field);
+    for (size_t i = 0; i < source->size(); ++i)
+      if ((*device)[i] != (*source)[i])
+        Add(place_.name + "[" + std::to_string(i) + "]", (*source)[i]);
   }
-  void AddProblem(const std::string& text) { change_.problems.push_back(prefix_ + ": " + text); }
 
  private:
-  void AddOne(const std::string& name, const OrderedJson& value) {
+  void Add(const std::string& name, const OrderedJson& value) {
     const std::string text = SentText(value);
     if (IsSendable(text))
       change_.assignments.push_back({{place_.path, name}, text});
     else
-      AddProblem("the link can't send " + PrintLine(value));
+      AddProblem(difference_.field, "the link can't send " + PrintLine(value));
+  }
+  // Told once for all that stands in an array.
+  void AddLength(const std::string& array) {
+    AddProblem(array, "the length of an array can't be changed");
+  }
+  void AddProblem(const std::string& field, const std::string& text) {
+    const std::string problem =
+        difference_.mode + " " + difference_.module + "." + field + ": " + text;
+    std::vector<std::string>& all = change_.problems;
+    if (std::find(all.begin(), all.end(), problem) == all.end()) all.push_back(problem);
   }
 
+  const Difference& difference_;
   LinkPlace place_;
-  std::string prefix_;
   ModuleChange& change_;
 };
 
@@ -60,13 +75,7 @@ void FindDifferences(LinkDevice& device, const WantedModule& wanted, const Modul
     change.problems.push_back(branch + " " + field + ": the device gives no value");
   change.differences =
       Compare(ModelOf(wanted.branch, found.module), ModelOf(wanted.branch, *wanted.module));
-  for (const Difference& difference : change.differences) {
-    Assignments assignments(difference, change);
-    if (difference.first && difference.second)
-      assignments.Add(*difference.first, *difference.second);
-    else
-      assignments.AddProblem("the length of an array can't be changed");
-  }
+  for (const Difference& difference : change.differences) Sorting(difference, change).Run();
 }
 
 // A mode without a module of its own shares that of another: changing it changes the other mode.

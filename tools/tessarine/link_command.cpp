@@ -1,4 +1,6 @@
 // tessarine link: how a device is reached, and what its subcommands have in common.
+#include <cstdio>
+
 #include "link_commands.h"
 #include "modes.h"
 
@@ -32,6 +34,10 @@ std::string CheckLinkPath(const std::string& path) {
   const bool isFitting = !path.empty() && path.size() <= kLongestPath &&
                          path.find_first_of(":;,=") == std::string::npos;
   return isFitting ? "" : "expected names joined by '.', found " + path;
+}
+
+void PrintJson(const OrderedJson& json) {
+  std::fputs(Print(json).c_str(), stdout);
 }
 
 void AddLinkCommand(CLI::App& app, int& status) {

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "commands.h"
+#include "json_values.h"
 #include "link_device.h"
 
 namespace tessarine {
@@ -24,6 +25,8 @@ CLI::Option* AddLinkBranch(CLI::App& command, std::string& branch,
 CLI::Option* AddLinkModule(CLI::App& command, std::string& module);
 // For a path of module and fields.
 std::string CheckLinkPath(const std::string& path);
+
+void PrintJson(const OrderedJson& json);
 
 // Each adds subcommands; the one that is asked for runs and sets `status`.
 void AddLinkQueries(CLI::App& link, const SharedLinkOptions& options, int& status);

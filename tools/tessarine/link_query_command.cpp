@@ -13,10 +13,6 @@
 namespace tessarine {
 namespace {
 
-void Put(const OrderedJson& json) {
-  std::fputs(Print(json).c_str(), stdout);
-}
-
 std::string Hex(uint64_t number) {
   char text[32];
   std::snprintf(text, sizeof(text), "0x%016" PRIx64, number);
@@ -48,7 +44,7 @@ void AddFind(CLI::App& link, const SharedLinkOptions& options, int& status) {
         continue;
       }
     }
-    if (options->isJson) Put({{"ports", list}});
+    if (options->isJson) PrintJson({{"ports", list}});
     if (list.empty()) throw LinkError("no device answers on " + address.host);
     status = kDone;
   });
@@ -62,7 +58,8 @@ void AddInfo(CLI::App& link, const SharedLinkOptions& options, int& status) {
     const LinkInfo info = device.Client().Info();
     const OrderedJson tag = TextToJson(info.tag);
     if (options->isJson)
-      Put({{"device", device.Client().Place()}, {"tag", tag}, {"instance", Hex(info.instance)}});
+      PrintJson(
+          {{"device", device.Client().Place()}, {"tag", tag}, {"instance", Hex(info.instance)}});
     else
       std::printf("device %s\ntag %s\ninstance %s\n", device.Client().Place().c_str(),
                   PrintLine(tag).c_str(), Hex(info.instance).c_str());
@@ -89,7 +86,7 @@ void AddModes(CLI::App& link, const SharedLinkOptions& options, int& status) {
       if (!options->isJson)
         std::printf("%*s%s\n", static_cast<int>(2 * node.depth), "", node.name.c_str());
     }
-    if (options->isJson) Put({{"complete", tree.isComplete}, {"modes", list}});
+    if (options->isJson) PrintJson({{"complete", tree.isComplete}, {"modes", list}});
     if (!tree.isComplete)
       std::fprintf(stderr, "tessarine: the list ends here: a mode seems to link to one above it\n");
     status = kDone;
@@ -110,7 +107,7 @@ void AddModules(CLI::App& link, const SharedLinkOptions& options, int& status) {
       if (!options->isJson)
         std::printf("%s from %s\n", entry.name.c_str(), entry.value.value_or("").c_str());
     }
-    if (options->isJson) Put({{"branch", *branch}, {"modules", list}});
+    if (options->isJson) PrintJson({{"branch", *branch}, {"modules", list}});
     status = kDone;
   });
 }
@@ -123,7 +120,7 @@ void AddList(CLI::App& link, const SharedLinkOptions& options, int& status, cons
   command->callback([options, &status, name, ask] {
     LinkDevice device = options->Device();
     const std::vector<std::string> lines = (device.*ask)();
-    if (options->isJson) Put({{name, lines}});
+    if (options->isJson) PrintJson({{name, lines}});
     for (const std::string& line : lines)
       if (!options->isJson) std::printf("%s\n", line.c_str());
     status = kDone;
@@ -158,7 +155,7 @@ void AddCustom(CLI::App& link, const SharedLinkOptions& options, int& status) {
     const LinkDevice::CustomReply reply = options->Device().Custom(BytesOf(*digits));
     const std::string bytes = ToHex(reply.bytes);
     if (options->isJson)
-      Put({{"result", reply.result}, {"hex", bytes}});
+      PrintJson({{"result", reply.result}, {"hex", bytes}});
     else
       std::printf("result %u\n%s%s", reply.result, bytes.c_str(), bytes.empty() ? "" : "\n");
     status = kDone;

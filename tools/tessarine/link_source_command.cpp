@@ -1,5 +1,4 @@
 // tessarine link save, apply: between sources and the running camera.
-#include <cinttypes>
 #include <cstdio>
 
 #include "errors.h"
@@ -78,6 +77,12 @@ class Application {
   Application(const LinkOptions& options, bool isDry)
       : device_(options.Device()), isJson_(options.isJson), isDry_(isDry) {}
 
+  // Several cameras may be within reach: it is told first which one answers.
+  void Start() {
+    Say("device " + device_.Client().Place() + ", tag " +
+        PrintLine(TextToJson(device_.Client().Info().tag)));
+  }
+
   void Apply(const WantedModule& wanted) {
     const ModuleChange change = CompareWithDevice(device_, wanted);
     for (const Difference& difference : change.differences) {
@@ -94,14 +99,14 @@ class Application {
     }
   }
 
-  int Finish() const {
+  int Finish() {
     if (isJson_)
-      std::fputs(Print({{"count", differences_.size()},
-                        {"differences", differences_},
-                        {"sent", outcomes_},
-                        {"problems", problems_}})
-                     .c_str(),
-                 stdout);
+      PrintJson({{"device", device_.Client().Place()},
+                 {"tag", TextToJson(device_.Client().Info().tag)},
+                 {"count", differences_.size()},
+                 {"differences", differences_},
+                 {"sent", outcomes_},
+                 {"problems", problems_}});
     Say(std::to_string(differences_.size()) +
         (differences_.size() == 1 ? " difference" : " differences") +
         (isDry_ ? ", nothing was sent"
@@ -138,6 +143,7 @@ int Apply(const LinkOptions& options, const ApplyChoice& choice) {
       WantedOf(source, choice.branch.empty() ? std::nullopt : ParseBranch(choice.branch));
   if (wanted.empty()) throw InputError(choice.source + ": expected a module to apply");
   Application application(options, choice.isDry);
+  application.Start();
   for (const WantedModule& module : wanted) application.Apply(module);
   return application.Finish();
 }

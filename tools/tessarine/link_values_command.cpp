@@ -10,10 +10,6 @@
 namespace tessarine {
 namespace {
 
-void Put(const OrderedJson& json) {
-  std::fputs(Print(json).c_str(), stdout);
-}
-
 // ---- get
 
 struct GetChoice {
@@ -33,7 +29,7 @@ void Get(const LinkOptions& options, const GetChoice& choice) {
         std::printf("%s = %s\n", leaf.path.c_str(), PrintLine(leaf.value).c_str());
     }
   }
-  if (options.isJson) Put({{"branch", choice.branch}, {"values", values}});
+  if (options.isJson) PrintJson({{"branch", choice.branch}, {"values", values}});
 }
 
 void AddGet(CLI::App& link, const SharedLinkOptions& options, int& status) {
@@ -98,7 +94,8 @@ int Set(const LinkOptions& options, const SetChoice& choice) {
   const auto origin =
       OtherOrigin(device, choice.branch, choice.module.substr(0, choice.module.find('.')));
   if (options.isJson)
-    Put({{"branch", choice.branch}, {"from", origin.value_or(choice.branch)}, {"values", list}});
+    PrintJson(
+        {{"branch", choice.branch}, {"from", origin.value_or(choice.branch)}, {"values", list}});
   else if (origin)
     std::fprintf(stderr, "tessarine: the values come from %s, and have changed there\n",
                  origin->c_str());
