@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "link_device.h"
-#include "link_module.h"
 #include "link_server.h"
+#include "link_tree.h"
 
 namespace {
 
@@ -299,6 +299,22 @@ TEST(LinkDevice, AsksAgainForWhatAReplyLeftOut) {
   const auto elements = device.Elements("Default", {"module", "S"}, kCount);
   ASSERT_EQ(elements.size(), kCount);
   for (uint32_t i = 0; i < kCount; ++i) EXPECT_EQ(elements[i], std::to_string(7 * i));
+}
+
+// So does a device in which a mode links to one above it.
+TEST(LinkDevice, EndsATreeThatDoesnt) {
+  for (const char* children : {"Sensor.1", "Sensor.1,Usecase.Video"}) {
+    test::LinkServer server(
+        {[&](const Peer& peer) { peer.Answer([&](const Request&) { return children; }); }});
+    LinkDevice device({"127.0.0.1", server.Port(), 20});
+    const tessarine::DeviceTree tree = tessarine::ReadTree(device, "Default", false);
+    EXPECT_FALSE(tree.isComplete);
+    EXPECT_LE(tree.nodes.size(), 4096u);
+    EXPECT_LE(tree.nodes.back().path.size(), 512u);
+    const tessarine::DeviceTree flat = tessarine::ReadTree(device, "Default", true);
+    EXPECT_TRUE(flat.isComplete);
+    EXPECT_EQ(flat.nodes.size(), 1 + tessarine::SplitText(children, ',').size());
+  }
 }
 
 // An array without an end must not keep the tool busy for ever.

@@ -1,4 +1,5 @@
 // The tool against the library's own live link.
+#include <algorithm>
 #include <bit>
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -6,6 +7,7 @@
 #include "host/orvo_host.h"
 #include "link_fields.h"
 #include "link_module.h"
+#include "parametercustomhandler.h"
 #include "sources.h"
 #include "support/program.h"
 #include "support/temp_folder.h"
@@ -122,6 +124,26 @@ TEST_F(LibraryLink, AnswersEachQuestion) {
     const std::string& text = c.status == 0 ? outcome.output : outcome.errors;
     EXPECT_NE(text.find(c.found), std::string::npos) << c.arguments << "\n" << text;
   }
+}
+
+// Sends the bytes back, the last one first.
+class Turner : public IParameterCustomHandler {
+ public:
+  uint32_t Process(const uint8_t* payload, uint32_t length, uint32_t, uint8_t* reply,
+                   uint16_t* replyLength) override {
+    std::reverse_copy(payload, payload + length, reply);
+    *replyLength = static_cast<uint16_t>(length);
+    return 0x12345;
+  }
+};
+
+TEST_F(LibraryLink, BringsBytesToTheHandlerAndBack) {
+  Load(test::FromSource(kTuning));
+  Turner handler;
+  manager_.SetCustomHandler(&handler);
+  EXPECT_EQ(Link("custom 00FF0a").output, "result 9029\n0aff00\n");  // 0x2345
+  EXPECT_EQ(json::parse(Link("custom --json 07").output), json({{"result", 9029}, {"hex", "07"}}));
+  manager_.SetCustomHandler(nullptr);
 }
 
 TEST_F(LibraryLink, TellsWhatADeviceMakesOfAChange) {
@@ -299,7 +321,7 @@ TEST_F(LibraryLink, AppliesWhatDiffersAndNothingElse) {
        "Default tessarinePDLib.extensionParam[0].data: [0.5, 2.0, -0.1] -> [0.5, 2.0]\n"
        "Default tessarinePDLib.HVControl.verticalConfWeightTuning[0].weight: nothing -> 0.5\n"
        "Default tessarinePDLib.HVControl.verticalConfWeightTuning[0].confThreshold: nothing -> "
-       "0.0\n"
+       "0\n"
        "Default tessarinePDLib.parameter_version.revision: not taken: the device refuses 'r1'\n"
        "6 differences, 0 of 1 sent values taken\n",
        "tessarine: Default tessarinePDLib.HVControl.verticalConfWeightTuning: the length of an "
