@@ -13,6 +13,7 @@ inline constexpr int kDone = 0;
 inline constexpr int kFound = 1;  // a defect or a difference
 inline constexpr int kWrongUsage = 2;
 inline constexpr int kBadInput = 3;
+inline constexpr int kNoConnection = 4;  // no connection to a device, or no answer
 
 // A file whose values can be used; its defects go to standard error. Throws InputError if nothing
 // can be read of it.
@@ -27,5 +28,7 @@ void AddShowCommand(CLI::App& app, int& status);
 void AddDiffCommand(CLI::App& app, int& status);
 void AddCheckCommand(CLI::App& app, int& status);
 void AddSchemaCommands(CLI::App& app, int& status);
+void AddServeCommand(CLI::App& app, int& status);
+void AddLinkCommand(CLI::App& app, int& status);
 
 }  // namespace tessarine

@@ -1,14 +1,16 @@
-// Tuning files on the command line: compile, decompile, show, diff, check, schema, reference.
+// Tuning files and the live link on the command line.
 #include <cstdio>
 #include <new>
 
 #include "commands.h"
 #include "errors.h"
+#include "link_errors.h"
 
 namespace {
 
 int Run(int argc, char** argv) {
-  CLI::App app("Makes, lists, compares and checks binary tuning files.", "tessarine");
+  CLI::App app("Makes, lists, compares and checks binary tuning files; tunes a running camera.",
+               "tessarine");
   app.require_subcommand(1);
   app.footer(
       "Examples:\n"
@@ -16,8 +18,11 @@ int Run(int argc, char** argv) {
       "  tessarine show tuning.bin --mode 'Default|Sensor.3'\n"
       "  tessarine diff old.bin new.bin\n"
       "  tessarine check tuning.bin\n"
-      "  tessarine decompile tuning.bin -o tuning.json\n\n"
-      "Exit status: 0 done, 1 a defect or a difference, 2 wrong usage, 3 bad input file.");
+      "  tessarine decompile tuning.bin -o tuning.json\n"
+      "  tessarine serve tuning.bin\n"
+      "  tessarine link get Default tessarinePDLib.preProcess\n\n"
+      "Exit status: 0 done, 1 a defect or a difference, 2 wrong usage, 3 bad input file, 4 no\n"
+      "connection to a device.");
   int status = tessarine::kDone;
   tessarine::AddCompileCommand(app, status);
   tessarine::AddDecompileCommand(app, status);
@@ -25,6 +30,8 @@ int Run(int argc, char** argv) {
   tessarine::AddDiffCommand(app, status);
   tessarine::AddCheckCommand(app, status);
   tessarine::AddSchemaCommands(app, status);
+  tessarine::AddServeCommand(app, status);
+  tessarine::AddLinkCommand(app, status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -36,13 +43,19 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  const auto fail = [](const char* text, int status) {
+    std::fprintf(stderr, "tessarine: %s\n", text);
+    return status;
+  };
   try {
     return Run(argc, argv);
   } catch (const tessarine::InputError& error) {
-    std::fprintf(stderr, "tessarine: %s\n", error.what());
-    return tessarine::kBadInput;
+    return fail(error.what(), tessarine::kBadInput);
+  } catch (const tessarine::NotOnDevice& error) {
+    return fail(error.what(), tessarine::kFound);
+  } catch (const tessarine::LinkError& error) {
+    return fail(error.what(), tessarine::kNoConnection);
   } catch (const std::bad_alloc&) {
-    std::fprintf(stderr, "tessarine: not enough memory\n");
-    return tessarine::kBadInput;
+    return fail("not enough memory", tessarine::kBadInput);
   }
 }
