@@ -132,7 +132,7 @@ TEST(LinkClient, GetsItsReplyOrTellsWhyNot) {
        20,
        "dropped the connection without a reply; the request is not repeated",
        1},
-      {"first connection swallowed", {kSilence, kAnswer}, modes, 1, "Default!", 2},
+      {"first connection swallowed", {kSilence, kAnswer}, modes, 3, "Default!", 2},
       {"dropped at once",
        {[](const Peer&) {}},
        modes,

@@ -1,4 +1,6 @@
 // The tool against the library's own live link.
+#include <signal.h>
+
 #include <algorithm>
 #include <bit>
 #include <nlohmann/json.hpp>
@@ -392,20 +394,21 @@ TEST_F(LibraryLink, IsServedFromAFile) {
   ASSERT_EQ(Run("compile " TESSARINE_TUNING " -o " + Path("tuning.bin")).status, 0);
   Outcome served{};
   std::thread serving([&] {
-    served = test::RunProgram(
-        TESSARINE_PROGRAM,
-        "serve " + Path("tuning.bin") + " --seconds 2 --port-file " + Path("port"), Path("served"));
+    served = Run("serve " + Path("tuning.bin") + " --seconds 60 --port-file " + Path("port") +
+                 " & echo $! >" + Path("process") + "; wait $!");
   });
   std::string port;
   for (int i = 0; i < 1000 && port.empty(); ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
     port = test::ReadFile(Path("port"));
   }
-  const Outcome applied =
-      Run("link apply " TESSARINE_TUNING " --port " + port.substr(0, port.find('\n')));
+  const Outcome applied = test::RunProgram(
+      TESSARINE_PROGRAM,
+      "link apply " TESSARINE_TUNING " --port " + port.substr(0, port.find('\n')), Path("applied"));
   EXPECT_NE(applied.output.find(", tag \"pdcam default tuning\"\n0 differences, 0 of 0 sent"),
             std::string::npos)
       << applied.output << applied.errors;
+  EXPECT_EQ(kill(std::stoi(test::ReadFile(Path("process"))), SIGTERM), 0);
   serving.join();
   EXPECT_EQ(served.status, 0) << served.errors;
   EXPECT_NE(served.output.find(": port " + port.substr(0, 5)), std::string::npos);
