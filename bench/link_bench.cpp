@@ -1,10 +1,15 @@
 // The live link over loopback: requests a second against a bare server, answer at rest, memory.
+#include <arpa/inet.h>
 #include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
+#include <cstring>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -14,7 +19,7 @@
 
 #include "bench.h"
 #include "host/orvo_host.h"
-#include "link/link_client.h"
+#include "parameterrondelframe.h"
 #include "support/pd_tuning.h"
 #include "tuningsetmanager.h"
 
@@ -24,20 +29,32 @@ namespace {
 using ParameterRondel::GetWord16;
 using ParameterRondel::GetWord32;
 using ParameterRondel::kHeaderSize;
+using ParameterRondel::kIdOffset;
 using ParameterRondel::kLengthOffset;
+using ParameterRondel::PutWord;
+using ParameterRondel::PutWord16;
 
-constexpr uint16_t kGetValues = 5;
+using Bytes = std::vector<uint8_t>;
+
 constexpr uint32_t kChunk = 256;  // requests that are sent together; up to two are under way
+
+sockaddr_in LoopbackAddress(uint16_t port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  return address;
+}
 
 // ---- The servers
 
 // What the link costs at least: the same frames, threads and queues, and nothing else.
 class BareServer {
  public:
+  static constexpr size_t kReplySize = kHeaderSize;
+
   BareServer() : listening_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in address = LoopbackAddress(0);
     socklen_t length = sizeof(address);
     auto* any = reinterpret_cast<sockaddr*>(&address);
     if (bind(listening_, any, length) != 0 || listen(listening_, 1) != 0 ||
@@ -62,17 +79,17 @@ class BareServer {
  private:
   class Queue {
    public:
-    void push(std::string frame) {
+    void push(Bytes frame) {
       {
         const std::lock_guard lock(mutex_);
         frames_.push_back(std::move(frame));
       }
       filled_.notify_one();
     }
-    std::string pop() {
+    Bytes pop() {
       std::unique_lock lock(mutex_);
       filled_.wait(lock, [this] { return !frames_.empty(); });
-      std::string frame = std::move(frames_.front());
+      Bytes frame = std::move(frames_.front());
       frames_.pop_front();
       return frame;
     }
@@ -80,7 +97,7 @@ class BareServer {
    private:
     std::mutex mutex_;
     std::condition_variable filled_;
-    std::deque<std::string> frames_;
+    std::deque<Bytes> frames_;
   };
 
   // Until the client goes; an empty frame ends the other threads.
@@ -88,7 +105,7 @@ class BareServer {
     connection_ = accept(listening_, nullptr, nullptr);
     constexpr int kOn = 1;
     setsockopt(connection_, IPPROTO_TCP, TCP_NODELAY, &kOn, sizeof(kOn));
-    std::vector<uint8_t> buffer(ParameterRondel::kMaxFrame);
+    Bytes buffer(ParameterRondel::kMaxFrame);
     size_t fill = 0;
     for (;;) {
       const ssize_t count = recv(connection_, buffer.data() + fill, buffer.size() - fill, 0);
@@ -105,7 +122,7 @@ class BareServer {
     while (count - taken >= kHeaderSize) {
       const size_t length = GetWord16(bytes + taken + kLengthOffset);
       if (length > count - taken) break;
-      requests_.push(std::string(reinterpret_cast<const char*>(bytes + taken), length));
+      requests_.push(Bytes(bytes + taken, bytes + taken + length));
       taken += length;
     }
     return taken;
@@ -113,19 +130,18 @@ class BareServer {
   // The reply is the request's header.
   void work() {
     for (;;) {
-      std::string frame = requests_.pop();
+      Bytes frame = requests_.pop();
       const bool ends = frame.empty();
       if (!ends) {
         frame.resize(kHeaderSize);
-        ParameterRondel::PutWord16(reinterpret_cast<uint8_t*>(frame.data()) + kLengthOffset,
-                                   kHeaderSize);
+        PutWord16(frame.data() + kLengthOffset, kHeaderSize);
       }
       replies_.push(std::move(frame));
       if (ends) return;
     }
   }
   void write() {
-    for (std::string frame = replies_.pop(); !frame.empty(); frame = replies_.pop())
+    for (Bytes frame = replies_.pop(); !frame.empty(); frame = replies_.pop())
       send(connection_, frame.data(), frame.size(), MSG_NOSIGNAL);
   }
 
@@ -142,10 +158,14 @@ class BareServer {
 // A camera's manager with its link.
 class LinkServer {
  public:
+  static constexpr size_t kReplySize = kHeaderSize + sizeof("enableFocusMaps=7");
+
   LinkServer() {
     test::TuningFile file;
     file.modes = {{0, 0, 0, 0}};
-    test::AddPd(file, test::PdSource(1), 0);
+    test::PdSource source(1);
+    source.record().enableFocusMaps = 7;
+    test::AddPd(file, source, 0);
     const test::Bytes bytes = file.build();
     manager_.LoadBinaryParameters(bytes.data(), bytes.size());
   }
@@ -157,25 +177,45 @@ class LinkServer {
 
 // ---- The tool
 
-test::LinkBytes FieldRequest(uint32_t id) {
-  return test::TextRequest(kGetValues, id, "Default:tessarinePDLib:enableFocusMaps");
+// Asks for one field. An ID has to be put in.
+Bytes FieldRequest() {
+  constexpr char kPayload[] = "Default:tessarinePDLib:enableFocusMaps";
+  Bytes request(kHeaderSize + sizeof(kPayload));
+  PutWord16(request.data(), ParameterRondel::kStartTag);
+  PutWord16(request.data() + ParameterRondel::kCommandOffset, ParameterRondel::kGetValues);
+  PutWord16(request.data() + kLengthOffset, static_cast<uint32_t>(request.size()));
+  std::copy_n(kPayload, sizeof(kPayload), request.begin() + kHeaderSize);
+  return request;
 }
 
-// Sends requests in chunks, and looks only at lengths and IDs of what comes back.
+// Looks only at lengths and IDs of what comes back.
 class Tool {
  public:
-  explicit Tool(uint16_t port) : client_(port) {}
+  template <class Server>
+  explicit Tool(const Server& server)
+      : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)), replySize_(Server::kReplySize) {
+    constexpr timeval kPatience{10, 0};
+    setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof(kPatience));
+    const sockaddr_in address = LoopbackAddress(server.port());
+    connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+    for (uint32_t i = 0; i < kChunk; ++i)
+      requests_.insert(requests_.end(), request_.begin(), request_.end());
+  }
+  ~Tool() { close(socket_); }
+  Tool(const Tool&) = delete;
+  Tool& operator=(const Tool&) = delete;
 
-  bool sendChunk() {
-    test::LinkBytes requests;
-    for (uint32_t i = 0; i < kChunk; ++i) requests += FieldRequest(sent_++);
-    return client_.send(requests);
+  // False if the server doesn't take them.
+  bool sendRequests(uint32_t count) {
+    for (uint32_t i = 0; i < count; ++i)
+      PutWord(requests_.data() + i * request_.size() + kIdOffset, sent_++, 4);
+    const size_t size = count * request_.size();
+    return send(socket_, requests_.data(), size, MSG_NOSIGNAL) == static_cast<ssize_t>(size);
   }
   // Until at most `left` requests are without a reply. False if one is missing.
   bool receiveAllBut(uint32_t left) {
     while (sent_ - received_ > left) {
-      const ssize_t count =
-          recv(client_.descriptor(), buffer_.data() + fill_, buffer_.size() - fill_, 0);
+      const ssize_t count = recv(socket_, buffer_.data() + fill_, buffer_.size() - fill_, 0);
       if (count <= 0) return false;
       fill_ += static_cast<size_t>(count);
       if (!takeReplies()) return false;
@@ -185,28 +225,29 @@ class Tool {
   // `chunks` of them, with one under way at any time.
   bool ask(uint32_t chunks) {
     for (uint32_t i = 0; i < chunks; ++i)
-      if (!sendChunk() || !receiveAllBut(kChunk)) return false;
+      if (!sendRequests(kChunk) || !receiveAllBut(kChunk)) return false;
     return receiveAllBut(0);
   }
-  bool askOne() { return client_.send(FieldRequest(sent_++)) && receiveAllBut(0); }
+  bool askOne() { return sendRequests(1) && receiveAllBut(0); }
 
  private:
   bool takeReplies() {
     size_t taken = 0;
-    while (fill_ - taken >= kHeaderSize) {
+    for (; fill_ - taken >= replySize_; taken += replySize_) {
       const uint8_t* reply = buffer_.data() + taken;
-      const size_t length = GetWord16(reply + kLengthOffset);
-      if (length > fill_ - taken) break;
-      if (GetWord32(reply + ParameterRondel::kIdOffset) != received_++) return false;
-      taken += length;
+      if (GetWord16(reply + kLengthOffset) != replySize_) return false;
+      if (GetWord32(reply + kIdOffset) != received_++) return false;
     }
     std::memmove(buffer_.data(), buffer_.data() + taken, fill_ - taken);
     fill_ -= taken;
     return true;
   }
 
-  test::LinkClient client_;
-  std::vector<uint8_t> buffer_ = std::vector<uint8_t>(1 << 16);
+  int socket_;
+  size_t replySize_;
+  const Bytes request_ = FieldRequest();
+  Bytes requests_;  // a chunk of them
+  Bytes buffer_ = Bytes(1 << 16);
   size_t fill_ = 0;
   uint32_t sent_ = 0;
   uint32_t received_ = 0;
@@ -219,11 +260,11 @@ constexpr const char* kNoReply = "a request found no reply";
 template <class Server>
 void MeasurePipelined(benchmark::State& state) {
   Server server;
-  Tool tool(server.port());
+  Tool tool(server);
   bool answered = tool.ask(8);
-  answered = tool.sendChunk() && answered;
+  answered = tool.sendRequests(kChunk) && answered;
   for (auto unused : state) {
-    answered = answered && tool.sendChunk() && tool.receiveAllBut(kChunk);
+    answered = answered && tool.sendRequests(kChunk) && tool.receiveAllBut(kChunk);
     if (!answered) state.SkipWithError(kNoReply);
   }
   if (!tool.receiveAllBut(0)) state.SkipWithError(kNoReply);
@@ -241,7 +282,7 @@ double Median(std::vector<double>& values) {
 template <class Server>
 void MeasureAtRest(benchmark::State& state) {
   Server server;
-  Tool tool(server.port());
+  Tool tool(server);
   std::vector<double> microseconds;
   bool answered = tool.ask(1);
   for (auto unused : state) {
@@ -272,7 +313,7 @@ long ResidentKilobytes() {
 void MeasureMemory(benchmark::State& state) {
   constexpr uint32_t kChunks = 100000 / kChunk + 1;
   LinkServer server;
-  Tool tool(server.port());
+  Tool tool(server);
   bool answered = tool.ask(kChunks);
   // A server's threads let go of a frame after the tool has its reply.
   const auto live = [] {

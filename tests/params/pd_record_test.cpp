@@ -152,6 +152,31 @@ TEST_F(PdRecord, IsReadAndSetByText) {
                       std::to_string(source.record().skipControl.maxFrameRate));
 }
 
+TEST_F(PdRecord, GivesTextsOfEveryLength) {
+  for (const size_t length : {0u, 1u, 510u, 511u, 512u, 513u, 4000u}) {
+    std::string text(length, 'r');
+    PdSource source(1);
+    source.record().parameter_version.revision = text.data();
+    ASSERT_TRUE(loadPd(source, {5, 0, 0}, false)) << error();
+    EXPECT_EQ(value("parameter_version.revision"), "revision=" + text);
+    EXPECT_EQ(get({{0, 0}})->parameter_version.revision, text);
+  }
+  // Each takes 13 characters with its comma.
+  for (const uint32_t count : {1u, 39u, 40u, 300u}) {
+    std::vector<float> data(count, 0.1f);
+    PdSource source(1);
+    source.record().extensionParam[0].data = data.data();
+    source.record().extensionParam[0].dataCount = count;
+    ASSERT_TRUE(loadPd(source, {5, 0, 0}, false)) << error();
+    std::string expected = "data=0.1000000015";
+    for (uint32_t i = 1; i < count; ++i) expected += ",0.1000000015";
+    char text[4096];
+    EXPECT_TRUE(
+        manager->GetValue("0.0", "tessarinePDLib.extensionParam[0]", "data", text, sizeof(text)));
+    EXPECT_EQ(text, expected);
+  }
+}
+
 TEST_F(PdRecord, RefusesWrongPathsAndTexts) {
   PdSource source(2);
   ASSERT_TRUE(loadPd(source, {5, 0, 0}, false));

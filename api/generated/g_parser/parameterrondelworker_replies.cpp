@@ -294,6 +294,7 @@ void ParameterRondelWorker::ProcessCustom(Packet& request) {
 }
 
 // The handler is told the bytes that the frame really has room for; a length above them is cut.
+// Where it writes fewer than it claims, the tool gets zeros, not what an earlier reply left there.
 uint32_t ParameterRondelWorker::CallHandler(const Packet& request, uint16_t& length) {
   constexpr uint16_t kCapacity = kMaxFrame - kDataOffset;
   const std::lock_guard lock(handlerMutex_);
@@ -303,9 +304,10 @@ uint32_t ParameterRondelWorker::CallHandler(const Packet& request, uint16_t& len
                     "result = 0\n");
     return 0;
   }
-  const uint32_t result =
-      handler_->Process(request.buffer.data() + kHeaderSize, request.length - kHeaderSize,
-                        kCapacity, reply_.data() + kDataOffset, &length);
+  uint8_t* data = reply_.data() + kDataOffset;
+  std::fill_n(data, kCapacity, uint8_t{0});
+  const uint32_t result = handler_->Process(request.buffer.data() + kHeaderSize,
+                                            request.length - kHeaderSize, kCapacity, data, &length);
   length = std::min(length, kCapacity);
   return result;
 }
