@@ -99,6 +99,7 @@ void RegisterLoading() {
     for (auto unused : state) {
       state.PauseTiming();
       auto manager = std::make_unique<TuningSetManager>();
+      manager->SetStartLinkOnLoad(false);
       state.ResumeTiming();
       if (!manager->LoadBinaryParameters(bytes.data(), bytes.size()))
         state.SkipWithError("the file doesn't load");
@@ -127,6 +128,7 @@ double HeapBytes() {
 void MeasureResidentModes(benchmark::State& state, uint32_t bound, uint32_t asked) {
   const File file;
   TuningSetManager manager;
+  manager.SetStartLinkOnLoad(false);
   manager.SetMaximumModes(bound);
   if (!manager.LoadBinaryParameters(file.path.c_str())) {
     state.SkipWithError("the file doesn't load");
@@ -173,6 +175,7 @@ void RegisterLookUp() {
     benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
       const test::Bytes bytes = ChainFile(count);
       TuningSetManager manager;
+      manager.SetStartLinkOnLoad(false);
       manager.LoadBinaryParameters(bytes.data(), bytes.size());
       const TuningMode branch[] = {{0, 0}, {2, 1}, {3, 2}, {4, 3}, {5, 4}, {6, 5}};
       for (auto unused : state)
