@@ -9,18 +9,21 @@
 
 namespace {
 
-// Without what only sources hold, or only files.
+// Without what only sources hold, or only files; in one order, which IDs may make another one.
 tessarine::Model Plain(tessarine::Model model) {
+  const auto byId = [](const auto& a, const auto& b) { return a.id < b.id; };
+  const auto byType = [](const auto& a, const auto& b) { return a.type < b.type; };
   model.sharesEqual = true;
   model.hasWideSymbols = false;
   for (tessarine::Mode& mode : model.modes) {
     mode.label.clear();
     for (tessarine::Module& module : mode.modules) module.id = 0;
+    std::sort(mode.modules.begin(), mode.modules.end(), byType);
   }
+  std::sort(model.modes.begin(), model.modes.end(), byId);
   // IDs that nobody has are filled up with empty objects.
   std::erase_if(model.objects, [](const auto& object) { return object.bytes.empty(); });
-  std::sort(model.objects.begin(), model.objects.end(),
-            [](const auto& a, const auto& b) { return a.id < b.id; });
+  std::sort(model.objects.begin(), model.objects.end(), byId);
   return model;
 }
 
