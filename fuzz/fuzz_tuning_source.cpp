@@ -27,6 +27,14 @@ tessarine::Model Plain(tessarine::Model model) {
   return model;
 }
 
+// A known module in another version than the library's: a file for another library.
+bool IsForOthers(const tessarine::Model& model) {
+  for (const tessarine::Mode& mode : model.modes)
+    for (const tessarine::Module& module : mode.modules)
+      if (tessarine::FindModule(module.type) != nullptr && module.Schema() == nullptr) return true;
+  return false;
+}
+
 void RequireLibraryLoads(const tessarine::Model& model, const tessarine::Bytes& file) {
   fuzz::SmallSetManager manager;
   for (const tessarine::Mode& mode : model.modes)
@@ -47,6 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const tessarine::Model model = tessarine::ReadSource(std::string(data, data + size), "source");
     const tessarine::Bytes file = tessarine::WriteFile(model);
     const tessarine::FileReading reading = tessarine::ReadFile(file);
+    if (IsForOthers(model)) return 0;
     for (const std::string& defect : reading.defects) std::fprintf(stderr, "%s\n", defect.c_str());
     fuzz::Require(reading.defects.empty(), "what compiles is sound");
     fuzz::Require(Plain(reading.model) == Plain(model), "a file holds the values of its source");
