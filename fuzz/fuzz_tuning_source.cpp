@@ -9,19 +9,30 @@
 
 namespace {
 
-// Without what only sources hold, or only files.
+// Without what only sources hold, or only files; in one order, which IDs may make another one.
 tessarine::Model Plain(tessarine::Model model) {
+  const auto byId = [](const auto& a, const auto& b) { return a.id < b.id; };
+  const auto byType = [](const auto& a, const auto& b) { return a.type < b.type; };
   model.sharesEqual = true;
   model.hasWideSymbols = false;
   for (tessarine::Mode& mode : model.modes) {
     mode.label.clear();
     for (tessarine::Module& module : mode.modules) module.id = 0;
+    std::sort(mode.modules.begin(), mode.modules.end(), byType);
   }
+  std::sort(model.modes.begin(), model.modes.end(), byId);
   // IDs that nobody has are filled up with empty objects.
   std::erase_if(model.objects, [](const auto& object) { return object.bytes.empty(); });
-  std::sort(model.objects.begin(), model.objects.end(),
-            [](const auto& a, const auto& b) { return a.id < b.id; });
+  std::sort(model.objects.begin(), model.objects.end(), byId);
   return model;
+}
+
+// A known module in another version than the library's: a file for another library.
+bool IsForOthers(const tessarine::Model& model) {
+  for (const tessarine::Mode& mode : model.modes)
+    for (const tessarine::Module& module : mode.modules)
+      if (tessarine::FindModule(module.type) != nullptr && module.Schema() == nullptr) return true;
+  return false;
 }
 
 void RequireLibraryLoads(const tessarine::Model& model, const tessarine::Bytes& file) {
@@ -44,6 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const tessarine::Model model = tessarine::ReadSource(std::string(data, data + size), "source");
     const tessarine::Bytes file = tessarine::WriteFile(model);
     const tessarine::FileReading reading = tessarine::ReadFile(file);
+    if (IsForOthers(model)) return 0;
     for (const std::string& defect : reading.defects) std::fprintf(stderr, "%s\n", defect.c_str());
     fuzz::Require(reading.defects.empty(), "what compiles is sound");
     fuzz::Require(Plain(reading.model) == Plain(model), "a file holds the values of its source");

@@ -176,6 +176,25 @@ TEST(TessarineFile, FillsUpTheIdsOfObjectsThatHaveGone) {
   }
 }
 
+// One object may leave 65536 IDs below its own free, not the whole range of IDs.
+TEST(TessarineFile, DoesNotFillUpAnyNumberOfIds) {
+  for (const auto& [id, fits] :
+       {std::pair{65537u, true}, std::pair{65538u, false}, std::pair{UINT32_MAX, false}})
+    for (const char* format : {"3.0.1", "5.0.0"}) {
+      Model model = test::FromSource(R"({"modes": [{"mode": "Default"}]})", format);
+      model.objects.push_back({id, {1, 2}});
+      std::string fault;
+      try {
+        EXPECT_EQ(test::FromFile(WriteFile(model)).objects.size(), id);
+      } catch (const InputError& error) {
+        fault = error.what();
+      }
+      EXPECT_EQ(fault, fits ? ""
+                            : "objects: below the ID " + std::to_string(id) +
+                                  " more than 65536 have no data");
+    }
+}
+
 TEST(TessarineFile, HoldsEqualModulesAndArraysOnce) {
   std::string source = R"({"format": "@", "modes": [{"mode": "Default",
     "modules": {"abc": {"version": "1.0.0", "hex": "00112233445566778899"}},

@@ -34,7 +34,11 @@ class EntryTable {
   std::map<uint32_t, Entry>& All() { return entries_; }
 
   // Adds entries until there is none missing below the highest ID.
-  void FillUp() {
+  void FillUp(const char* what) {
+    const uint64_t highest = entries_.empty() ? 0 : entries_.rbegin()->first;
+    if (highest - entries_.size() > kMostMissing)
+      throw InputError(std::string(what) + ": below the ID " + std::to_string(highest) +
+                       " more than " + std::to_string(kMostMissing) + " have no data");
     while (!entries_.empty() && entries_.rbegin()->first != entries_.size()) Add();
   }
 
@@ -46,6 +50,9 @@ class EntryTable {
   }
 
  private:
+  // More are a mistake, and could take all memory.
+  static constexpr uint32_t kMostMissing = 65536;
+
   std::map<uint32_t, Entry> entries_;
   uint32_t next_ = 1;
 };
@@ -285,7 +292,7 @@ Bytes FileWriter::Write() {
   NumberModules();
   EncodeModules();
   // Objects that modules name by their ID keep it when others have gone: empty ones take the place.
-  objects_.FillUp();
+  objects_.FillUp("objects");
   symbols_.CheckComplete("modules");
   std::map<uint32_t, Bytes> sections;
   sections[kDataSection] = DataSection();
