@@ -65,7 +65,7 @@ TEST_F(Framing, NoCutMatters) {
 TEST_F(Framing, EveryValueOfEveryHeaderByte) {
   logger_.isLoud = false;
   const std::string good = TextFrame(5, 9, "0:a:b");
-  for (const std::string& request : Requests()) {
+  for (const std::string& request : {ShortFrame(1), good}) {
     for (size_t offset = 0; offset < kShortHeader; ++offset) {
       for (int value = 0; value < 256; ++value) {
         std::string changed = request;
