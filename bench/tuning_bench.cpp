@@ -1,4 +1,5 @@
 // Tuning data: checksum, loading, looking up.
+#include <malloc.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -16,12 +17,17 @@ namespace {
 constexpr uint32_t kModes = 200;
 constexpr size_t kRawBytes = 600;  // of a module without a record
 
+// The modes of a complete file, all of them below the root.
+TuningMode ModeOf(uint32_t id) {
+  return {2 + id % 5, static_cast<uint16_t>(id)};
+}
+
 // A complete file: every module in every mode.
 test::Bytes CompleteFile() {
   test::TuningFile file;
   file.modes = {{0, 0, 0, 0}};
   for (uint32_t i = 1; i < kModes; ++i)
-    file.modes.push_back({i, static_cast<uint16_t>(2 + i % 5), static_cast<uint16_t>(i), 0});
+    file.modes.push_back({i, static_cast<uint16_t>(ModeOf(i).mode), ModeOf(i).subMode, 0});
   const test::PdSource pd(1);
   const test::Bytes raw(kRawBytes, 1);
   for (uint32_t mode = 0; mode < kModes; ++mode) {
@@ -103,6 +109,51 @@ void RegisterLoading() {
   })->Unit(benchmark::kMillisecond);
 }
 
+void AskForModes(TuningSetManager& manager, uint32_t count) {
+  for (uint32_t id = 1; id <= count; ++id) {
+    const TuningMode branch[] = {{0, 0}, ModeOf(id)};
+    manager.GetModule_tessarinePDLib(branch, 2, nullptr)->Release();
+  }
+}
+
+// Bytes that the process has from the heap.
+double HeapBytes() {
+  const struct mallinfo2 heap = mallinfo2();
+  return static_cast<double>(heap.uordblks + heap.hblkhd);
+}
+
+// What stays in memory once so many modes have been asked for in turn; a bound of 0 is none. The
+// root, which is always there, isn't counted.
+void MeasureResidentModes(benchmark::State& state, uint32_t bound, uint32_t asked) {
+  const File file;
+  TuningSetManager manager;
+  manager.SetMaximumModes(bound);
+  if (!manager.LoadBinaryParameters(file.path.c_str())) {
+    state.SkipWithError("the file doesn't load");
+    return;
+  }
+  const double before = HeapBytes();
+  for (auto unused : state) AskForModes(manager, asked);
+  uint32_t resident = 0;
+  for (uint32_t id = 1; id < kModes; ++id) resident += manager.GetModeEntry(id)->IsLoaded() ? 1 : 0;
+  state.counters["modes"] = resident;
+  state.counters["bytes"] = HeapBytes() - before;
+}
+
+void RegisterFileMode() {
+  for (const uint32_t asked : {20u, 50u, 100u}) {
+    for (const uint32_t bound : {17u, 0u}) {
+      const std::string name = "tuning_file_mode/" +
+                               (bound == 0 ? "unbounded" : "bound_" + std::to_string(bound)) +
+                               "/asked:" + std::to_string(asked);
+      benchmark::RegisterBenchmark(
+          name.c_str(), [=](benchmark::State& state) { MeasureResidentModes(state, bound, asked); })
+          ->Unit(benchmark::kMillisecond)
+          ->Iterations(1);
+    }
+  }
+}
+
 void RegisterLookUp() {
   benchmark::RegisterBenchmark("get_module/one_hash_look_up", [](benchmark::State& state) {
     static constexpr const char* kNames[] = {
@@ -135,6 +186,7 @@ void RegisterLookUp() {
 void RegisterTuning() {
   RegisterChecksum();
   RegisterLoading();
+  RegisterFileMode();
   RegisterLookUp();
 }
 

@@ -126,7 +126,7 @@ TEST_F(Modes, ModesShareAnInstanceByItsDuplicateId) {
 TEST_F(Modes, FileModeKeepsABoundedNumberOfModes) {
   TuningFile file;
   file.modes = {{0, 0, 0, 0}};
-  constexpr uint32_t kScenes = 30;
+  constexpr uint32_t kScenes = 100;
   for (uint32_t i = 0; i <= kScenes; ++i) {
     if (i != 0) file.modes.push_back({i, 5, static_cast<uint16_t>(i), 0});
     PdSource source(1);
@@ -147,8 +147,11 @@ TEST_F(Modes, FileModeKeepsABoundedNumberOfModes) {
   tessarinePDLibType* held = get(scene(1));
   ASSERT_TRUE(manager->SetValue("Default|Scene.Snow", "tessarinePDLib", "enablePeripheralWindows",
                                 "77"));  // 5.2 is changed, and kept from now on
-  for (uint32_t i = 3; i <= kScenes; ++i) EXPECT_EQ(at(scene(i)), static_cast<int32_t>(i));
-  // The one that is held, the one that was changed, and the last ones up to 17.
+  for (uint32_t i = 3; i <= kScenes; ++i) {
+    EXPECT_EQ(at(scene(i)), static_cast<int32_t>(i));
+    EXPECT_EQ(loadedModes().size(), std::min(i, 17u + 2)) << i;
+  }
+  // The one that is held, the one that was changed, and the last 17.
   std::vector<uint32_t> expected{1, 2};
   for (uint32_t i = kScenes - 16; i <= kScenes; ++i) expected.push_back(i);
   EXPECT_EQ(loadedModes(), expected);
