@@ -58,6 +58,10 @@ class PARAMETER_API ParameterRondelComBase : public OnOrvoHeap {
 
  protected:
   const IParameterLoggingAPI* GetLogger() const { return logger_; }
+  // What Start and the write thread are made of, for a transport without threads: after the first,
+  // each call of the other writes the oldest reply. False when none comes in time.
+  void OpenQueues();
+  bool WriteReply(uint32_t timeoutSeconds);
 
  private:
   enum class Check { kMore, kComplete, kBad };
