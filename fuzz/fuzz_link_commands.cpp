@@ -17,7 +17,7 @@ class ReplyCom : public ParameterRondelComBase {
  public:
   ReplyCom(const IParameterLoggingAPI* logger, std::string& reply)
       : ParameterRondelComBase(logger), reply_(reply) {
-    OpenQueues();
+    Open();
   }
   // True if there is one.
   bool Write() { return WriteReply(0); }
@@ -103,7 +103,7 @@ std::string RequestOf(const uint8_t* data, size_t size) {
 class Camera {
  public:
   Camera() {
-    const test::Bytes file = fuzz::SmallFile({5, 0, 0}, 2, true).build();
+    static const test::Bytes file = fuzz::SmallFile({5, 0, 0}, 2, true).build();
     manager_.LoadBinaryParameters(file.data(), file.size());
     manager_.SetControlValues("1=2,3=4.5");
     manager_.SetTriggerValues("6=-7");

@@ -27,8 +27,7 @@ bool ParameterRondelComBase::Start() {
   const char* tag = logger_->GetBinaryTag();
   PARAMETER_DEBUG(logger_, "Starting Rondel server: %s\n", tag == nullptr ? "" : tag);
   stop_ = false;
-  fill_ = 0;
-  OpenQueues();
+  Open();
   StartCom();
   if (readThread_.Start(ReadFunction, this) && writeThread_.Start(WriteFunction, this)) return true;
   PARAMETER_ERROR(logger_, "Failed to create the threads of the Rondel server\n");
@@ -36,7 +35,8 @@ bool ParameterRondelComBase::Start() {
   return false;
 }
 
-void ParameterRondelComBase::OpenQueues() {
+void ParameterRondelComBase::Open() {
+  fill_ = 0;
   readQueue_.Open();
   writeQueue_.Open();
 }
