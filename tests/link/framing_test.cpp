@@ -65,7 +65,7 @@ TEST_F(Framing, NoCutMatters) {
 TEST_F(Framing, EveryValueOfEveryHeaderByte) {
   logger_.isLoud = false;
   const std::string good = TextFrame(5, 9, "0:a:b");
-  for (const std::string& request : Requests()) {
+  for (const std::string& request : {ShortFrame(1), good}) {
     for (size_t offset = 0; offset < kShortHeader; ++offset) {
       for (int value = 0; value < 256; ++value) {
         std::string changed = request;
@@ -244,6 +244,35 @@ TEST_F(Framing, ThreadsHandOnWhatComesAndGoes) {
   EXPECT_TRUE(logged("Rondel write insufficient buffer size 2"));
   EXPECT_TRUE(logged("Rondel write 16 bytes, Command: 5"));
   EXPECT_EQ(Orvo::Host::Allocations().live, live);
+}
+
+// A full queue takes more when something is taken out, and lets go who waits when it is closed.
+TEST(LinkQueue, HoldsABoundedNumberOfPacketsAndBytes) {
+  const std::vector<uint8_t> bytes(65000);
+  struct Case {
+    uint32_t size;
+    uint32_t room;
+  };
+  for (const Case& c : {Case{65000, 17}, Case{4, 1024}}) {  // 17 * 65000 is just above 2^20
+    ParameterRondelQueue queue;
+    EXPECT_FALSE(queue.Push(ParameterRondelPacket::Create(bytes.data(), c.size)));
+    queue.Open();
+    std::atomic<uint32_t> pushed = 0;
+    std::thread pusher([&] {
+      while (queue.Push(ParameterRondelPacket::Create(bytes.data(), c.size))) ++pushed;
+    });
+    const auto waitFor = [&](uint32_t count) {
+      for (int i = 0; i < 5000 && pushed < count; ++i) std::this_thread::sleep_for(Milliseconds(1));
+      std::this_thread::sleep_for(Milliseconds(20));
+      EXPECT_EQ(pushed, count);
+    };
+    waitFor(c.room);
+    for (int i = 0; i < 3; ++i) delete queue.Pop(std::chrono::seconds(0));
+    waitFor(c.room + 3);
+    queue.Close();
+    pusher.join();
+    EXPECT_EQ(queue.Pop(std::chrono::seconds(5)), nullptr);  // at once
+  }
 }
 
 TEST_F(Framing, WithoutAManagerOrMemoryThereIsNoServer) {

@@ -25,12 +25,18 @@ class NaiveFramer {
       isStuck_ = false;
       return;
     }
-    waiting_ += piece.bytes;
-    while (!isStuck_ && waiting_.size() >= kShortHeader && takeFrame()) continue;
+    for (size_t place = 0; place < piece.bytes.size();) {
+      if (waiting_.size() == kLargestFrame) {  // has no room: the connection ends
+        waiting_.clear();
+        isStuck_ = false;
+      }
+      const std::string part = piece.bytes.substr(place, kLargestFrame - waiting_.size());
+      waiting_ += part;
+      place += part.size();
+      while (!isStuck_ && waiting_.size() >= kShortHeader && takeFrame()) continue;
+    }
   }
   const std::vector<std::string>& frames() const { return frames_; }
-  size_t waiting() const { return waiting_.size(); }
-  bool isStuck() const { return isStuck_; }
 
  private:
   bool takeFrame() {

@@ -27,14 +27,18 @@ bool ParameterRondelComBase::Start() {
   const char* tag = logger_->GetBinaryTag();
   PARAMETER_DEBUG(logger_, "Starting Rondel server: %s\n", tag == nullptr ? "" : tag);
   stop_ = false;
-  fill_ = 0;
-  readQueue_.Open();
-  writeQueue_.Open();
+  Open();
   StartCom();
   if (readThread_.Start(ReadFunction, this) && writeThread_.Start(WriteFunction, this)) return true;
   PARAMETER_ERROR(logger_, "Failed to create the threads of the Rondel server\n");
   Stop();
   return false;
+}
+
+void ParameterRondelComBase::Open() {
+  fill_ = 0;
+  readQueue_.Open();
+  writeQueue_.Open();
 }
 
 // The waits of both threads are ended before they are joined, so that neither a quiet tool nor one
@@ -151,10 +155,14 @@ bool ParameterRondelComBase::QueueReply(const uint8_t* frame, uint32_t length) {
 }
 
 void ParameterRondelComBase::WriteWorker() {
-  while (!stop_) {
-    const std::unique_ptr<Packet> packet(writeQueue_.Pop(std::chrono::seconds(kTimeoutSeconds)));
-    if (packet != nullptr) WritePacket(*packet);
-  }
+  while (!stop_) WriteReply(kTimeoutSeconds);
+}
+
+bool ParameterRondelComBase::WriteReply(uint32_t timeoutSeconds) {
+  const std::unique_ptr<Packet> packet(writeQueue_.Pop(std::chrono::seconds(timeoutSeconds)));
+  if (packet == nullptr) return false;
+  WritePacket(*packet);
+  return true;
 }
 
 // A reply to a tool that has gone is lost, which is no fault of the camera's.

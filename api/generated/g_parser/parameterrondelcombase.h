@@ -58,6 +58,11 @@ class PARAMETER_API ParameterRondelComBase : public OnOrvoHeap {
 
  protected:
   const IParameterLoggingAPI* GetLogger() const { return logger_; }
+  // What Start and the write thread are made of, for a transport without threads. The first forgets
+  // what was received and opens the queues; each call of the other writes the oldest reply, and
+  // gives false when none comes in time.
+  void Open();
+  bool WriteReply(uint32_t timeoutSeconds);
 
  private:
   enum class Check { kMore, kComplete, kBad };

@@ -44,7 +44,9 @@ ParameterRondelQueue::Packet* ParameterRondelQueue::Pop(std::chrono::seconds tim
   Packet* packet = nullptr;
   {
     std::unique_lock lock(mutex_);
-    filled_.wait_for(lock, timeout, [this] { return !open_ || count_ != 0; });
+    // Even a wait of no time takes a while.
+    if (timeout.count() != 0)
+      filled_.wait_for(lock, timeout, [this] { return !open_ || count_ != 0; });
     if (count_ == 0) return nullptr;
     packet = TakeFirst();
   }
