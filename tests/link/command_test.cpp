@@ -222,7 +222,7 @@ TEST_F(Commands, SetValues) {
        {"Default:nonsense:maxFrameRate=1", ""},
        {"Default:tessarinePDLib.extensionParam[0]:data[1]=4.25;data=1,2;data=x,3",
         "data[1]=4.25;data=1,2;data=1,3"},
-       {"Default:tessarinePDLib.extensionParam[0]:data=9;ID=+5;ID= 5", "data=9,3"},
+       {"Default:tessarinePDLib.extensionParam[0]:data=9;data=;ID=+5;ID= 5", "data=9,3"},
        {"Default:tessarinePDLib.preProcess.HDR:channelSelection=1", "channelSelection=1"},
        {"Default:tessarinePDLib.correlation:minimumConfidenceLevel=0.1",
         "minimumConfidenceLevel=0.1000000015"},

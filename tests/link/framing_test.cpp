@@ -246,6 +246,35 @@ TEST_F(Framing, ThreadsHandOnWhatComesAndGoes) {
   EXPECT_EQ(Orvo::Host::Allocations().live, live);
 }
 
+// A full queue takes more when something is taken out, and lets go who waits when it is closed.
+TEST(LinkQueue, HoldsABoundedNumberOfPacketsAndBytes) {
+  const std::vector<uint8_t> bytes(65000);
+  struct Case {
+    uint32_t size;
+    uint32_t room;
+  };
+  for (const Case& c : {Case{65000, 17}, Case{4, 1024}}) {  // 17 * 65000 is just above 2^20
+    ParameterRondelQueue queue;
+    EXPECT_FALSE(queue.Push(ParameterRondelPacket::Create(bytes.data(), c.size)));
+    queue.Open();
+    std::atomic<uint32_t> pushed = 0;
+    std::thread pusher([&] {
+      while (queue.Push(ParameterRondelPacket::Create(bytes.data(), c.size))) ++pushed;
+    });
+    const auto waitFor = [&](uint32_t count) {
+      for (int i = 0; i < 5000 && pushed < count; ++i) std::this_thread::sleep_for(Milliseconds(1));
+      std::this_thread::sleep_for(Milliseconds(20));
+      EXPECT_EQ(pushed, count);
+    };
+    waitFor(c.room);
+    for (int i = 0; i < 3; ++i) delete queue.Pop(std::chrono::seconds(0));
+    waitFor(c.room + 3);
+    queue.Close();
+    pusher.join();
+    EXPECT_EQ(queue.Pop(std::chrono::seconds(5)), nullptr);  // at once
+  }
+}
+
 TEST_F(Framing, WithoutAManagerOrMemoryThereIsNoServer) {
   Looped orphan(nullptr);
   EXPECT_FALSE(orphan.Start());

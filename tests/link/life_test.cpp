@@ -1,4 +1,5 @@
 // Starting, stopping and going away of the live link, in every order and under every client.
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <list>
@@ -27,6 +28,7 @@ class Gate : public IParameterCustomHandler {
     entered_ = true;
     changed_.notify_all();
     changed_.wait(lock, [this] { return open_; });
+    hasLeft = true;
     return 1;
   }
   void waitForCall() {
@@ -38,6 +40,7 @@ class Gate : public IParameterCustomHandler {
     open_ = true;
     changed_.notify_all();
   }
+  std::atomic<bool> hasLeft = false;
 
  private:
   std::mutex mutex_;
@@ -174,6 +177,7 @@ TEST_F(Life, AHandlerThatWasRemovedIsNotCalled) {
     gate->open();
   });
   manager->SetCustomHandler(nullptr);
+  EXPECT_TRUE(gate->hasLeft);
   opener.join();
   gate.reset();
   EXPECT_EQ(client.receive(), Frame(8, 1, LittleEndian(2, 1)));
