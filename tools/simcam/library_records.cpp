@@ -85,40 +85,44 @@ PDLibDataBufferInfo MakeBufferInfo(const SensorDescription& sensor) {
   return info;
 }
 
-afpdlibelements::tessarineTuningAdaptiveK MakeAdaptive(const AdaptiveChoices& choices) {
-  afpdlibelements::tessarineTuningAdaptiveK record{};
-  record.enable = choices.isOn ? 1 : 0;
-  record.timeoutFrameCntThres = choices.timeoutFrames;
-  record.filterSize = choices.filterSize;
-  record.state0StableCntThres = choices.startFrames;
-  record.state1StableCntThres = choices.endFrames;
-  record.minimumLensPosDelta = choices.minimumTravel;
-  record.state0ConfThres = choices.startConfidence;
-  record.state1ConfThres = choices.endConfidence;
-  record.state0PhaseDiffThres = static_cast<float>(choices.startPhasePx);
-  record.state1PhaseDiffThres = static_cast<float>(choices.endPhasePx);
-  record.tolNearTargetUpperBound = record.tolFarTargetUpperBound =
-      static_cast<float>(choices.upperTolerance);
-  record.tolNearTargetLowerBound = record.tolFarTargetLowerBound =
-      static_cast<float>(choices.lowerTolerance);
-  return record;
+// Which choice stands in which field: `copy` takes each pair one way or the other.
+template <class Choices, class Record, class Copy>
+void MatchAdaptive(Choices& choices, Record& record, Copy copy) {
+  copy(choices.isOn, record.enable);
+  copy(choices.timeoutFrames, record.timeoutFrameCntThres);
+  copy(choices.filterSize, record.filterSize);
+  copy(choices.startFrames, record.state0StableCntThres);
+  copy(choices.endFrames, record.state1StableCntThres);
+  copy(choices.minimumTravel, record.minimumLensPosDelta);
+  copy(choices.startConfidence, record.state0ConfThres);
+  copy(choices.endConfidence, record.state1ConfThres);
+  copy(choices.startPhasePx, record.state0PhaseDiffThres);
+  copy(choices.endPhasePx, record.state1PhaseDiffThres);
+  copy(choices.upperTolerance, record.tolFarTargetUpperBound);
+  copy(choices.upperTolerance, record.tolNearTargetUpperBound);
+  copy(choices.lowerTolerance, record.tolFarTargetLowerBound);
+  copy(choices.lowerTolerance, record.tolNearTargetLowerBound);
 }
 
-AdaptiveChoices AdaptiveOf(const afpdlibelements::tessarineTuningAdaptiveK& record) {
-  AdaptiveChoices choices;
-  choices.isOn = record.enable != 0;
-  choices.timeoutFrames = record.timeoutFrameCntThres;
-  choices.filterSize = record.filterSize;
-  choices.startFrames = record.state0StableCntThres;
-  choices.endFrames = record.state1StableCntThres;
-  choices.minimumTravel = record.minimumLensPosDelta;
-  choices.startConfidence = record.state0ConfThres;
-  choices.endConfidence = record.state1ConfThres;
-  choices.startPhasePx = record.state0PhaseDiffThres;
-  choices.endPhasePx = record.state1PhaseDiffThres;
-  choices.upperTolerance = record.tolNearTargetUpperBound;
-  choices.lowerTolerance = record.tolNearTargetLowerBound;
-  return choices;
+template <class Choices, class Record, class Copy>
+void Match(Choices& choices, Record& record, Copy copy) {
+  copy(choices.boxFilterLength, record.preProcess.boxFilterLength);
+  copy(choices.antiAliasFilterThreshold, record.preProcess.antiAliasFilterThreshold);
+  copy(choices.rangeControl, record.correlation.PDRangeControl);
+  copy(choices.minimumConfidenceLevel, record.correlation.minimumConfidenceLevel);
+  copy(choices.defocusConfidenceThreshold, record.correlation.defocusConfidenceThreshold);
+  copy(choices.searchFrom, record.correlation.searchRange.from);
+  copy(choices.searchTo, record.correlation.searchRange.to);
+  copy(choices.biasVectorStrength, record.postProcess.biasVectorStrength);
+  copy(choices.staticWeight, record.postProcess.temporalFilterStaticWeight);
+  copy(choices.dynamicWeight, record.postProcess.temporalFilterDynamicWeight);
+  copy(choices.gridOverlap, record.postProcess.enableGridOverlap);
+  copy(choices.confIntegralWidth, record.postProcess.confIntegralWidth);
+  copy(choices.peripheralWindows, record.enablePeripheralWindows);
+  copy(choices.processingMode, record.gridProcessingLevel.processingMode);
+  copy(choices.staticFrameCount, record.skipControl.staticFrameCountThres);
+  copy(choices.maxFrameRate, record.skipControl.maxFrameRate);
+  MatchAdaptive(choices.adaptive, record.adaptiveK, copy);
 }
 
 // The first value of an extension that is on.
@@ -140,60 +144,25 @@ constexpr const char* kOptimizedParsing = "EnableOptimizedSparseParsing";
 
 TuningChoices ChoicesOf(const afpdlibelements::tessarinePDLibType& record) {
   TuningChoices choices;
-  choices.boxFilterLength = record.preProcess.boxFilterLength;
-  choices.antiAliasFilterThreshold = record.preProcess.antiAliasFilterThreshold;
+  Match(choices, record, []<class Choice>(Choice& choice, const auto& field) {
+    choice = static_cast<Choice>(field);
+  });
   choices.verticalBinning = record.preProcess.filterTrigger.filterSet[0].verticalMode;
-
-  choices.rangeControl = record.correlation.PDRangeControl;
-  choices.minimumConfidenceLevel = record.correlation.minimumConfidenceLevel;
-  choices.defocusConfidenceThreshold = record.correlation.defocusConfidenceThreshold;
-  choices.searchFrom = record.correlation.searchRange.from;
-  choices.searchTo = record.correlation.searchRange.to;
-
-  choices.biasVectorStrength = record.postProcess.biasVectorStrength;
-  choices.staticWeight = record.postProcess.temporalFilterStaticWeight;
-  choices.dynamicWeight = record.postProcess.temporalFilterDynamicWeight;
-  choices.gridOverlap = record.postProcess.enableGridOverlap != 0;
-  choices.confIntegralWidth = record.postProcess.confIntegralWidth;
-
-  choices.peripheralWindows = record.enablePeripheralWindows != 0;
-  choices.processingMode = static_cast<int>(record.gridProcessingLevel.processingMode);
-  choices.adaptive = AdaptiveOf(record.adaptiveK);
-  choices.staticFrameCount = record.skipControl.staticFrameCountThres;
-  choices.maxFrameRate = record.skipControl.maxFrameRate;
-
   choices.bandPass = ExtensionOf(record, kBandPass) != 0;
   choices.optimizedParsing = ExtensionOf(record, kOptimizedParsing) != 0;
   return choices;
 }
 
 TuningRecord::TuningRecord(const TuningChoices& choices, bool areViewsVertical) {
-  auto& pre = record_.preProcess;
-  pre.boxFilterLength = choices.boxFilterLength;
-  pre.antiAliasFilterThreshold = choices.antiAliasFilterThreshold;
-  for (auto& set : pre.filterTrigger.filterSet) set.verticalMode = choices.verticalBinning;
-
-  auto& correlation = record_.correlation;
-  correlation.PDRangeControl = static_cast<float>(choices.rangeControl);
-  correlation.minimumConfidenceLevel = static_cast<float>(choices.minimumConfidenceLevel);
-  correlation.defocusConfidenceThreshold = static_cast<float>(choices.defocusConfidenceThreshold);
-  correlation.searchRange = {choices.searchFrom, choices.searchTo};
-  correlation.lcrSearchRange = {-8, 8};
-
-  auto& post = record_.postProcess;
-  post.biasVectorStrength = static_cast<float>(choices.biasVectorStrength);
-  post.temporalFilterStaticWeight = static_cast<float>(choices.staticWeight);
-  post.temporalFilterDynamicWeight = static_cast<float>(choices.dynamicWeight);
-  post.enableGridOverlap = choices.gridOverlap ? 1 : 0;
-  post.confIntegralWidth = choices.confIntegralWidth;
-
-  record_.enablePeripheralWindows = choices.peripheralWindows ? 1 : 0;
+  Match(choices, record_,
+        []<class Field>(const auto& choice, Field& field) { field = static_cast<Field>(choice); });
+  for (auto& set : record_.preProcess.filterTrigger.filterSet)
+    set.verticalMode = choices.verticalBinning;
+  record_.correlation.lcrSearchRange = {-8, 8};
   for (tessarineTuningProcessLevel* level :
        {&record_.singleWindowProcessingLevel, &record_.gridProcessingLevel,
         &record_.PeripheralProcessing})
     *level = {static_cast<tessarinePDProcessingMode>(choices.processingMode), 100, 100};
-  record_.adaptiveK = MakeAdaptive(choices.adaptive);
-  record_.skipControl = {choices.staticFrameCount, choices.maxFrameRate};
 
   AddExtension(kBinning, {choices.verticalBinning > 1 ? 1.0f : 0.0f});
   AddExtension(kBandPass, {choices.bandPass ? 1.0f : 0.0f});

@@ -90,7 +90,9 @@ void ParameterRondelWorker::ProcessRequest(Packet& request) {
                     static_cast<long long>(sizeof(command)), static_cast<int>(kCommandOffset),
                     static_cast<int>(request.length));
   }
-  if (command < kCommandCount) (this->*kHandlers[command])(request);
+  if (command >= kCommandCount) return;
+  const Handler handler = kHandlers[command];
+  (this->*handler)(request);
 }
 
 bool ParameterRondelWorker::IsPrintable(const void* buffer, uint32_t length) {

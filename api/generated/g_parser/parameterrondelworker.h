@@ -65,6 +65,8 @@ class PARAMETER_API ParameterRondelWorker : public OnOrvoHeap {
   bool AllocateReply();
   bool BeginShortReply(uint16_t command);
   bool BeginReply(const Packet& request);
+  void ReplyText(uint16_t command, bool (IParameterDataAPI::*get)(char*, uint32_t), uint32_t size,
+                 const char* name, const char* what);
   bool QueueText(uint32_t offset);
   bool QueueFrame(uint32_t length);
   char* TextAt(uint32_t offset);

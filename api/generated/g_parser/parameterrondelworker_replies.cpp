@@ -172,31 +172,31 @@ void ParameterRondelWorker::ProcessDeviceInfo(Packet&) {
                   static_cast<int>(kDeviceInfo), kMajor, kMinor, Shown(name).text);
 }
 
-void ParameterRondelWorker::ProcessDataActiveModes(Packet&) {
-  if (!BeginShortReply(kActiveModes)) return;
+// A text that needs no request; its name and what it is are for the log line.
+void ParameterRondelWorker::ReplyText(uint16_t command,
+                                      bool (IParameterDataAPI::*get)(char*, uint32_t),
+                                      uint32_t size, const char* name, const char* what) {
+  if (!BeginShortReply(command)) return;
   char* text = TextAt(kShortHeaderSize);
-  api_->GetActiveModes(text, kActiveModesSize);
+  (api_->*get)(text, size);
   if (!QueueText(kShortHeaderSize)) return;
-  PARAMETER_DEBUG(api_, "Rondel queued command: Active Modes(%d), Version: %u.%u, Active: %s\n",
-                  static_cast<int>(kActiveModes), kMajor, kMinor, Shown(text).text);
+  PARAMETER_DEBUG(api_, "Rondel queued command: %s(%d), Version: %u.%u, %s: %s\n", name,
+                  static_cast<int>(command), kMajor, kMinor, what, Shown(text).text);
+}
+
+void ParameterRondelWorker::ProcessDataActiveModes(Packet&) {
+  ReplyText(kActiveModes, &IParameterDataAPI::GetActiveModes, kActiveModesSize, "Active Modes",
+            "Active");
 }
 
 void ParameterRondelWorker::ProcessDataControlValues(Packet&) {
-  if (!BeginShortReply(kControlValues)) return;
-  char* text = TextAt(kShortHeaderSize);
-  api_->GetControlValues(text, kValuesSize);
-  if (!QueueText(kShortHeaderSize)) return;
-  PARAMETER_DEBUG(api_, "Rondel queued command: Control Values(%d), Version: %u.%u, Name: %s\n",
-                  static_cast<int>(kControlValues), kMajor, kMinor, Shown(text).text);
+  ReplyText(kControlValues, &IParameterDataAPI::GetControlValues, kValuesSize, "Control Values",
+            "Name");
 }
 
 void ParameterRondelWorker::ProcessDataTriggerValues(Packet&) {
-  if (!BeginShortReply(kTriggerValues)) return;
-  char* text = TextAt(kShortHeaderSize);
-  api_->GetTriggerValues(text, kValuesSize);
-  if (!QueueText(kShortHeaderSize)) return;
-  PARAMETER_DEBUG(api_, "Rondel queued command: Trigger Values(%d), Version: %u.%u, Name: %s\n",
-                  static_cast<int>(kTriggerValues), kMajor, kMinor, Shown(text).text);
+  ReplyText(kTriggerValues, &IParameterDataAPI::GetTriggerValues, kValuesSize, "Trigger Values",
+            "Name");
 }
 
 // ---- Commands with a text
