@@ -1,5 +1,8 @@
 // The tool against the library's own live link.
+#include <netinet/in.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <bit>
@@ -384,10 +387,18 @@ TEST_F(LibraryLink, IsFoundAmongItsPorts) {
   Load(test::FromSource(kTuning));
   const std::string port = std::to_string(manager_.GetLinkPort());
   EXPECT_EQ(Link("find").output, port + ": \"test\"\n");
-  manager_.StopLink();
-  const Outcome gone = Run("link find --port " + port);
-  EXPECT_EQ(gone.status, 4);
-  EXPECT_EQ(gone.errors, "tessarine: no device answers on 127.0.0.1\n");
+  // A port that is taken and not listened on: another test's link can't come up there.
+  const int silent = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof(address);
+  ASSERT_EQ(bind(silent, reinterpret_cast<sockaddr*>(&address), size), 0);
+  ASSERT_EQ(getsockname(silent, reinterpret_cast<sockaddr*>(&address), &size), 0);
+  const Outcome none = Run("link find --port " + std::to_string(ntohs(address.sin_port)));
+  EXPECT_EQ(none.status, 4);
+  EXPECT_EQ(none.errors, "tessarine: no device answers on 127.0.0.1\n");
+  close(silent);
 }
 
 TEST_F(LibraryLink, IsServedFromAFile) {
