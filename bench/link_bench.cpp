@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <deque>
+#include <fstream>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -300,12 +301,9 @@ void MeasureAtRest(benchmark::State& state) {
 // Kilobytes of this process that are in memory.
 long ResidentKilobytes() {
   long kilobytes = 0;
-  std::FILE* file = std::fopen("/proc/self/status", "r");
-  if (file == nullptr) return 0;
-  char line[256];
-  while (std::fgets(line, sizeof(line), file) != nullptr)
-    if (std::sscanf(line, "VmRSS: %ld", &kilobytes) == 1) break;
-  std::fclose(file);
+  std::ifstream status("/proc/self/status");
+  for (std::string word; status >> word;)
+    if (word == "VmRSS:") status >> kilobytes;
   return kilobytes;
 }
 

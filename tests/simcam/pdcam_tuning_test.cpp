@@ -25,7 +25,8 @@ class PdcamTuning : public test::PdcamProcess {
     return Path("tuning.bin");
   }
   json Focus(const std::string& options) const {
-    const Outcome outcome = Run("focus --json --frames 3 --no-peripheral --roi 0.42 0.42 0.58 0.58 " + options);
+    const Outcome outcome =
+        Run("focus --json --frames 3 --no-peripheral --roi 0.42 0.42 0.58 0.58 " + options);
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     return json::parse(outcome.output);
   }

@@ -87,6 +87,8 @@ TEST(TessarineSource, TellsWhereAndWhatIsWrong) {
        "format 5.0.0 has no such choice"},
       {"{\"layout\": {\"modeTable\": false}, \"modes\": [{\"mode\": \"1\"}]}",
        "has the mode Default alone"},
+      {"{\"layout\": {\"modeTable\": false}, \"modes\": [{\"mode\": \"0\", \"flags\": 1}]}",
+       "has the mode Default alone, and plain"},
       {"{\"modes\": [{\"mode\": \"Usecases.Video\"}]}",
        "found 'Usecases.Video'; the nearest name is 'Usecase'"},
       {"{\"modes\": [{\"mode\": \"0\", \"modes\": [{\"mode\": \"2.1\"}, {\"mode\": "

@@ -313,9 +313,11 @@ void SourceReader::CheckModes(const SourceNode& root) {
   // The root is the first of the table, which stands in the order of the IDs.
   if (model_.modes.front().id != 0)
     Note(*read_.front().node, read_.front().path + " id: the first mode is the root, with ID 0");
-  const bool isPlain = model_.modes.size() == 1 && model_.modes.front().key == ModeKey{};
+  const Mode& first = model_.modes.front();
+  const bool isPlain = model_.modes.size() == 1 && first.key == ModeKey{} && first.flags == 0 &&
+                       first.link == kNoLink && model_.modeText.empty();
   if (!model_.hasModeTable && !isPlain)
-    Note(root, "layout.modeTable: a file without modes has the mode Default alone");
+    Note(root, "layout.modeTable: a file without modes has the mode Default alone, and plain");
 }
 
 Model SourceReader::Read(const std::string& text) {
