@@ -82,6 +82,8 @@ TEST(TessarineSource, TellsWhereAndWhatIsWrong) {
        "Default resident: format 4.0.0 doesn't"},
       {"{\"tag\": \"" + std::string(65, 'x') + "\", \"modes\": [{\"mode\": \"0\"}]}",
        "tag: expected at most 64 bytes, found 65"},
+      {"{\"tool\": {\"hex\": \"00ff\"}, \"modes\": [{\"mode\": \"0\"}]}",
+       "tool: expected a text without a NUL"},
       {"{\"flags\": 2, \"modes\": [{\"mode\": \"0\"}]}", "means compressed"},
       {"{\"layout\": {\"wideSymbols\": true}, \"modes\": [{\"mode\": \"0\"}]}",
        "format 5.0.0 has no such choice"},
@@ -173,7 +175,7 @@ TEST(TessarineSource, KeepsEveryFloatAndText) {
   }
   EXPECT_EQ(PrintLine(ToJson(field, Value{0x3dcccccd, {}, {}})), "0.1");
   for (const std::string& text :
-       {std::string("a\0b", 3), std::string("\xff\xfe"), std::string("ü\"\n")})
+       {std::string("a\tb"), std::string("\xff\xfe"), std::string("ü\"\n")})
     EXPECT_NE(WriteSource(test::FromSource("{\"tag\": " + PrintLine(TextToJson(text)) +
                                            ", \"modes\": [{\"mode\": \"0\"}]}"),
                           false)

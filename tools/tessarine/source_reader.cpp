@@ -82,6 +82,8 @@ void SourceReader::TakeText(const SourceNode& root, const char* name, uint32_t s
   else if (read->size() > size)
     Note(*node, std::string(name) + ": expected at most " + std::to_string(size) +
                     " bytes, found " + std::to_string(read->size()));
+  else if (read->find('\0') != std::string::npos)
+    Note(*node, std::string(name) + ": expected a text without a NUL, which would end it");
   else
     text = *read;
 }
