@@ -28,10 +28,14 @@ CameraSettings Adapted(CameraSettings settings, const SensorDescription& sensor)
   return settings;
 }
 
+// Without a link the only changes are those that another camera's options make.
+bool IsTunedLive(const CameraSettings& settings) {
+  return settings.tuning != nullptr && settings.tuning->File().IsLinked();
+}
+
 // Peripheral windows may read any part of the image.
 BlockArea RenderedBlocks(const SensorDescription& sensor, const CameraSettings& settings) {
-  const bool mayChange = settings.tuning != nullptr && settings.tuning->File().IsLinked();
-  if (sensor.tuning.peripheralWindows || mayChange)
+  if (sensor.tuning.peripheralWindows || IsTunedLive(settings))
     return BlockArea{0, 0, sensor.blocksAcross, sensor.blocksDown};
   return BlocksOf(sensor, settings.roi);
 }
@@ -156,8 +160,7 @@ void Camera::OpenSession() {
 
 // The library copies its tuning when a camera is opened, so a stack opens it anew.
 bool Camera::TakeChangedTuning() {
-  if (settings_.tuning == nullptr || settings_.tuning->File().Changes() == tuningChanges_)
-    return false;
+  if (!IsTunedLive(settings_) || settings_.tuning->File().Changes() == tuningChanges_) return false;
   sensor_.tuning = settings_.tuning->Choices();
   try {
     OpenSession();
