@@ -109,6 +109,10 @@ TEST(TessarineSource, TellsWhereAndWhatIsWrong) {
        "are not known in version 8.0.0"},
       {"{\"modes\": [{\"mode\": \"0\", \"modules\": {\"PDLib\": {\"hex\": \"00\"}}}]}",
        "hex: expected \"values\""},
+      {"{\"modes\": [{\"mode\": \"0\", \"modules\": {\"\": {\"hex\": \"00\"}}}]}",
+       "Default : expected the name of a module"},
+      {"{\"modes\": [{\"mode\": \"0\", \"modules\": {\"a\\u0000b\": {\"hex\": \"00\"}}}]}",
+       "Default a?b: expected the name of a module, without a NUL"},
       {"{\"modes\": [{\"mode\": \"0\", \"modules\": {\"PDLib\": {}, \"tessarine_pdlib\": {}, "
        "\"tessarinePDLib\": {}}}]}",
        "the mode has this module already"},

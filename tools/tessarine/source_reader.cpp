@@ -199,6 +199,8 @@ void SourceReader::ReadModule(const SourceNode& node, const std::string& name,
                               const std::string& path, size_t place) {
   const std::string where = path + " " + name;
   CheckNames(node, where + " ", {"version", "id", "from", "values", "hex"}, errors_);
+  if (name.empty() || name.find('\0') != std::string::npos)
+    Note(node, where + ": expected the name of a module, without a NUL, which would end it");
   Module module;
   module.type = ShortType(name);
   module.id = TakeNumber(node, "id", where + " ", 0);

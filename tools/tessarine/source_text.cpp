@@ -177,7 +177,9 @@ std::string SourceNode::Describe() const {
 }
 
 void SourceErrors::Note(int line, const std::string& message) {
-  lines_.emplace_back(line, message);
+  std::string& shown = lines_.emplace_back(line, message).second;
+  std::replace_if(
+      shown.begin(), shown.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, '?');
 }
 
 void SourceErrors::Throw() const {

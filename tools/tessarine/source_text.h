@@ -39,6 +39,7 @@ class SourceErrors {
  public:
   explicit SourceErrors(std::string file) : file_(std::move(file)) {}
 
+  // Control characters in a name that the message repeats, which would cut it off, show as '?'.
   void Note(int line, const std::string& message);
   bool IsEmpty() const { return lines_.empty(); }
   // Throws InputError with all of them, a line each, if there are any.
