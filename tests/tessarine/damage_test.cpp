@@ -73,6 +73,9 @@ TEST(TessarineDamage, IsFoundAndNamed) {
       {kSymbols, 0, "module 0: IDs go from 1 to 3 here"},
       {kSymbols, 4, "module 4: IDs go from 1 to 3 here"},
       {kSymbols, 2, "module 2: it is given twice"},
+      {kSymbols + 60 + 4, 0x6261FF,
+       "module 2 \xFF"
+       "ab: its name is no text"},
       {kSymbols + 44, 7, "module 1 tessarinePDLib: its mode 7 is not there"},
       {kSymbols + 44, 2, "mode 2: it has a second module tessarinePDLib"},
       {kSymbols + 40, 1, "module 1 tessarinePDLib: its version 9.0.1 is not the library's, 9.0.0"},
@@ -140,7 +143,8 @@ TEST(TessarineDamage, DoesNoHarm) {
       if (reading.model.modes.empty()) continue;
       ListText(reading.model, {});
       ListText(reading.model, {ParseBranch("Default|Usecase.ZSL|Scene.Night"), ""});
-      Compare(model, reading.model);
+      Print(ListJson(reading.model, {}));
+      for (const Difference& difference : Compare(model, reading.model)) Print(ToJson(difference));
     }
   }
   EXPECT_LT(unnoticed, 9u * 60 / 2);

@@ -38,7 +38,7 @@ int Show(const std::string& path, bool isJson, int filterSize) {
   const AdaptiveFile file = simcam::LoadAdaptiveFile(path);
   if (isJson) {
     simcam::OrderedJson json = simcam::ToJson(file, filterSize);
-    std::printf("%s\n", json.dump(2).c_str());
+    PrintJson(json);
     return kDone;
   }
   PrintAdaptiveMedians(file, filterSize);

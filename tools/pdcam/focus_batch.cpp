@@ -132,7 +132,7 @@ int RunBatch(const BatchOptions& options, const CameraOptions& camera,
     }
   }
   json["passed"] = isPassed;
-  if (isJson) std::printf("%s\n", json.dump(2).c_str());
+  if (isJson) PrintJson(json);
   return options.isCheck && !isPassed ? kCheckFailed : kDone;
 }
 

@@ -164,7 +164,7 @@ int RunOnce(const Options& options) {
     else
       json["other_cameras"].push_back(ToJson(results[i]));
   }
-  if (options.output.isJson) std::printf("%s\n", json.dump(2).c_str());
+  if (options.output.isJson) PrintJson(json);
   return kDone;
 }
 

@@ -181,7 +181,7 @@ int Run(const Options& given) {
     simcam::OrderedJson json = ToJson(result);
     for (const Check& check : checks)
       json["checks"].push_back({{"what", check.what}, {"passed", check.isPassed}});
-    std::printf("%s\n", json.dump(2).c_str());
+    PrintJson(json);
   } else {
     Print(result);
     if (!checks.empty()) std::printf("\n");

@@ -78,7 +78,7 @@ int Run(const Options& options) {
   if (!output.csv.empty()) simcam::WriteFile(output.csv, MatchCsv(result));
   if (!output.report.empty()) simcam::WriteFile(output.report, MatchReport(result));
   if (output.isJson)
-    std::printf("%s\n", ToJson(result).dump(2).c_str());
+    PrintJson(ToJson(result));
   else
     PrintTable(result);
   return kDone;

@@ -32,6 +32,11 @@ std::string SceneHelp() {
 
 }  // namespace
 
+void PrintJson(const nlohmann::ordered_json& json) {
+  constexpr auto kReplace = nlohmann::ordered_json::error_handler_t::replace;
+  std::printf("%s\n", json.dump(2, ' ', false, kReplace).c_str());
+}
+
 CLI::Validator Between(double low, double high) {
   const std::string range = simcam::Short(low) + " to " + simcam::Short(high);
   return CLI::Validator(

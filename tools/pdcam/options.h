@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,9 @@ inline constexpr int kNoDevice = 4;
 
 // Accepts a number from `low` to `high`, and nothing that is no number.
 CLI::Validator Between(double low, double high);
+
+// To standard output. Bytes of a path that are no UTF-8 are replaced.
+void PrintJson(const nlohmann::ordered_json& json);
 
 struct GridSize {
   uint32_t columns = 0;

@@ -25,7 +25,7 @@ void List(bool isJson) {
       std::printf("%-16s %-6s %9d %5zu  %s\n", sensor.name.c_str(), kind, sensor.SampleStepPx(),
                   pairs, sensor.about.c_str());
   }
-  if (isJson) std::printf("%s\n", list.dump(2).c_str());
+  if (isJson) PrintJson(list);
 }
 
 // The file as it is, to be copied and changed.

@@ -63,7 +63,7 @@ int Run(const Options& options) {
   if (!options.output.csv.empty()) simcam::WriteFile(options.output.csv, SweepCsv(result));
   if (!options.output.report.empty()) simcam::WriteFile(options.output.report, SweepReport(result));
   if (options.output.isJson)
-    std::printf("%s\n", ToJson(result).dump(2).c_str());
+    PrintJson(ToJson(result));
   else
     PrintTable(result);
   return result.failedFrames == 0 ? kDone : kCheckFailed;

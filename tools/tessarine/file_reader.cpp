@@ -6,6 +6,7 @@
 #include <optional>
 #include <set>
 
+#include "json_values.h"
 #include "modes.h"
 #include "module_reader.h"
 
@@ -373,6 +374,7 @@ void FileReader::ReadModule(const Entry& entry, ModuleReader& reader) {
   if (FindModule(module.type) != nullptr && module.Schema() == nullptr)
     Note(place, "its version " + ToText(entry.version) + " is not the library's, " +
                     ToText(FindModule(module.type)->version));
+  if (!IsUtf8(module.type)) Note(place, "its name is no text");
   const auto mode = modePlaces_.find(entry.modeId);
   if (mode == modePlaces_.end())
     Note(place, "its mode " + Number(entry.modeId) + " is not there");

@@ -51,7 +51,7 @@ void PrintInto(const OrderedJson& json, size_t indent, std::string& text) {
   for (const auto& [name, value] : json.items()) {
     text += separator;
     text.append(indent + 2, ' ');
-    if (json.is_object()) text += OrderedJson(name).dump() + ": ";
+    if (json.is_object()) text += PrintLine(name) + ": ";
     PrintInto(value, indent + 2, text);
     separator = ",\n";
   }
@@ -85,12 +85,16 @@ std::optional<float> ToFloat(double number) {
 }
 
 OrderedJson TextToJson(const std::string& text) {
+  if (IsUtf8(text)) return text;
+  return {{"hex", HexToJson(Bytes(text.begin(), text.end()))}};
+}
+
+bool IsUtf8(const std::string& text) {
   try {
-    const OrderedJson json = text;
-    json.dump();
-    return json;
+    OrderedJson(text).dump();
+    return true;
   } catch (const OrderedJson::type_error&) {
-    return {{"hex", HexToJson(Bytes(text.begin(), text.end()))}};
+    return false;
   }
 }
 
@@ -120,12 +124,13 @@ std::string Print(const OrderedJson& json) {
 }
 
 std::string PrintLine(const OrderedJson& json) {
-  if (!json.is_structured()) return json.dump();
+  if (!json.is_structured())
+    return json.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
   std::string text = json.is_object() ? "{" : "[";
   const char* separator = "";
   for (const auto& [name, value] : json.items()) {
     text += separator;
-    if (json.is_object()) text += OrderedJson(name).dump() + ": ";
+    if (json.is_object()) text += PrintLine(name) + ": ";
     text += PrintLine(value);
     separator = ", ";
   }

@@ -18,11 +18,13 @@ OrderedJson ToJson(const RecordSchema& record, const Value& value);
 // The nearest float; nothing if that is no finite one.
 std::optional<float> ToFloat(double number);
 OrderedJson TextToJson(const std::string& text);
+bool IsUtf8(const std::string& text);
 // A text of hexadecimal digits; more than one line of them is a list.
 OrderedJson HexToJson(const Bytes& bytes);
 std::string ToHex(View bytes);
 
-// Indented by two; what fits on a line stands on one.
+// Indented by two; what fits on a line stands on one. Bytes of a damaged file or device that are no
+// UTF-8, and stand where only a text can, are replaced.
 std::string Print(const OrderedJson& json);
 // On one line, as in a listing.
 std::string PrintLine(const OrderedJson& json);

@@ -163,7 +163,7 @@ void Watch(const LinkOptions& options, const WatchChoice& choice) {
     const double seconds = Seconds(Clock::now() - start).count();
     const OrderedJson values = TakeSample(device, choice);
     if (options.isJson) {
-      std::printf("%s\n", OrderedJson{{"seconds", seconds}, {"values", values}}.dump().c_str());
+      std::printf("%s\n", PrintLine({{"seconds", seconds}, {"values", values}}).c_str());
     } else {
       std::printf("%8.3f s", seconds);
       for (const auto& [name, value] : values.items())
