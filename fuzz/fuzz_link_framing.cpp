@@ -3,11 +3,9 @@
 // An input is pieces, each with its size in front. Two sizes mean something else: that the
 // connection ends, or, once, that the next byte tells the number of zeros, in 257.
 #include <algorithm>
-#include <cstring>
 
 #include "host/orvo_host.h"
-#include "link/naive_framer.h"
-#include "parameterrondelcombase.h"
+#include "link/scripted_com.h"
 #include "target.h"
 
 namespace {
@@ -34,73 +32,6 @@ std::vector<Piece> PiecesOf(const uint8_t* data, size_t size) {
     }
   }
   return pieces;
-}
-
-struct QuietLogger : IParameterLoggingAPI {
-  const char* GetBinaryTag() const override { return ""; }
-  bool IsLogLevelEnabled(ParameterLogLevel) const override { return logs; }
-  bool logs = false;
-};
-
-// Reads the pieces, and stops behind the last one.
-class PieceCom : public ParameterRondelComBase {
- public:
-  explicit PieceCom(const IParameterLoggingAPI* logger) : ParameterRondelComBase(logger) {}
-
-  // As if nothing had come before.
-  void Begin(const std::vector<Piece>& pieces) {
-    Open();
-    next_ = pieces.begin();
-    end_ = pieces.end();
-    place_ = 0;
-    isOver_ = false;
-  }
-  const std::atomic<bool>& IsOver() const { return isOver_; }
-  bool StartCom() override { return true; }
-  void StopCom() override {}
-  int32_t ReadData(void* buffer, uint32_t length, int32_t, const std::atomic<bool>&) override {
-    while (next_ != end_ && !next_->isGone && place_ == next_->bytes.size()) Advance();
-    if (next_ == end_) {
-      isOver_ = true;
-      return 0;
-    }
-    if (length == 0) return -1;
-    if (next_->isGone) {
-      Advance();
-      return -1;
-    }
-    const size_t count = std::min<size_t>(length, next_->bytes.size() - place_);
-    std::memcpy(buffer, next_->bytes.data() + place_, count);
-    place_ += count;
-    return static_cast<int32_t>(count);
-  }
-  int32_t WriteData(const void*, uint32_t) override { return -1; }
-
- private:
-  void Advance() {
-    ++next_;
-    place_ = 0;
-  }
-
-  std::vector<Piece>::const_iterator next_;
-  std::vector<Piece>::const_iterator end_;
-  size_t place_ = 0;
-  std::atomic<bool> isOver_ = false;
-};
-
-void RequireFrames(PieceCom& com, const std::vector<std::string>& expected) {
-  static std::vector<uint8_t> frame(test::kLargestFrame);
-  size_t found = 0;
-  while (!com.IsOver()) {
-    const uint32_t length = com.ReceiveRondelRequest(
-        frame.data(), static_cast<uint32_t>(frame.size()), 9, -1, com.IsOver());
-    if (length == 0) continue;
-    fuzz::Require(found < expected.size() && length == expected[found].size() &&
-                      std::memcmp(frame.data(), expected[found].data(), length) == 0,
-                  "a request is what a naive framer finds");
-    ++found;
-  }
-  fuzz::Require(found == expected.size(), "no request is lost");
 }
 
 }  // namespace
@@ -141,15 +72,15 @@ std::vector<fuzz::Input> fuzz::Seeds() {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   constexpr size_t kLongest = 512;
   if (size > kLongest) return 0;
-  static QuietLogger logger;
-  static PieceCom com(&logger);
+  static test::LinkLogger logger;
+  static test::ScriptedCom com(&logger);
   const std::vector<Piece> pieces = PiecesOf(data, size);
   test::NaiveFramer naive;
   for (const Piece& piece : pieces) naive.add(piece);
   Orvo::Host::StartLogCapture();
-  logger.logs = size % 16 == 0;
-  com.Begin(pieces);
-  RequireFrames(com, naive.frames());
+  logger.isLoud = size % 16 == 0;
+  fuzz::Require(com.framesOf(pieces) == naive.frames(),
+                "the requests are what a naive framer finds");
   Orvo::Host::StopLogCapture();
   return 0;
 }

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <deque>
 
 #include "naive_framer.h"
 #include "parameterrondelcombase.h"
@@ -20,9 +19,11 @@ class ScriptedCom : public ParameterRondelComBase {
  public:
   explicit ScriptedCom(const IParameterLoggingAPI* logger) : ParameterRondelComBase(logger) {}
 
-  // What the reads will give.
+  // What the reads will give, to a connection of which nothing has been read.
   void setScript(const std::vector<Piece>& pieces) {
-    script_.assign(pieces.begin(), pieces.end());
+    Open();
+    script_ = pieces;
+    next_ = place_ = 0;
     isOver_ = false;
   }
   // All frames that the pieces make up.
@@ -40,25 +41,35 @@ class ScriptedCom : public ParameterRondelComBase {
   bool StartCom() override { return true; }
   void StopCom() override {}
   int32_t ReadData(void* buffer, uint32_t length, int32_t, const std::atomic<bool>&) override {
-    if (script_.empty()) {
+    while (next_ < script_.size() && !script_[next_].isGone &&
+           place_ == script_[next_].bytes.size())
+      advance();
+    if (next_ == script_.size()) {
       isOver_ = true;
       return 0;
     }
-    Piece& piece = script_.front();
-    if (piece.isGone || length == 0) {
-      script_.pop_front();
+    if (length == 0) return -1;
+    if (script_[next_].isGone) {
+      advance();
       return -1;
     }
-    const size_t count = std::min<size_t>(length, piece.bytes.size());
-    std::memcpy(buffer, piece.bytes.data(), count);
-    piece.bytes.erase(0, count);
-    if (piece.bytes.empty()) script_.pop_front();
+    const std::string& bytes = script_[next_].bytes;
+    const size_t count = std::min<size_t>(length, bytes.size() - place_);
+    std::memcpy(buffer, bytes.data() + place_, count);
+    place_ += count;
     return static_cast<int32_t>(count);
   }
   int32_t WriteData(const void*, uint32_t length) override { return static_cast<int32_t>(length); }
 
  private:
-  std::deque<Piece> script_;
+  void advance() {
+    ++next_;
+    place_ = 0;
+  }
+
+  std::vector<Piece> script_;
+  size_t next_ = 0;
+  size_t place_ = 0;
   std::atomic<bool> isOver_ = false;
   std::vector<uint8_t> buffer_;
 };
