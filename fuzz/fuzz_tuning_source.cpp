@@ -1,31 +1,10 @@
 // Any text as the source of a tuning file. What compiles makes a sound file of the same values.
-#include <algorithm>
-
 #include "errors.h"
-#include "file_reader.h"
 #include "file_writer.h"
-#include "small_manager.h"
+#include "plain_model.h"
 #include "source.h"
 
 namespace {
-
-// Without what only sources hold, or only files; in one order, which IDs may make another one.
-tessarine::Model Plain(tessarine::Model model) {
-  const auto byId = [](const auto& a, const auto& b) { return a.id < b.id; };
-  const auto byType = [](const auto& a, const auto& b) { return a.type < b.type; };
-  model.sharesEqual = true;
-  model.hasWideSymbols = false;
-  for (tessarine::Mode& mode : model.modes) {
-    mode.label.clear();
-    for (tessarine::Module& module : mode.modules) module.id = 0;
-    std::sort(mode.modules.begin(), mode.modules.end(), byType);
-  }
-  std::sort(model.modes.begin(), model.modes.end(), byId);
-  // IDs that nobody has are filled up with empty objects.
-  std::erase_if(model.objects, [](const auto& object) { return object.bytes.empty(); });
-  std::sort(model.objects.begin(), model.objects.end(), byId);
-  return model;
-}
 
 // A known module in another version than the library's: a file for another library.
 bool IsForOthers(const tessarine::Model& model) {
@@ -33,14 +12,6 @@ bool IsForOthers(const tessarine::Model& model) {
     for (const tessarine::Module& module : mode.modules)
       if (tessarine::FindModule(module.type) != nullptr && module.Schema() == nullptr) return true;
   return false;
-}
-
-void RequireLibraryLoads(const tessarine::Model& model, const tessarine::Bytes& file) {
-  fuzz::SmallSetManager manager;
-  for (const tessarine::Mode& mode : model.modes)
-    for (const tessarine::Module& module : mode.modules)
-      if (!manager.Knows(module.type)) return;
-  fuzz::Require(manager.LoadBinaryParameters(file.data(), file.size()), "the library can load it");
 }
 
 }  // namespace
@@ -58,8 +29,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (IsForOthers(model)) return 0;
     for (const std::string& defect : reading.defects) std::fprintf(stderr, "%s\n", defect.c_str());
     fuzz::Require(reading.defects.empty(), "what compiles is sound");
-    fuzz::Require(Plain(reading.model) == Plain(model), "a file holds the values of its source");
-    RequireLibraryLoads(model, file);
+    fuzz::Require(fuzz::Plain(reading.model) == fuzz::Plain(model),
+                  "a file holds the values of its source");
+    fuzz::RequireLibraryLoads(model, file);
   } catch (const tessarine::InputError&) {
     return 0;
   }

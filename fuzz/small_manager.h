@@ -109,11 +109,12 @@ inline const test::Bytes& GoodFile() {
 }
 
 // Of every kind of layout.
+inline constexpr VersionUnion kVersions[] = {{1, 0, 1}, {1, 0, 2}, {2, 0, 0}, {3, 0, 0},
+                                             {3, 0, 1}, {3, 0, 2}, {4, 0, 0}, {5, 0, 0}};
+
 inline std::vector<Input> SmallFiles() {
   std::vector<Input> files;
-  for (const VersionUnion version :
-       {VersionUnion{1, 0, 1}, VersionUnion{1, 0, 2}, VersionUnion{2, 0, 0}, VersionUnion{3, 0, 0},
-        VersionUnion{3, 0, 1}, VersionUnion{3, 0, 2}, VersionUnion{4, 0, 0}, VersionUnion{5, 0, 0}})
+  for (const VersionUnion version : kVersions)
     for (const uint32_t arrays : {0u, 1u})
       files.push_back(SmallFile(version, arrays, arrays == 0).build());
   files.push_back(GoodFile());

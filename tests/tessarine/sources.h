@@ -72,7 +72,7 @@ class ModelMaker {
     model.format = version;
     if (format.HasTexts()) model.tool = "maker";
     if (format.HasTexts()) model.tag = Text(64);
-    if (format.HasFlags()) model.flags = Below(2) * 4;
+    if (format.HasFlags()) model.flags = Below(2) * (uint64_t{1} << 63 | 5);
     if (format.HasModeText()) model.modeText = "modes";
     model.sharesEqual = Below(4) != 0 || !format.HasDuplicates();
     const uint32_t count = 1 + Below(6);

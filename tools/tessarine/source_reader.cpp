@@ -120,9 +120,9 @@ void SourceReader::ReadHeader(const SourceNode& root) {
   if (flags == nullptr) return;
   if (!format_.HasFlags())
     Note(*flags, "flags: format " + ToText(model_.format) + " doesn't hold it");
-  if (flags->integer < 0 || (static_cast<uint64_t>(flags->integer) & kCompressedFlag) != 0)
+  if (flags->integer < 0 || (flags->natural & kCompressedFlag) != 0)
     Note(*flags, "flags: expected a number without the bit of value 2, which means compressed");
-  model_.flags = static_cast<uint64_t>(flags->integer);
+  model_.flags = flags->natural;
 }
 
 // How things stand in the file, where there is a choice.

@@ -126,7 +126,7 @@ std::string SourceSchema() {
                       {"format", Reference("version")},
                       {"tool", Reference("text")},
                       {"tag", Reference("text")},
-                      {"flags", {{"type", "integer"}, {"minimum", 0}}},
+                      {"flags", {{"type", "integer"}, {"minimum", 0}, {"maximum", UINT64_MAX}}},
                       {"modeText", Reference("text")},
                       {"layout", Layout()},
                       {"modes", {{"type", "array"}, {"minItems", 1}, {"items", Reference("mode")}}},

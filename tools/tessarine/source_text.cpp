@@ -68,8 +68,10 @@ class NodeBuilder : public json::json_sax_t {
     return true;
   }
   bool number_unsigned(number_unsigned_t value) override {
-    if (value <= INT64_MAX) return number_integer(static_cast<int64_t>(value));
-    Add(SourceNode::Kind::kReal).real = static_cast<double>(value);
+    SourceNode& node = Add(SourceNode::Kind::kInteger);
+    node.integer = static_cast<int64_t>(std::min<uint64_t>(value, INT64_MAX));
+    node.natural = value;
+    node.real = static_cast<double>(value);
     return true;
   }
   bool number_float(number_float_t value, const string_t&) override {
@@ -166,7 +168,7 @@ std::string SourceNode::Describe() const {
   switch (kind) {
     case Kind::kNull: return "null";
     case Kind::kBoolean: return boolean ? "true" : "false";
-    case Kind::kInteger: return std::to_string(integer);
+    case Kind::kInteger: return integer < 0 ? std::to_string(integer) : std::to_string(natural);
     case Kind::kReal: return json(real).dump();
     case Kind::kText:
       return json(text.substr(0, 60)).dump(-1, ' ', false, json::error_handler_t::replace);

@@ -15,8 +15,9 @@ struct SourceNode {
   Kind kind = Kind::kNull;
   int line = 0;
   bool boolean = false;
-  int64_t integer = 0;
-  double real = 0;  // of an integer as well
+  int64_t integer = 0;   // the largest for those above it
+  uint64_t natural = 0;  // of an integer that is not negative
+  double real = 0;       // of an integer as well
   std::string text;
   std::vector<SourceNode> items;
   std::vector<Member> members;  // in their order
