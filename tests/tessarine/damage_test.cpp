@@ -122,6 +122,20 @@ TEST(TessarineDamage, IsFoundAllAtOnce) {
     EXPECT_NE(defects.find(defect), std::string::npos) << defect << "\n" << defects;
 }
 
+// Names are looked up without their prefix, which a file must not have.
+TEST(TessarineDamage, OfNamesIsFound) {
+  for (const char* type : {"tessarine", "tessarine_abc", "TessarineX"}) {
+    Model model = test::FromSource(R"({"modes": [{"mode": "Default"}]})");
+    model.modes[0].modules.push_back({0, type, {1, 0, 0}, {}, {7}});
+    const std::string sought = ShortType(type);
+    EXPECT_EQ(DefectsOf(WriteFile(model)),
+              sought == type
+                  ? ""
+                  : "module 1 " + std::string(type) +
+                        ": it is never found: its name is looked up as '" + sought + "'\n");
+  }
+}
+
 // Whatever stands in a file, it is read within its bounds and can be listed and compared.
 TEST(TessarineDamage, DoesNoHarm) {
   std::mt19937 generator(3);
