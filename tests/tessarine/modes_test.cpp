@@ -98,8 +98,9 @@ TEST(TessarineModes, GiveABranchTheDeepestModuleOfEachName) {
 }
 
 TEST(TessarineModes, AreMadeATreeOf) {
-  // Parents 1 -> 2 -> 3 -> 1, links 4 -> 5 -> 4 and 6 -> 6, a parent and a link that are not there.
-  std::vector<Mode> modes(9);
+  // Parents 1 -> 2 -> 3 -> 1, links 4 -> 5 -> 4, 6 -> 6 and 9 -> 11 -> 9, where 11 is 10 once more,
+  // a parent and a link that are not there.
+  std::vector<Mode> modes(12);
   for (uint32_t id = 0; id < modes.size(); ++id) {
     modes[id].id = id;
     modes[id].key = {2, static_cast<uint16_t>(id)};
@@ -114,18 +115,23 @@ TEST(TessarineModes, AreMadeATreeOf) {
   modes[6].link = 6;
   modes[7].parent = 40;
   modes[8].link = 40;
+  modes[9].link = 11;
+  modes[10].link = 9;
+  modes[11].parent = 10;
+  modes[11].key = modes[10].key;
   const std::string defects = test::Joined(MendModes(modes));
-  EXPECT_EQ(std::count(defects.begin(), defects.end(), '\n'), 5) << defects;
+  EXPECT_EQ(std::count(defects.begin(), defects.end(), '\n'), 6) << defects;
   for (const char* defect :
        {"mode 7 Usecase.IdealRawReprocess: its parent 40 is not there",
         "mode 8 Usecase.8: its link 40 is not there", "its parents form a cycle",
         "mode 5 Usecase.SnapshotReprocess: its links form a cycle",
-        "mode 6 Usecase.IDEALRAW: its links form a cycle"})
+        "mode 6 Usecase.IDEALRAW: its links form a cycle",
+        "mode 10 Usecase.10: its links form a cycle"})
     EXPECT_NE(defects.find(defect), std::string::npos) << defects;
   Model model;
   model.modes = modes;
   const ModeTree tree(model);  // ends
-  EXPECT_EQ(tree.Nodes().size(), 9u);
+  EXPECT_EQ(tree.Nodes().size(), 11u);
   EXPECT_TRUE(tree.InForce(*ParseBranch("Default|Usecase.Liveshot")).empty());
 }
 

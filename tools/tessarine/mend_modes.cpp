@@ -59,7 +59,7 @@ void DropMissing(const ModeById& modes, std::vector<std::string>& defects) {
   }
 }
 
-void CutAllCycles(const ModeById& modes, std::vector<std::string>& defects) {
+void CutParentCycles(const ModeById& modes, std::vector<std::string>& defects) {
   CutCycles(
       modes, [](const Mode& mode) { return mode.parent; },
       [](const Mode& mode) { return mode.parent == mode.id; },
@@ -67,8 +67,24 @@ void CutAllCycles(const ModeById& modes, std::vector<std::string>& defects) {
         defects.push_back(Place(mode) + ": its parents form a cycle");
         mode.parent = mode.id;
       });
+}
+
+// A mode with its parent's key is its parent, under another ID.
+bool IsAlias(const ModeById& modes, const Mode& mode) {
+  return mode.parent != mode.id && modes.at(mode.parent)->key == mode.key;
+}
+
+uint32_t WithoutAlias(const ModeById& modes, uint32_t id) {
+  while (IsAlias(modes, *modes.at(id))) id = modes.at(id)->parent;
+  return id;
+}
+
+// Links lead from node to node, whichever of a node's IDs they name; those of an alias don't count.
+void CutLinkCycles(const ModeById& modes, std::vector<std::string>& defects) {
+  ModeById nodes = modes;
+  std::erase_if(nodes, [&](const auto& entry) { return IsAlias(modes, *entry.second); });
   CutCycles(
-      modes, [](const Mode& mode) { return mode.link; },
+      nodes, [&](const Mode& mode) { return WithoutAlias(modes, mode.link); },
       [](const Mode& mode) { return mode.link == kNoLink; },
       [&](Mode& mode) {
         defects.push_back(Place(mode) + ": its links form a cycle");
@@ -103,8 +119,9 @@ std::vector<std::string> MendModes(std::vector<Mode>& modes) {
   // The first mode is the root, whatever parent it names.
   if (!modes.empty()) modes.front().parent = modes.front().id;
   DropMissing(byId, defects);
-  CutAllCycles(byId, defects);
+  CutParentCycles(byId, defects);
   CutDeep(byId, defects);
+  CutLinkCycles(byId, defects);
   FindHidden(modes, defects);
   return defects;
 }
