@@ -270,7 +270,9 @@ bool Fits(const json& value, const json& schema, const json& root) {
   if (!value.is_object()) return true;
   for (const json& name : schema.value("required", json::array()))
     if (!value.contains(name)) return false;
+  const size_t shortest = schema.value("/propertyNames/minLength"_json_pointer, size_t{0});
   for (const auto& [name, member] : value.items()) {
+    if (name.size() < shortest) return false;
     const bool isKnown = schema.contains("properties") && schema["properties"].contains(name);
     const json& other = schema["additionalProperties"];
     if (!isKnown && other == false) return false;
@@ -294,6 +296,12 @@ TEST(TessarineSource, FitsItsJsonSchemaExactlyWhenItCanBeRead) {
         "\"preProcess\": {\"lcrChannelSeparated\": 0.5}"}) {
     EXPECT_NE(test::FaultsOf(WithValues(values)), "") << values;
     EXPECT_FALSE(Fits(json::parse(WithValues(values)), schema, schema)) << values;
+  }
+  for (const char* name : {"", "x"}) {
+    const json module = {{"version", "1.0.0"}, {"hex", "00"}};
+    const json source = {{"modes", {{{"mode", "0"}, {"modules", {{name, module}}}}}}};
+    EXPECT_EQ(Fits(source, schema, schema), *name != 0) << source;
+    EXPECT_EQ(test::FaultsOf(source.dump()).empty(), *name != 0) << source;
   }
 }
 

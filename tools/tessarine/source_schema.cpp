@@ -63,7 +63,9 @@ OrderedJson RawModule() {
 }
 
 OrderedJson ModeJson() {
-  OrderedJson modules = {{"type", "object"}, {"additionalProperties", Reference("rawModule")}};
+  OrderedJson modules = {{"type", "object"},
+                         {"propertyNames", {{"minLength", 1}}},
+                         {"additionalProperties", Reference("rawModule")}};
   for (const ModuleSchema& module : KnownModules())
     modules["properties"][module.name] = Reference("module-" + module.name);
   OrderedJson json =
