@@ -193,9 +193,13 @@ int SparseHVFlow::Process(const PDLibParam* param, uint32_t lines, PDLibOutputDa
   // One word more than the counts: the rest of the depth map stays the caller's.
   output->depthMap.depthPhaseDiff[0] = horizontal.depthMap.depthPhaseDiff[0];
   output->isPeripheralValid = horizontal.isPeripheralValid;
+  struct Weights {
+    float horizontal;
+    float vertical;
+  };
   const auto weights = [this](const PDLibDefocusInfo& h, const PDLibDefocusInfo& v) {
-    return std::pair{hWeightLookUp(static_cast<int>(h.confidence)),
-                     vWeightLookUp(static_cast<int>(v.confidence))};
+    return Weights{hWeightLookUp(static_cast<int>(h.confidence)),
+                   vWeightLookUp(static_cast<int>(v.confidence))};
   };
   for (uint32_t i = 0; i < kMaxWindows; ++i) {
     const auto [h, v] = weights(horizontal.defocusInfo[i], vertical.defocusInfo[i]);
