@@ -113,6 +113,12 @@ TEST(TessarineSource, TellsWhereAndWhatIsWrong) {
        "Default : expected the name of a module"},
       {"{\"modes\": [{\"mode\": \"0\", \"modules\": {\"a\\u0000b\": {\"hex\": \"00\"}}}]}",
        "Default a?b: expected the name of a module, without a NUL"},
+      {"{\"modes\": [{\"mode\": \"0\", \"modules\": {\"tessarine_tessarine_a\": {\"hex\": "
+       "\"\"}}}]}",
+       "can't be the name of a module, for files would hold it as 'tessarine_a'"},
+      {"{\"modes\": [{\"mode\": \"0\", \"modules\": {\"1234567\\u00e4890123456789012345678901\": "
+       "{\"hex\": \"\"}}}]}",
+       "can't be the name of a module, for files would hold it as '1234567"},
       {"{\"modes\": [{\"mode\": \"0\", \"modules\": {\"PDLib\": {}, \"tessarine_pdlib\": {}, "
        "\"tessarinePDLib\": {}}}]}",
        "the mode has this module already"},

@@ -375,8 +375,8 @@ void FileReader::ReadModule(const Entry& entry, ModuleReader& reader) {
     Note(place, "its version " + ToText(entry.version) + " is not the library's, " +
                     ToText(FindModule(module.type)->version));
   if (!IsUtf8(module.type)) Note(place, "its name is no text");
-  if (const std::string sought = ShortType(module.type); sought != module.type)
-    Note(place, "it is never found: its name is looked up as '" + sought + "'");
+  if (ShortType(module.type) != module.type)
+    Note(place, "its name begins with the prefix that files leave out");
   const auto mode = modePlaces_.find(entry.modeId);
   if (mode == modePlaces_.end())
     Note(place, "its mode " + Number(entry.modeId) + " is not there");

@@ -3,6 +3,7 @@
 #include <map>
 
 #include "errors.h"
+#include "json_values.h"
 #include "modes.h"
 #include "source.h"
 #include "source_values.h"
@@ -203,6 +204,9 @@ void SourceReader::ReadModule(const SourceNode& node, const std::string& name,
     Note(node, where + ": expected the name of a module, without a NUL, which would end it");
   Module module;
   module.type = ShortType(name);
+  if (!IsUtf8(module.type) || ShortType(module.type) != module.type)
+    Note(node, where + ": can't be the name of a module, for files would hold it as '" +
+                   module.type + "'");
   module.id = TakeNumber(node, "id", where + " ", 0);
   const ModuleSchema* known = FindModule(name);
   if (known != nullptr) module.version = known->version;
