@@ -1,6 +1,7 @@
 // The camera with a tuning file, as a camera stack hands it over.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "pdcam_process.h"
@@ -57,6 +58,12 @@ TEST_F(PdcamTuning, IsThatOfTheModeAskedFor) {
   const json tuned = Focus("--tuning " + file + " --mode 'Default|usecase.video'");
   EXPECT_EQ(tuned["frames"][0]["action"], "search");
   EXPECT_EQ(Focus("--tuning " + file)["frames"][0]["action"], "move");
+}
+
+TEST_F(PdcamTuning, MayHaveAnyFileName) {
+  const std::string file = Path("\xFF.bin");
+  std::filesystem::rename(Compile(Source()), file);
+  EXPECT_EQ(Focus("--tuning " + file)["tuning"]["file"], Path("\uFFFD.bin"));
 }
 
 TEST_F(PdcamTuning, TellsWhatAFileLacks) {
