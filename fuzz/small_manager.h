@@ -108,7 +108,7 @@ inline const test::Bytes& GoodFile() {
   return file;
 }
 
-// Of every kind of layout.
+// Versions of the format, one for every kind of layout.
 inline constexpr VersionUnion kVersions[] = {{1, 0, 1}, {1, 0, 2}, {2, 0, 0}, {3, 0, 0},
                                              {3, 0, 1}, {3, 0, 2}, {4, 0, 0}, {5, 0, 0}};
 

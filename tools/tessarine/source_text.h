@@ -15,7 +15,7 @@ struct SourceNode {
   Kind kind = Kind::kNull;
   int line = 0;
   bool boolean = false;
-  int64_t integer = 0;   // the largest for those above it
+  int64_t integer = 0;   // INT64_MAX for one that is above it
   uint64_t natural = 0;  // of an integer that is not negative
   double real = 0;       // of an integer as well
   std::string text;
