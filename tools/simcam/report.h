@@ -28,7 +28,4 @@ std::string SweepReport(const SweepResult& result, const RunRecord& run = {});
 std::string LearnReport(const LearnResult& result, const RunRecord& run = {});
 std::string MatchReport(const MatchResult& result, const RunRecord& run = {});
 
-// Writes a file whole. Throws InputError.
-void WriteFile(const std::string& path, const std::string& content);
-
 }  // namespace simcam

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 
-#include "errors.h"
 #include "picture.h"
 #include "report.h"
 #include "text.h"
@@ -263,12 +261,6 @@ std::string RoiFigure(const SensorDescription& sensor, const CameraSettings& set
               sensor.IsMirrored(), sensor.IsFlipped()};
   return TileFigure(RoiPicture(sensor, settings, truePhasePx, kRoiWidth), kRoiWidth, height, tiles,
                     windows);
-}
-
-void WriteFile(const std::string& path, const std::string& content) {
-  std::ofstream file(path, std::ios::binary);
-  if (!file || !(file << content) || !file.flush())
-    throw InputError(path + ": expected a file that can be written");
 }
 
 }  // namespace simcam
