@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "frame/pdlib_utils_map.h"
 #include "sparse/pdlib_sparse_utils_calibration.h"
 #include "sparse_context.h"
 #include "support/log_capture.h"

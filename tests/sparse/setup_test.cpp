@@ -3,7 +3,8 @@
 
 #include <cmath>
 
-#include "core/pdlib_flow.h"
+#include "frame/pdlib_flow.h"
+#include "frame/pdlib_utils_curve.h"
 #include "sparse/sparse_horizontal_flow.h"
 #include "sparse_context.h"
 #include "support/log_capture.h"

@@ -1,11 +1,14 @@
 #include "dense/dpd_software_flow.h"
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
+#include "base/pdlib_status.h"
 #include "dense/dpd_software_flow_frame.h"
 #include "dense/dpd_software_flow_grid.h"
 #include "dense/dpd_software_flow_init.h"
 #include "dense/pdlib_dpd_context.h"
 #include "diagnostics/xmlWriteParam.h"
+#include "frame/pdlib_utils_result.h"
+#include "frame/pdlib_utils_window.h"
 
 template class ContextFlow<dpd_context_t>;
 

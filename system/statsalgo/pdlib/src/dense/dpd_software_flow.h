@@ -8,7 +8,7 @@
 // lines as the image is high closes the frame.
 #pragma once
 
-#include "adaptive/context_flow.h"
+#include "frame/context_flow.h"
 
 struct dpd_context_t;
 extern template class ContextFlow<dpd_context_t>;
@@ -28,3 +28,8 @@ class DPDFlow final : public ContextFlow<dpd_context_t> {
  private:
   Axis axis_;
 };
+
+// A new flow; null without memory.
+IPDLIBFlow* CreateDPDFlow();
+// The same flow on upper and lower samples: a part of the flow that fuses two axes.
+IPDLIBFlow* CreateVerticalDPDFlow();

@@ -1,15 +1,18 @@
 #include "dense/dpd_software_flow_init.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <limits>
 
-#include "core/numeric.h"
-#include "core/pdlib_flow.h"
-#include "core/pdlib_log.h"
-#include "core/pdlib_switches.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
+#include "base/pdlib_status.h"
+#include "base/pdlib_switches.h"
 #include "dense/dpd_software_flow_calibration.h"
+#include "frame/pdlib_flow.h"
+#include "frame/pdlib_utils_calibration.h"
+#include "frame/pdlib_utils_curve.h"
+#include "frame/pdlib_utils_extension.h"
 
 using afpdlibelements::tessarinePDLibType;
 using pdlib::SaturateTo;
@@ -69,13 +72,6 @@ tessarinePDLibType fallback_tuning() {
 bool has_search_range(const tessarinePDLibType* tuning) {
   return tuning != nullptr &&
          (tuning->correlation.searchRange.from != 0 || tuning->correlation.searchRange.to != 0);
-}
-
-// Compared over the known name's length and no further: a longer name that starts alike also
-// matches.
-bool is_extension(const statsExtensionParamType& entry, const char* known) {
-  return entry.Name != nullptr && std::strncmp(entry.Name, known, std::strlen(known)) == 0 &&
-         extension_value(entry) != nullptr;
 }
 
 void read_repeat_pattern(const statsExtensionParamType& entry, PDLibRepeatPatternDetect* out) {

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
 #include "kernels/kernel_table.h"
 
 namespace {

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <limits>
 
-#include "core/numeric.h"
-#include "core/pdlib_log.h"
-#include "core/pdlib_switches.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
+#include "base/pdlib_status.h"
+#include "base/pdlib_switches.h"
 #include "diagnostics/xmlWriteParam.h"
+#include "frame/pdlib_utils_result.h"
+#include "frame/pdlib_utils_window.h"
 #include "sparse/pdlib_sparse_context.h"
 #include "sparse/pdlib_sparse_utils_calibration.h"
 #include "sparse/pdlib_sparse_utils_check.h"

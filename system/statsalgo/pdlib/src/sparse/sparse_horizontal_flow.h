@@ -7,7 +7,7 @@
 // lines as the image is high closes the frame.
 #pragma once
 
-#include "adaptive/context_flow.h"
+#include "frame/context_flow.h"
 
 struct pdaf_context_t;
 extern template class ContextFlow<pdaf_context_t>;
@@ -21,3 +21,6 @@ class SparseHorizontalFlow final : public ContextFlow<pdaf_context_t> {
   int Process(const PDLibParam* param, uint32_t lines, PDLibOutputData* output) override;
   int DeInit() override;
 };
+
+// A new flow; null without memory.
+IPDLIBFlow* CreateSparseHorizontalFlow();

@@ -3,8 +3,9 @@
 #pragma once
 
 #include "adaptive/pdlib_adaptive_k.h"
-#include "core/pdlib_flow.h"
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
+#include "base/pdlib_status.h"
+#include "frame/pdlib_flow.h"
 
 // `Context` has the members `adaptiveK`, `adaptiveData` (kAdaptiveDataSize bytes) and `tuning`. A
 // flow's header declares the instance for its context extern, since the context is incomplete
