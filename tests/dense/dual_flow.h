@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "dense/dpd_software_flow.h"
 #include "dense/dpd_software_flow_calibration.h"
 #include "dense/dpd_software_flow_frame.h"
 #include "dense/dpd_software_flow_grid.h"
