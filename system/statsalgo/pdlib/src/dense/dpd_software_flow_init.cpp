@@ -7,7 +7,6 @@
 #include "base/numeric.h"
 #include "base/pdlib_log.h"
 #include "base/pdlib_status.h"
-#include "base/pdlib_switches.h"
 #include "dense/dpd_software_flow_calibration.h"
 #include "frame/pdlib_flow.h"
 #include "frame/pdlib_utils_calibration.h"
@@ -395,14 +394,16 @@ int InitDPDContext(dpd_context_t* context, const PDLibInitParam& init,
     return kPDStatusBadInput;
   if (InitDPDCalibration(context, *init.calibration) != 0) return kPDStatusBadInput;
   context->hasOffsetMap = context->calibration.PD_OffsetMap.isAvailable != 0;
-  if (!build_bias(context)) return kPDStatusFlowFailed;
+  if (!build_bias(context)) {
+    PDLIB_ERROR("Out of memory");
+    return kPDStatusFlowFailed;
+  }
   adaptive_k_dpd_init(
       &context->adaptiveK, &context->tuning.adaptiveK,
       context->isVertical ? context->calibration.DCC_map_vertical : context->calibration.DCC_map,
       context->calibration.DCC_param.Q_factor, static_cast<int>(context->sensor.imageWidth),
       static_cast<int>(context->sensor.imageHeight));
   context->status = kDpdGridsWanted;
-  context->testMode = PDLIB_TEST_MODE != 0;
   read_extensions(context);
   context->requiredBufferBytes = required_bytes(*context);
   return kPDStatusOk;

@@ -40,8 +40,6 @@ void crop_axis(int extent, int start, int globalOffset, int blockSize, int block
 }  // namespace
 
 void set_window_configure_info(win_config_t* window, const PDLibWindowConfig& config) {
-  window->updated = 1;
-  window->valid = 1;
   window->horizontalWindowCount = config.horizontalWindowCount;
   window->verticalWindowCount = config.verticalWindowCount;
   window->x = config.window.startX;

@@ -9,8 +9,6 @@
 // A window as a flow keeps it. Fractions of the image; w and h are the distances between the
 // corners.
 struct win_config_t {
-  uint32_t updated;
-  uint32_t valid;
   uint32_t horizontalWindowCount;
   uint32_t verticalWindowCount;
   float x;
@@ -19,7 +17,7 @@ struct win_config_t {
   float h;
 };
 
-// Installs a configuration and sets both flags.
+// Installs a configuration.
 void set_window_configure_info(win_config_t* window, const PDLibWindowConfig& config);
 
 // Whether counts and corners differ from the installed window, without tolerance.

@@ -280,9 +280,3 @@ int set_pd_context_init_info(pdaf_context_t* context, const PDLibInitParam& init
                                        context->biasStrength);
   return built ? 0 : 1;
 }
-
-void set_pd_context_deinit(pdaf_context_t* context) {
-  context->biasVector.reset();
-  context->lcrBiasVector.reset();
-  if (context->adaptiveK.enable != 0) adaptive_k_deinit(&context->adaptiveK);
-}
