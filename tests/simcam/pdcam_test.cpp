@@ -111,8 +111,8 @@ TEST_F(Pdcam, FocusTellsAllInJsonCsvAndReport) {
   version.pop_back();
   for (const std::string& path : {Path("f.html"), Path("f-1.html")}) {
     const std::string report = WithoutPictures(ReadFile(path));
-    for (const std::string& text : {version, "pdcam focus --json", ">--dcc-error</td><td>0.08<",
-                                    ">--start</td><td>14<", "</html>"})
+    for (const char* text : {version.c_str(), "pdcam focus --json", ">--dcc-error</td><td>0.08<",
+                             ">--start</td><td>14<", "</html>"})
       EXPECT_NE(report.find(text), std::string::npos) << text;
     for (const char* outside : {"http:", "https:", "src=", "<script", "nan", "inf\""})
       EXPECT_EQ(report.find(outside), std::string::npos) << outside;
