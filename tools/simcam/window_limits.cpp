@@ -129,7 +129,7 @@ std::string WhyTooSmall(const SensorDescription& sensor, const CameraSettings& s
 std::string WhySumsAreOthers(const SensorDescription& sensor, const CameraSettings& settings) {
   const TuningChoices& tuning = sensor.tuning;
   const bool isAffected = !sensor.IsDual() && tuning.gridOverlap && !tuning.overlapSumByColumns &&
-                          settings.columns != settings.rows;
+                          settings.rows > 1 && settings.columns != settings.rows;
   if (!isAffected) return "";
   return "windows overlap in a grid of " + std::to_string(settings.columns) + " x " +
          std::to_string(settings.rows) +
