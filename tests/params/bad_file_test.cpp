@@ -12,11 +12,7 @@ namespace {
 TuningFile SmallFile(VersionUnion version = {5, 0, 0}, int32_t switchValue = 1) {
   TuningFile file(version);
   file.modes = {{0, 0, 0, 0}, {1, 2, 1, 0}};
-  for (uint32_t mode = 0; mode < 2; ++mode) {
-    PdSource source(1);
-    source.record().enableFocusMaps = switchValue;
-    AddPd(file, source, mode);
-  }
+  for (uint32_t mode = 0; mode < 2; ++mode) AddNumberedPd(file, mode, switchValue);
   return file;
 }
 
@@ -70,15 +66,7 @@ class BadFile : public Tuning {
     manager->FreeReplacedParameters();
     return loaded ? std::optional(records) : std::nullopt;
   }
-  void renew() { manager = std::make_unique<TuningSetManager>(); }
   MemoryFile file_;
-  int32_t valueAt(const std::vector<TuningMode>& branch) {
-    tessarinePDLibType* record = get(branch);
-    if (record == nullptr) return -1;
-    const int32_t value = record->enableFocusMaps;
-    record->Release();
-    return value;
-  }
 };
 
 TEST_F(BadFile, EachDefectHasItsError) {
@@ -158,7 +146,7 @@ TEST_F(BadFile, EachDefectHasItsError) {
        "Unable to create tessarinePDLibTypeClass, binary version ("},
       {"module's data", put(symbols + 52, 100), "Failed to load module data for:  Type: PDLib",
        "Failed to read symbol table entry"},
-      {"data offset", put(symbols + 48, 0xFFFFFFF0),
+      {"module's place", put(symbols + 48, 0xFFFFFFF0),
        "Failed to load module data for: ", "stands outside the data section"},
       {"duplicate", put(symbols + 56, 3), "",
        "Invalid DuplicateID value 3, should be less than module table count: 2"},
@@ -174,6 +162,10 @@ TEST_F(BadFile, EachDefectHasItsError) {
       Orvo::Host::StartLogCapture();
       const bool loaded = load(bytes, fileMode);
       EXPECT_EQ(loaded, *c.error == '\0');
+      // Only what is wrong with a module leaves the file in force.
+      const bool isThere = loaded || std::string(c.what).find("module") == 0;
+      EXPECT_EQ(manager->GetBinaryTag() != nullptr, isThere);
+      EXPECT_EQ(manager->GetFileVersion(), isThere ? VersionUnion(5, 0, 0) : VersionUnion());
       // A file's checksum is looked at before its header.
       if (fileMode && bytes.size() < 100) continue;
       EXPECT_EQ(error().substr(0, std::strlen(c.error)), c.error);
@@ -217,13 +209,13 @@ TEST_F(BadFile, CyclesOfParentsAndLinksAreRefused) {
     EXPECT_EQ(load(file.build(), false), *c.error == '\0') << error();
     EXPECT_EQ(error(), c.error);
     if (*c.error == '\0') {
-      EXPECT_EQ(valueAt(kRootBranch), 1);
+      EXPECT_EQ(at(kRootBranch), 1);
     }
   }
   // A group searched in a tree of links that seems to have no end.
   std::vector<TuningMode> group(65, {2, 0});
   group[0] = {0, 0};
-  EXPECT_EQ(valueAt(group), 1);
+  EXPECT_EQ(at(group), 1);
   TuningFile file = SmallFile();
   file.modes = {{0, 0, 0, 0}};
   constexpr uint32_t kLevels = 12;  // each level's modes all lead to the next one: 12^12 ways
@@ -237,7 +229,7 @@ TEST_F(BadFile, CyclesOfParentsAndLinksAreRefused) {
   ASSERT_TRUE(load(file.build(), false)) << error();
   group.assign(1, {0, 0});
   for (uint16_t sub = 0; sub <= kLevels; ++sub) group.push_back({2, sub});
-  EXPECT_EQ(valueAt(group), 1);
+  EXPECT_EQ(at(group), 1);
 }
 
 TEST_F(BadFile, AFileCantHaveItsBytesCopiedWithoutEnd) {
@@ -334,7 +326,7 @@ TEST_F(BadFile, AFailedExchangeKeepsTheOldData) {
                                     : manager->ReloadBinaryParameters(false);
       Orvo::Host::NeverFailAllocation();
       EXPECT_EQ(held->enableFocusMaps, 1);
-      const int32_t value = valueAt(kRootBranch);
+      const int32_t value = at(kRootBranch);
       if (!update) {
         EXPECT_EQ(value, exchanged ? 2 : 1) << index;
       }
@@ -345,6 +337,9 @@ TEST_F(BadFile, AFailedExchangeKeepsTheOldData) {
     }
     EXPECT_GT(kept, 20);
   }
+  for (const char* error : {"ReloadBinaryParameters: Failed to allocate ParameterBinaryFile class",
+                            "ReloadBinaryParameters: Failed to allocate space to read data"})
+    EXPECT_TRUE(logged(error)) << error;
 }
 
 TEST_F(BadFile, FailingReadsAreRetriedAndThenGivenUp) {
@@ -354,16 +349,16 @@ TEST_F(BadFile, FailingReadsAreRetriedAndThenGivenUp) {
     WriteFile(path(), good);
     Orvo::Host::FailRead(index);
     EXPECT_TRUE(manager->LoadBinaryParameters(path().c_str())) << index;
-    EXPECT_EQ(valueAt(kDeepBranch), 1);
+    EXPECT_EQ(at(kDeepBranch), 1);
     Orvo::Host::NeverFailRead();
     renew();
     Orvo::Host::FailRead(index, true);
     manager->LoadBinaryParameters(path().c_str());
-    const int32_t value = valueAt(kDeepBranch);
+    const int32_t value = at(kDeepBranch);
     Orvo::Host::NeverFailRead();
     EXPECT_TRUE(value == 1 || value == -1) << value;
     if (manager->IsLoadValid()) {
-      EXPECT_EQ(valueAt(kDeepBranch), 1);
+      EXPECT_EQ(at(kDeepBranch), 1);
     }
   }
   EXPECT_TRUE(logged("ParameterBinaryFile::Read failed, retrying"));
@@ -371,14 +366,12 @@ TEST_F(BadFile, FailingReadsAreRetriedAndThenGivenUp) {
   // A mode that can't be read gives way to its ancestor, and is read when the file can be again.
   TuningFile file = SmallFile();
   file.modules.pop_back();
-  PdSource deep(1);
-  deep.record().enableFocusMaps = 9;
-  AddPd(file, deep, 1);
+  AddNumberedPd(file, 1, 9);
   ASSERT_TRUE(load(file.build(), true));
   Orvo::Host::FailRead(0, true);
-  EXPECT_EQ(valueAt(kDeepBranch), 1);
+  EXPECT_EQ(at(kDeepBranch), 1);
   Orvo::Host::NeverFailRead();
-  EXPECT_EQ(valueAt(kDeepBranch), 9);
+  EXPECT_EQ(at(kDeepBranch), 9);
 }
 
 TEST_F(BadFile, AFileThatChangesBetweenTwoReadsMustBeReloaded) {

@@ -10,6 +10,7 @@
 
 #include "fdsetmanager.h"
 #include "imagesensormodulesetmanager.h"
+#include "orvo/log.h"
 #include "parametercrc.h"
 #include "parameterlist.h"
 #include "parametermap.h"
@@ -196,6 +197,47 @@ TEST(ParameterTexts, RawReadsStepByTheAlignment) {
   EXPECT_TRUE(utils::WriteString("abc", text, sizeof(text), &written, true, nullptr));
   EXPECT_FALSE(utils::WriteString("xy", text, sizeof(text), &written, false, nullptr));
   EXPECT_EQ(written, 4u);
+}
+
+struct Logger : IParameterLoggingAPI {
+  const char* GetBinaryTag() const override { return tag; }
+  bool IsLogLevelEnabled(ParameterLogLevel level) const override { return level != silent; }
+  const char* tag = nullptr;
+  uint32_t silent = UINT32_MAX;
+};
+
+TEST(ParameterLog, LinesHaveALevelAGroupAndAnOrigin) {
+  const LogCapture log;
+  Logger logger;
+  char address[32];
+  std::snprintf(address, sizeof(address), "%p ", static_cast<const void*>(&logger));
+  struct Case {
+    ParameterLogLevel level;
+    uint32_t platformLevel;
+    const char* word;
+  };
+  for (const Case& c : {Case{kParameterLogDebug, Orvo::Log::kLevelDebug, "[DEBUG]"},
+                        Case{kParameterLogWarning, Orvo::Log::kLevelWarning, "[WARNING]"},
+                        Case{kParameterLogError, Orvo::Log::kLevelError, "[ERROR]"}}) {
+    const std::string start = std::string(c.word) + " ParameterParser: ";
+    Orvo::Host::StartLogCapture();
+    logger = {};
+    ParameterLogging::Write(nullptr, c.level, "a/b\\c.cpp", 7, "%d\n", 5);
+    ParameterLogging::Write(&logger, c.level, "c.cpp", 7, "5\n");
+    logger.tag = "tag";
+    ParameterLogging::Write(&logger, c.level, nullptr, 7, "5\n");
+    logger.silent = c.level;
+    ParameterLogging::Write(&logger, c.level, "c.cpp", 7, "5\n");
+    const auto lines = Orvo::Host::CapturedLog();
+    ASSERT_EQ(lines.size(), 3u);
+    const std::string texts[] = {"c.cpp:7: 5\n", address + std::string("c.cpp:7: 5\n"),
+                                 address + std::string("(tag): FileNameIsNULL:7: 5\n")};
+    for (size_t i = 0; i < 3; ++i) {
+      EXPECT_EQ(lines[i].text, start + texts[i]);
+      EXPECT_EQ(lines[i].level, c.platformLevel);
+      EXPECT_EQ(lines[i].group, Orvo::Log::kGroupStatsAF);
+    }
+  }
 }
 
 TEST(ParameterTypes, ShortNamesFitTheirField) {

@@ -25,8 +25,7 @@ Bytes NumberedFile(int32_t number) {
   for (uint32_t i = 0; i < 8; ++i) {
     if (i != 0) file.modes.push_back({i, 5, static_cast<uint16_t>(i), 0});
     PdSource source(1);
-    source.record().enableFocusMaps = number;
-    source.record().enablePeripheralWindows = number;
+    source.record().enableFocusMaps = source.record().enablePeripheralWindows = number;
     AddPd(file, source, i);
   }
   return file.build();
