@@ -148,7 +148,7 @@ TEST_F(Life, NoClientHoldsUpAStop) {
         std::this_thread::sleep_for(Milliseconds(30));
         own.open();
       });
-      expectQuick([&] {
+      ExpectQuick([&] {
         if (destroyed) {
           manager.reset();
         } else {

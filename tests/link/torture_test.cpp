@@ -56,23 +56,6 @@ class Torture : public Link {
 
 const char* const kField = "0:tessarinePDLib.skipControl:maxFrameRate";
 
-TEST_F(Torture, EveryValueOfEveryHeaderByte) {
-  manager->SetLogLevels(true, false, false);
-  const std::string request = TextFrame(5, 1, kField);
-  for (size_t offset = 0; offset < kHeader; ++offset) {
-    for (int value = 0; value < 256; ++value) {
-      std::string changed = request;
-      changed[offset] = static_cast<char>(value);
-      deliver(changed);
-      if (HasFatalFailure()) return;
-      // A wrong length leaves part of a frame or bytes that are none, and another command may too.
-      if (offset == 4 || offset == 5) recover();
-    }
-    recover();
-    expectAlive();
-  }
-}
-
 TEST_F(Torture, ARequestMayGoOnOverTheNextConnection) {
   const std::string request = TextFrame(5, 1, kField);
   for (size_t size = 0; size < request.size(); ++size) {
@@ -163,17 +146,6 @@ TEST_F(Torture, AToolThatNeverReads) {
     }
     recover();
     expectAlive();
-  }
-}
-
-TEST_F(Torture, ByteByByte) {
-  LinkClient client(port());
-  for (uint32_t id = 0; id < 5; ++id) {
-    for (const char byte : TextFrame(5, id, kField)) {
-      ASSERT_TRUE(client.send(std::string(1, byte)));
-      std::this_thread::yield();
-    }
-    EXPECT_EQ(client.receive(), TextFrame(5, id, "maxFrameRate=15"));
   }
 }
 
