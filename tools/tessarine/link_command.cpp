@@ -2,17 +2,32 @@
 #include <cstdio>
 
 #include "link_commands.h"
+#include "link_tree.h"
 #include "modes.h"
+#include "source_text.h"
 
 namespace tessarine {
 namespace {
 
 constexpr size_t kLongestPath = 512;
 
+// What is wrong with the first step of a branch that names no mode.
+std::string FaultOf(const std::string& branch) {
+  for (const std::string& step : SplitText(branch, '|')) {
+    if (ParseMode(step)) continue;
+    const std::string name = step.substr(0, step.find('.'));
+    const std::optional<ModeKey> mode = ParseMode(name);
+    if (!mode) return "there is no mode '" + step + "'" + NearestName(name, ModeNames());
+    return "there is no mode '" + step + "'" +
+           NearestName(step.substr(name.size() + 1), SubModeNames(mode->mode));
+  }
+  return "expected modes joined by '|', found '" + branch + "'";
+}
+
 // A branch as the device spells it.
 std::string Canonical(std::string& text) {
   const std::optional<Branch> branch = ParseBranch(text);
-  if (!branch) return "expected modes joined by '|', found " + text;
+  if (!branch) return FaultOf(text);
   text = ToText(*branch);
   return text.size() <= kLongestPath ? "" : "expected a branch of 512 characters at most";
 }
@@ -38,6 +53,23 @@ std::string CheckLinkPath(const std::string& path) {
 
 void PrintJson(const OrderedJson& json) {
   std::fputs(Print(json).c_str(), stdout);
+}
+
+void Warn(const std::string& text) {
+  std::fprintf(stderr, "tessarine: %s\n", text.c_str());
+}
+
+void RequireMode(LinkDevice& device, const std::string& branch) {
+  if (const std::string absent = FindAbsentMode(device, branch); !absent.empty())
+    throw NotOnDevice(absent);
+}
+
+void WarnOfAbsentMode(LinkDevice& device, const std::string& branch, const std::string& path) {
+  const std::string absent = FindAbsentMode(device, branch);
+  if (absent.empty()) return;
+  const std::string module = path.substr(0, path.find('.'));
+  Warn(absent + "; the values are those of " +
+       device.OriginOf(branch, module).value_or("an unknown mode"));
 }
 
 void AddLinkCommand(CLI::App& app, int& status) {
