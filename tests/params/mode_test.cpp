@@ -82,23 +82,20 @@ TEST_F(Modes, TheDeepestModeThatHoldsTheModuleWins) {
 
 TEST_F(Modes, AFileWithoutAModeTableHasTheDefault) {
   TuningFile file;
-  PdSource source(0);
-  AddPd(file, source, 0);
+  AddNumberedPd(file, 0, 8);
   for (const bool fileMode : {false, true}) {
     ASSERT_TRUE(load(file.build(), fileMode)) << error();
-    EXPECT_EQ(at({{0, 0}, {2, 0}}), source.record().enableFocusMaps);
+    EXPECT_EQ(at({{0, 0}, {2, 0}}), 8);
   }
 }
 
 TEST_F(Modes, AnEntryWithItsParentsKeyIsItsParent) {
   TuningFile file;
   file.modes = {{0, 0, 0, 0}, {1, 2, 3, 0}, {2, 2, 3, 1}, {3, 2, 3, 2}, {4, 3, 0, 3}};
-  PdSource root(0), deep(0, 500);
-  AddPd(file, root, 0);
-  AddPd(file, deep, 3);
+  for (const int32_t mode : {0, 3}) AddNumberedPd(file, static_cast<uint32_t>(mode), mode);
   ASSERT_TRUE(load(file.build(), false)) << error();
   EXPECT_EQ(manager->GetModeEntry(3u), manager->GetModeEntry(1u));
-  EXPECT_EQ(at({{0, 0}, {2, 3}, {3, 0}}), deep.record().enableFocusMaps);
+  EXPECT_EQ(at({{0, 0}, {2, 3}, {3, 0}}), 3);
 }
 
 TEST_F(Modes, ModesShareAnInstanceByItsDuplicateId) {

@@ -501,7 +501,9 @@ TEST_F(LibraryLink, IsServedFromAFile) {
   EXPECT_NE(cut.errors.find("cut.bin: expected a tuning file that the library loads: "),
             std::string::npos)
       << cut.errors;
-  EXPECT_EQ(Run("serve /nosuch/file").status, 3);
+  const Outcome missing = Run("serve /nosuch/file");
+  EXPECT_EQ(missing.errors, "tessarine: /nosuch/file: there is no such file\n");
+  EXPECT_EQ(missing.status, 3);
   EXPECT_EQ(Run("serve " + Path("tuning.bin") + " --port-file /nosuch/folder/x").status, 3);
 }
 
