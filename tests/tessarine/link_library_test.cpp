@@ -42,6 +42,12 @@ class LibraryLink : public testing::Test {
     std::ofstream(Path(name), std::ios::binary) << content;
     return Path(name);
   }
+  // Waits until another program has written something to it.
+  bool HasFile(const std::string& name) const {
+    for (int i = 0; i < 1000 && test::ReadFile(Path(name)).empty(); ++i)
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    return !test::ReadFile(Path(name)).empty();
+  }
   Outcome Run(const std::string& arguments) const {
     return test::RunProgram(TESSARINE_PROGRAM, arguments, Path("errors"));
   }
@@ -421,20 +427,21 @@ TEST_F(LibraryLink, TakesATextForTheSameUpToItsNul) {
 
 TEST_F(LibraryLink, IsFreeForOthersWhileItIsWatched) {
   Load(test::FromSource(kTuning));
+  const std::string field = " Default tessarinePDLib preProcess.boxFilterLength";
   Outcome watched{};
   std::thread watching([&] {
-    watched = test::RunProgram(TESSARINE_PROGRAM,
-                               "link" + Port() +
-                                   "watch Default tessarinePDLib preProcess.boxFilterLength "
-                                   "--count 30 --every 0.1",
-                               Path("watched"));
+    watched = test::RunProgram(
+        TESSARINE_PROGRAM,
+        "link" + Port() + "watch" + field + " --count 2 --every 4 >" + Path("samples"),
+        Path("watched"));
   });
-  std::this_thread::sleep_for(std::chrono::seconds(1));
-  EXPECT_EQ(Link("set Default tessarinePDLib preProcess.boxFilterLength=2 --timeout 1.5").status,
-            0);
+  EXPECT_TRUE(HasFile("samples"));
+  EXPECT_EQ(Link("set" + field + "=2 --timeout 3").status, 0);
   watching.join();
   EXPECT_EQ(watched.status, 0) << watched.errors;
-  EXPECT_NE(watched.output.find("boxFilterLength = 2\n"), std::string::npos) << watched.output;
+  const std::string samples = test::ReadFile(Path("samples"));
+  EXPECT_NE(samples.find("Length = 4\n"), std::string::npos) << samples;
+  EXPECT_NE(samples.find("Length = 2\n"), std::string::npos) << samples;
 }
 
 // One client at a time: another is connected, and waits.
@@ -479,11 +486,8 @@ TEST_F(LibraryLink, IsServedFromAFile) {
     served = Run("serve " + Path("tuning.bin") + " --seconds 60 --port-file " + Path("port") +
                  " & echo $! >" + Path("process") + "; wait $!");
   });
-  std::string port;
-  for (int i = 0; i < 1000 && port.empty(); ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    port = test::ReadFile(Path("port"));
-  }
+  EXPECT_TRUE(HasFile("port"));
+  const std::string port = test::ReadFile(Path("port"));
   const Outcome applied = test::RunProgram(
       TESSARINE_PROGRAM,
       "link apply " TESSARINE_TUNING " --port " + port.substr(0, port.find('\n')), Path("applied"));

@@ -22,11 +22,6 @@ struct DeviceModule {
 DeviceModule ReadModule(LinkDevice& device, const std::string& branch, const ModuleSchema& schema,
                         const Value& expected);
 
-// What a source can't hold of a value that a device took, told of the field; "" if it can.
-std::string FindUnsavable(const LinkOutcome& outcome);
-// Puts 0 in place of enumerations that no source may have; a line for each.
-std::vector<std::string> MakeSavable(Module& module);
-
 // Where a module's values on a branch come from, unless that is the branch's own mode: to change
 // them is to change that mode. "an unknown mode" if the device doesn't tell.
 std::optional<std::string> OtherOrigin(LinkDevice& device, const std::string& branch,

@@ -7,6 +7,7 @@
 #include "link_commands.h"
 #include "link_fields.h"
 #include "link_module.h"
+#include "link_unsavable.h"
 #include "source.h"
 
 namespace tessarine {

@@ -7,6 +7,7 @@
 #include "link_fields.h"
 #include "link_module.h"
 #include "link_shared.h"
+#include "link_unsavable.h"
 
 namespace tessarine {
 namespace {
