@@ -117,7 +117,7 @@ TEST_F(LibraryLink, AnswersEachQuestion) {
       {"get Default abf34_ife", 1, "abf34_ife: its fields are not known to the device"},
       {"get Default 'a:b'", 2, "joined by '.'"},
       {"save Default abf34_ife -o /nosuch/x", 1, "its fields are not known to the device"},
-      {"save Default tessarinePDLib -o /nosuch/x", 3, "can be written"},
+      {"save Default tessarinePDLib -o /nosuch/x", 3, "no file can be made beside it"},
       {"watch Default tessarinePDLib preProcess.boxFilterLength --count 2 --every 0.01", 0,
        " s  preProcess.boxFilterLength = 4\n"},
       {"watch Default tessarinePDLib nosuch --count 2", 1, "has no field 'nosuch'"},
