@@ -4,30 +4,16 @@
 #include "link_commands.h"
 #include "link_tree.h"
 #include "modes.h"
-#include "source_text.h"
 
 namespace tessarine {
 namespace {
 
 constexpr size_t kLongestPath = 512;
 
-// What is wrong with the first step of a branch that names no mode.
-std::string FaultOf(const std::string& branch) {
-  for (const std::string& step : SplitText(branch, '|')) {
-    if (ParseMode(step)) continue;
-    const std::string name = step.substr(0, step.find('.'));
-    const std::optional<ModeKey> mode = ParseMode(name);
-    if (!mode) return "there is no mode '" + step + "'" + NearestName(name, ModeNames());
-    return "there is no mode '" + step + "'" +
-           NearestName(step.substr(name.size() + 1), SubModeNames(mode->mode));
-  }
-  return "expected modes joined by '|', found '" + branch + "'";
-}
-
 // A branch as the device spells it.
 std::string Canonical(std::string& text) {
   const std::optional<Branch> branch = ParseBranch(text);
-  if (!branch) return FaultOf(text);
+  if (!branch) return BranchFault(text);
   text = ToText(*branch);
   return text.size() <= kLongestPath ? "" : "expected a branch of 512 characters at most";
 }
