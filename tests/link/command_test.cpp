@@ -6,10 +6,8 @@
 namespace test {
 namespace {
 
-struct Case {
-  std::string request;
-  std::string reply;  // empty: the request is dropped
-};
+// A request, and its reply: empty where the request is dropped.
+using Case = std::pair<std::string, std::string>;
 
 class Commands : public Link {
  protected:
@@ -17,10 +15,10 @@ class Commands : public Link {
   // reply.
   void expectReplies(const std::vector<Case>& cases) {
     LinkClient client(port());
-    for (const Case& c : cases) {
-      ASSERT_TRUE(client.send(c.request));
-      if (c.reply.empty()) continue;
-      ASSERT_EQ(client.receive(), c.reply) << "request " << testing::PrintToString(c.request);
+    for (const auto& [request, reply] : cases) {
+      ASSERT_TRUE(client.send(request));
+      if (reply.empty()) continue;
+      ASSERT_EQ(client.receive(), reply) << "request " << testing::PrintToString(request);
     }
     EXPECT_EQ(client.ask(ShortFrame(0)), DeviceInfo(manager.get()));
   }
@@ -39,17 +37,12 @@ struct Entries {
   std::string fitting{};
 };
 
-struct TextCase {
-  std::string payload;
-  std::string reply;
-};
-
-std::vector<Case> WithIds(uint16_t command, const std::vector<TextCase>& texts) {
-  std::vector<Case> cases;
+// The payloads of both, with an ID.
+std::vector<Case> WithIds(uint16_t command, std::vector<Case> cases) {
   uint32_t id = 0xFEDCBA98;
-  for (const TextCase& text : texts) {
-    ++id;
-    cases.push_back({TextFrame(command, id, text.payload), TextFrame(command, id, text.reply)});
+  for (auto& [request, reply] : cases) {
+    request = TextFrame(command, ++id, request);
+    reply = TextFrame(command, id, reply);
   }
   return cases;
 }

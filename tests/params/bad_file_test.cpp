@@ -175,29 +175,23 @@ TEST_F(BadFile, AModuleRepeatsOneOfItsOwnClassOnly) {
 }
 
 TEST_F(BadFile, CyclesOfParentsAndLinksAreRefused) {
-  struct Case {
-    std::vector<TuningFile::Mode> modes;
-    const char* error;
+  const char* const parents = "ReadModeSection: Parent modes form a cycle";
+  const char* const links = "ReadModeSection: Link modes form a cycle";
+  const std::vector<std::pair<const char*, std::vector<TuningFile::Mode>>> cases{
+      {parents, {{0, 0, 0, 0}, {1, 2, 0, 2}, {2, 2, 1, 1}}},
+      {parents, {{0, 0, 0, 0}, {1, 2, 0, 3}, {2, 2, 0, 1}, {3, 2, 0, 2}}},
+      {links, {{0, 0, 0, 0}, {1, 2, 0, 0, 2}, {2, 2, 1, 0, 3}, {3, 2, 2, 0, 1}}},
+      {links, {{0, 0, 0, 0}, {1, 2, 0, 0, 2}, {2, 2, 0, 1}}},
+      {"", {{0, 0, 0, 1}, {1, 2, 0, 0}}},                   // the first entry's parent counts not
+      {"", {{0, 0, 0, 0}, {1, 2, 0, 2}, {2, 1, 0, 0}}},     // a parent may come later
+      {"", {{0, 0, 0, 0}, {1, 2, 0, 0, 0}, {2, 2, 0, 1}}},  // a link to an ancestor is no cycle
   };
-  const Case cases[] = {
-      {{{0, 0, 0, 0}, {1, 2, 0, 2}, {2, 2, 1, 1}}, "ReadModeSection: Parent modes form a cycle"},
-      {{{0, 0, 0, 0}, {1, 2, 0, 3}, {2, 2, 0, 1}, {3, 2, 0, 2}},
-       "ReadModeSection: Parent modes form a cycle"},
-      {{{0, 0, 0, 0}, {1, 2, 0, 0, 2}, {2, 2, 1, 0, 3}, {3, 2, 2, 0, 1}},
-       "ReadModeSection: Link modes form a cycle"},
-      {{{0, 0, 0, 0}, {1, 2, 0, 0, 2}, {2, 2, 0, 1}}, "ReadModeSection: Link modes form a cycle"},
-      {{{0, 0, 0, 1}, {1, 2, 0, 0}}, ""},                   // the first entry's parent counts not
-      {{{0, 0, 0, 0}, {1, 2, 0, 2}, {2, 1, 0, 0}}, ""},     // a parent may come later
-      {{{0, 0, 0, 0}, {1, 2, 0, 0, 0}, {2, 2, 0, 1}}, ""},  // a link to an ancestor is no cycle
-  };
-  for (const Case& c : cases) {
+  for (const auto& [expected, modes] : cases) {
     TuningFile file = SmallFile();
-    file.modes = c.modes;
-    EXPECT_EQ(load(file.build(), false), *c.error == '\0') << error();
-    EXPECT_EQ(error(), c.error);
-    if (*c.error == '\0') {
-      EXPECT_EQ(at(kRootBranch), 1);
-    }
+    file.modes = modes;
+    EXPECT_EQ(load(file.build(), false), *expected == '\0') << error();
+    EXPECT_EQ(error(), expected);
+    EXPECT_EQ(at(kRootBranch), *expected == '\0' ? 1 : -1);
   }
   // A group searched in a tree of links that seems to have no end.
   std::vector<TuningMode> group(65, {2, 0});

@@ -33,11 +33,7 @@ class Modes : public Tuning {
 };
 
 TEST_F(Modes, TheDeepestModeThatHoldsTheModuleWins) {
-  struct Case {
-    std::vector<TuningMode> branch;
-    Node expected;
-  };
-  const Case cases[] = {
+  const std::vector<std::pair<std::vector<TuningMode>, Node>> cases{
       {{}, kRoot},
       {{{0, 0}}, kRoot},
       {{{0, 0}, {2, 0}}, kA},
@@ -61,10 +57,10 @@ TEST_F(Modes, TheDeepestModeThatHoldsTheModuleWins) {
   };
   for (const bool fileMode : {false, true}) {
     ASSERT_TRUE(load(TreeFile().build(), fileMode)) << error();
-    for (const Case& c : cases) {
-      EXPECT_EQ(at(c.branch), static_cast<int32_t>(c.expected))
-          << (fileMode ? "file " : "buffer ") << c.branch.size() << " "
-          << (c.branch.empty() ? 0 : c.branch.back().subMode);
+    for (const auto& [branch, expected] : cases) {
+      EXPECT_EQ(at(branch), static_cast<int32_t>(expected))
+          << (fileMode ? "file " : "buffer ") << branch.size() << " "
+          << (branch.empty() ? 0 : branch.back().subMode);
     }
     EXPECT_EQ(manager->GetModule_tessarinePDLib(nullptr, 0, nullptr)->enableFocusMaps, kRoot);
     EXPECT_EQ(manager->GetModule_tessarinePDLib(nullptr, 3, nullptr)->enableFocusMaps, kRoot);
