@@ -64,10 +64,13 @@ TEST_F(Tessarine, TellsByItsStatusWhatWentWrong) {
       {"compile " + Path("small.json") + " -o x --format 5.0.1", 2, "up to 5.0.0"},
       {"show" + small + " --mode Usecas.Video", 2, "Usecas.Video"},
       {"show" + small + " --module tessarinePDLb", 3, "the nearest name is 'tessarinePDLib'"},
-      {"show" + bad + " --module tessarinePDLib", 0, "damaged.bin: checksum: expected"},
+      {"show" + bad + " --module tessarinePDLib", 1, "damaged.bin: checksum: expected"},
       {"show " + Path("empty.bin"), 3, "empty.bin: file: 0 bytes are too short"},
       {"show /nosuch/file", 3, "/nosuch/file: there is no such file"},
-      {"diff" + small + " " + Path("small.json"), 3, "small.json: header: expected the tag"},
+      {"diff" + small + " " + Path("small.json"), 0, ""},
+      {"check " + Path("small.json"), 0, ""},
+      {"check " + Path("misspelt.json"), 1, ""},
+      {"diff" + small + " " + Path("misspelt.json"), 3, "misspelt.json:3: Default tess"},
       {"decompile" + bad + " -o " + Path("x.json"), 3, "damaged.bin: checksum: expected"},
       {"compile " + Path("small.json") + " -o /nosuch/folder/x", 3,
        "/nosuch/folder/x: no file can be made beside it"},
@@ -99,7 +102,7 @@ TEST_F(Tessarine, TellsThatStandardOutputIsFull) {
       const Outcome outcome = Run(command + " >" + output);
       EXPECT_EQ(outcome.status, 3) << command;
       EXPECT_NE(outcome.errors.find(": can't be written"), std::string::npos) << command << "\n"
-                                                                                << outcome.errors;
+                                                                              << outcome.errors;
     }
   // Nothing was to be written there.
   EXPECT_EQ(Run("compile " + Path("small.json") + " -o " + Path("small.bin") + " >&-").status, 0);

@@ -29,14 +29,21 @@ void AddCompileCommand(CLI::App& app, int& status) {
                    : "expected a version up to " + ToText(kNewestFormat) + ", found " + text;
       });
   command->footer(
-      "The alignment of fields follows from the format: 8 from 1.1.0 up to 3.0.0, else 1.\n\n"
+      "The alignment of fields follows from the format: 8 from 1.1.0 up to 3.0.0, else 1.\n"
+      "Exit status 1 tells that the file was made, but the library refuses it or never serves "
+      "some of it.\n\n"
       "Examples:\n"
       "  tessarine compile tuning.json -o tuning.bin\n"
       "  tessarine compile tuning.json -o old.bin --format 3.0.0");
   command->callback([options, &status] {
     const Model model = ReadSource(LoadText(options->source), options->source, options->choices);
-    SaveBytes(options->output, WriteFile(model));
-    status = kDone;
+    const Bytes file = WriteFile(model);
+    SaveBytes(options->output, file);
+    const FileReading reading = ReadFile(file);
+    for (const std::vector<std::string>& lines : {reading.defects, reading.unserved})
+      for (const std::string& line : lines)
+        std::fprintf(stderr, "tessarine: %s: %s\n", options->source.c_str(), line.c_str());
+    status = reading.defects.empty() && reading.unserved.empty() ? kDone : kFound;
   });
 }
 

@@ -98,6 +98,25 @@ bool IsUtf8(const std::string& text) {
   }
 }
 
+std::string Printable(const std::string& text) {
+  const bool isUtf8 = IsUtf8(text);
+  std::string shown;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<uint8_t>(text[i]);
+    // U+0080 to U+009F are control characters too.
+    const bool isWide =
+        byte == 0xC2 && i + 1 < text.size() && static_cast<uint8_t>(text[i + 1]) < 0xA0;
+    if (byte >= ' ' && byte != 0x7F && (byte < 0x80 || isUtf8) && !isWide) {
+      shown += text[i];
+      continue;
+    }
+    shown += "\\x" + ToHex(View(&byte, 1));
+    if (isUtf8 && isWide)
+      shown += "\\x" + ToHex(View(reinterpret_cast<const uint8_t*>(&text[++i]), 1));
+  }
+  return shown;
+}
+
 std::string ToHex(View bytes) {
   static const char* const kDigits = "0123456789abcdef";
   std::string text;

@@ -67,6 +67,7 @@ OrderedJson SourceWriter::Write(const Mode& mode) const {
 OrderedJson SourceWriter::Layout() const {
   OrderedJson layout = OrderedJson::object();
   if (!model_.hasModeTable) layout["modeTable"] = false;
+  if (!model_.hasDataTable && Format(model_.format).HasDataTable()) layout["dataTable"] = false;
   if (!model_.sharesEqual) layout["shareEqual"] = false;
   if (model_.hasWideSymbols) layout["wideSymbols"] = true;
   return layout;
