@@ -17,8 +17,10 @@ void AddMeasured(OrderedJson& json, const PDLibDefocusInfo& measured) {
   json["confidence"] = measured.confidence;
 }
 
-void AddMatched(OrderedJson& json, const PDLibDefocusInfo& measured) {
+void AddMatched(OrderedJson& json, const MatchSettings& settings,
+                const PDLibDefocusInfo& measured) {
   AddMeasured(json, measured);
+  json["at_edge"] = IsAtEdge(settings, measured);
   json["range_low"] = measured.rangeLow;
   json["range_high"] = measured.rangeHigh;
 }
@@ -146,11 +148,11 @@ OrderedJson ToJson(const MatchResult& result) {
   for (const MatchWindow& window : result.windows) {
     OrderedJson entry = {{"row", window.row}, {"column", window.column}};
     entry["middle_px"] = {window.x, window.y};
-    AddMatched(entry, window.measured);
+    AddMatched(entry, settings, window.measured);
     json["windows"].push_back(std::move(entry));
   }
   json["whole"] = OrderedJson::object();
-  AddMatched(json["whole"], result.whole);
+  AddMatched(json["whole"], settings, result.whole);
   return json;
 }
 
@@ -192,14 +194,16 @@ std::string FocusCsv(const FocusResult& result) {
 }
 
 std::string MatchCsv(const MatchResult& result) {
-  std::string csv = "row,column,x_px,y_px,phase_px,confidence,range_low,range_high,defocus\n";
+  std::string csv =
+      "row,column,x_px,y_px,phase_px,confidence,range_low,range_high,defocus,at_edge\n";
   for (const MatchWindow& window : result.windows) {
     const PDLibDefocusInfo& measured = window.measured;
     csv += std::to_string(window.row) + "," + std::to_string(window.column) + "," +
            Fixed(window.x, 1) + "," + Fixed(window.y, 1) + "," +
            Fixed(static_cast<double>(measured.phaseDiff), 4) + "," +
            std::to_string(measured.confidence) + "," + std::to_string(measured.rangeLow) + "," +
-           std::to_string(measured.rangeHigh) + "," + std::to_string(measured.defocus) + "\n";
+           std::to_string(measured.rangeHigh) + "," + std::to_string(measured.defocus) + "," +
+           (IsAtEdge(result.settings, measured) ? "1" : "0") + "\n";
   }
   return csv;
 }
