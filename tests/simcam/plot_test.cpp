@@ -70,7 +70,7 @@ TEST(ReportTest, SaysThatARunFailed) {
     const char* message;  // "": none
   };
   const Case cases[] = {{3, true, {}, ""},
-                        {{}, true, {}, "not in focus after 2 frames"},
+                        {{}, true, {}, "The camera was not in focus after 2 frames"},
                         {3, false, {}, "failed on 2 of 2 frames"},
                         {3, true, {"K is off"}, "K is off"}};
   for (const Case& c : cases) {

@@ -142,19 +142,26 @@ std::string Plot::Grid() const {
   return svg;
 }
 
-std::string Plot::MarkerAt(double x, double y, const Series& series) {
-  const std::string paint = series.color + "\"";
+// The attributes that all markers of a series share.
+std::string Plot::MarkerStyle(const Series& series) {
   switch (series.marker) {
     case Marker::kRing:
-      return "<circle cx=\"" + Pixel(x) + "\" cy=\"" + Pixel(y) +
-             "\" r=\"2.6\" fill=\"none\" stroke-opacity=\"0.75\" stroke=\"" + paint + "/>\n";
-    case Marker::kCross:
-      return "<path d=\"M" + Pixel(x - 2.6) + "," + Pixel(y - 2.6) + " l5.2,5.2 m0,-5.2 l-5.2,5.2" +
-             "\" stroke-width=\"1.3\" stroke=\"" + paint + "/>\n";
+      return "fill=\"none\" stroke-opacity=\"0.75\" stroke=\"" + series.color + "\"";
+    case Marker::kCross: return "stroke-width=\"1.3\" stroke=\"" + series.color + "\"";
     case Marker::kDisc: break;
   }
-  return "<circle cx=\"" + Pixel(x) + "\" cy=\"" + Pixel(y) + "\" r=\"2.8\" fill=\"" + paint +
-         "/>\n";
+  return "fill=\"" + series.color + "\"";
+}
+
+std::string Plot::MarkerAt(double x, double y, Marker marker) {
+  if (marker == Marker::kCross)
+    return "<path d=\"M" + Pixel(x - 2.6) + "," + Pixel(y - 2.6) +
+           " l5.2,5.2 m0,-5.2 l-5.2,5.2\"/>\n";
+  return "<circle cx=\"" + Pixel(x) + "\" cy=\"" + Pixel(y) + "\" r=\"2.7\"/>\n";
+}
+
+std::string Plot::Markers(const Series& series, const std::string& markers) {
+  return "<g " + MarkerStyle(series) + ">\n" + markers + "</g>\n";
 }
 
 std::string Plot::Legend(double& bottom) const {
@@ -179,7 +186,7 @@ std::string Plot::Legend(double& bottom) const {
   for (const Series& series : series_) {
     if (series.name.empty()) continue;
     const double at = place(series.name);
-    svg += series.isDots ? MarkerAt(at + 10, y - 4, series)
+    svg += series.isDots ? Markers(series, MarkerAt(at + 10, y - 4, series.marker))
                          : LineBetween(at, y - 4, at + 19, y - 4,
                                        "stroke=\"" + series.color + "\" stroke-width=\"2\"" +
                                            Dashes(series.line));
@@ -214,8 +221,8 @@ std::string Plot::Marks() const {
 std::string Plot::Drawn(const Series& series) const {
   std::string svg;
   if (series.isDots) {
-    for (const auto& [x, y] : series.points) svg += MarkerAt(ToX(x), ToY(y), series);
-    return svg;
+    for (const auto& [x, y] : series.points) svg += MarkerAt(ToX(x), ToY(y), series.marker);
+    return Markers(series, svg);
   }
   svg = "<polyline fill=\"none\" stroke=\"" + series.color + "\" stroke-width=\"2\"" +
         Dashes(series.line) + " points=\"";

@@ -53,7 +53,9 @@ class Plot {
   };
 
   void Add(Series series);
-  static std::string MarkerAt(double x, double y, const Series& series);
+  static std::string MarkerStyle(const Series& series);
+  static std::string MarkerAt(double x, double y, Marker marker);
+  static std::string Markers(const Series& series, const std::string& markers);
   std::string Grid() const;
   std::string Marks() const;
   std::string Drawn(const Series& series) const;
