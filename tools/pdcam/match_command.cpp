@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "csv_output.h"
 #include "errors.h"
 #include "json_output.h"
 #include "match_run.h"
@@ -71,8 +72,8 @@ int Run(const Options& options) {
   const MatchResult result =
       simcam::RunMatch(device.Library(), options.left, options.right, settings);
   const OutputOptions& output = options.output;
-  if (!output.csv.empty()) simcam::WriteFile(output.csv, MatchCsv(result));
-  if (!output.report.empty()) simcam::WriteFile(output.report, MatchReport(result));
+  output.SaveCsv(MatchCsv(result));
+  output.SaveReport(MatchReport(result, output.Record()));
   if (output.isJson)
     PrintJson(ToJson(result));
   else
@@ -84,8 +85,8 @@ int Run(const Options& options) {
 
 void AddMatchCommand(CLI::App& app, int& status) {
   const auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand(
-      "match", "Compares two pictures, the left and the right view of a real dual-PD sensor");
+  CLI::App* command = AddCommand(
+      app, "match", "Compares two pictures, the left and the right view of a real dual-PD sensor");
   command->add_option("left", options->left, "The left view: PGM or PNG of 8 or 16 bits")
       ->required();
   command->add_option("right", options->right, "The right view, of the same size and depth")
@@ -118,8 +119,7 @@ void AddMatchCommand(CLI::App& app, int& status) {
       ->add_option("--defocus-per-px", options->match.defocusPerPx,
                    "Conversion from phase difference to defocus")
       ->check(CLI::Range(1, 1000));
-  command->add_option("--library", options->library,
-                      "The PD library; else ../lib from this program");
+  AddLibraryTo(*command, options->library);
   command
       ->add_option("--log-level", options->match.logLevel,
                    "Lines of the library on standard error: 1 info, 2 verbose")

@@ -20,16 +20,13 @@ struct RunRecord {
   };
   std::string commandLine;
   std::string version;
-  std::vector<Option> options;        // all that are in force
-  std::vector<std::string> failures;  // checks of the program that weren't passed
+  std::vector<Option> options;             // all that are in force
+  std::vector<std::string> failures = {};  // checks of the program that weren't passed
 };
 
 std::string FocusReport(const FocusResult& result, const RunRecord& run = {});
 std::string SweepReport(const SweepResult& result, const RunRecord& run = {});
 std::string LearnReport(const LearnResult& result, const RunRecord& run = {});
 std::string MatchReport(const MatchResult& result, const RunRecord& run = {});
-
-// Writes a file whole. Throws InputError.
-void WriteFile(const std::string& path, const std::string& content);
 
 }  // namespace simcam

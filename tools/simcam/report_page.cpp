@@ -2,9 +2,8 @@
 #include "report_page.h"
 
 #include <cmath>
-#include <fstream>
 
-#include "errors.h"
+#include "report.h"
 #include "report_style.h"
 #include "text.h"
 
@@ -135,12 +134,6 @@ std::string SettingsSection(const RunRecord& run, const std::string& tables) {
     html +=
         "<div class=\"facts\">\n" + Table("Options", {"option", "value", ""}, rows) + "</div>\n";
   return html + "</details>\n";
-}
-
-void WriteFile(const std::string& path, const std::string& content) {
-  std::ofstream file(path, std::ios::binary);
-  if (!file || !(file << content) || !file.flush())
-    throw InputError(path + ": expected a file that can be written");
 }
 
 }  // namespace simcam

@@ -321,6 +321,10 @@ std::vector<SensorField> MakeFields() {
        [](Sensor& s) -> Target { return &s.tuning.dynamicWeight; }, 0, 1},
       {"tuning.grid_overlap", kAll, kOptional, "", "windows overlap by half",
        [](Sensor& s) -> Target { return &s.tuning.gridOverlap; }},
+      {"tuning.overlap_sum_by_columns", kAll, kOptional, "",
+       "sparse sensors: sums of overlapping windows step by the grid's columns, which grids that "
+       "aren't square need",
+       [](Sensor& s) -> Target { return &s.tuning.overlapSumByColumns; }},
       {"tuning.peripheral_windows", kAll, kOptional, "",
        "windows around the ROI are measured when none in it is sure",
        [](Sensor& s) -> Target { return &s.tuning.peripheralWindows; }},

@@ -5,6 +5,7 @@
 #include <limits>
 #include <sstream>
 
+#include "common/nearest_name.h"
 #include "errors.h"
 #include "sensor_fields.h"
 
@@ -159,7 +160,7 @@ SensorDescription LoadSensor(const std::string& nameOrPath) {
     if (nameOrPath == sensor.name) return ParseSensor(sensor.json, nameOrPath + ".json");
   if (nameOrPath.find_first_of("./") == std::string::npos)
     throw InputError("sensor '" + nameOrPath + "': expected one of " + KnownSensors() +
-                     ", or the path of a JSON file");
+                     ", or the path of a JSON file" + tool::DidYouMean(nameOrPath, SensorNames()));
   std::ifstream file(nameOrPath, std::ios::binary);
   std::ostringstream content;
   if (!file || !(content << file.rdbuf()))
