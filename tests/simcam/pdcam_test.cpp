@@ -112,8 +112,8 @@ TEST_F(Pdcam, FocusTellsAllInJsonCsvAndReport) {
   for (const char* name : {"f.html", "f-1.html"}) {
     ExpectReport(Path(name));
     const std::string report = ReadFile(Path(name));
-    for (const std::string& text : std::vector<std::string>{
-             version, "pdcam focus --json", ">--dcc-error</td><td>0.08<", ">--start</td><td>14<"})
+    for (const char* text : {version.c_str(), "pdcam focus --json", ">--dcc-error</td><td>0.08<",
+                             ">--start</td><td>14<"})
       EXPECT_NE(report.find(text), std::string::npos) << text;
   }
 }

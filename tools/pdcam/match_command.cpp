@@ -92,8 +92,10 @@ void AddMatchCommand(CLI::App& app, int& status) {
   command->add_option("right", options->right, "The right view, of the same size and depth")
       ->required();
   command->add_option("--grid", options->grid, "Grid of result windows, columns x rows");
-  command->add_flag("--overlap,!--no-overlap", options->match.isOverlapped,
-                    "Let windows overlap by half");
+  command
+      ->add_flag("--overlap,!--no-overlap", options->match.isOverlapped,
+                 "Let windows overlap by half, as they do unless told otherwise")
+      ->default_str("on");
   command->add_option("--roi", options->roi, "Left, top, right and bottom of the ROI, 0 to 1")
       ->expected(4)
       ->check(Between(0.0, 1.0));
@@ -105,12 +107,15 @@ void AddMatchCommand(CLI::App& app, int& status) {
   command->add_option("--black-level", options->match.blackLevel, "Code of black in the pictures")
       ->check(CLI::Range(0, 65535));
   CLI::Option* left =
-      command->add_option("--left-gains", options->leftGains,
-                          "What the left view is multiplied by, 0.1 to 3.99: JSON or CSV, a row of "
-                          "numbers for each row "
-                          "of a map that covers the picture; or a picture of a white field");
+      command
+          ->add_option("--left-gains", options->leftGains,
+                       "What the left view is multiplied by, 0.1 to 3.99: JSON or CSV, a row of "
+                       "numbers for each row "
+                       "of a map that covers the picture; or a picture of a white field")
+          ->default_str("none");
   CLI::Option* right =
-      command->add_option("--right-gains", options->rightGains, "The same of the right view");
+      command->add_option("--right-gains", options->rightGains, "The same of the right view")
+          ->default_str("none");
   left->needs(right);
   right->needs(left);
   command->add_option("--binning", options->match.binning, "Lines that are added up first")

@@ -12,7 +12,7 @@ namespace {
 // samples.
 constexpr int kFewestSamples = 16;
 // Area of a ROI up to which all of its rows are read, as a share of the image.
-constexpr double kFullCoverage = 0.09;
+constexpr float kFullCoverage = 0.09f;
 
 // An axis of the image as the library divides the ROI along it.
 struct Axis {
@@ -101,13 +101,17 @@ std::string WhyTooFlat(const SensorDescription& sensor, const CameraSettings& se
                ? ""
                : Text("cells of its windows have", cell, needed, "lines", across, needed, side);
   }
+  // In single precision, as the library has it.
   const PDLibWindow& roi = settings.roi;
-  const double coverage = static_cast<double>((roi.endX - roi.startX) * (roi.endY - roi.startY));
-  const double share = std::min(kFullCoverage / coverage, 1.0);
-  const int needed = static_cast<int>(std::ceil(1 / share));
-  return cell >= needed ? ""
-                        : Text("cells of its windows have", cell, needed, "rows of PD blocks",
-                               across, needed, side);
+  const float share =
+      std::min(kFullCoverage / ((roi.endX - roi.startX) * (roi.endY - roi.startY)), 1.0f);
+  const auto isRead = [&](int rows) {
+    return static_cast<int>(static_cast<float>(rows) * share) > 0;
+  };
+  if (isRead(cell)) return "";
+  int needed = 1;
+  while (!isRead(needed)) ++needed;
+  return Text("cells of its windows have", cell, needed, "rows of PD blocks", across, needed, side);
 }
 
 }  // namespace
