@@ -50,12 +50,15 @@ void AddCompileCommand(CLI::App& app, int& status) {
 void AddDecompileCommand(CLI::App& app, int& status) {
   struct Options {
     std::string file, output;
+    bool isWhole = false;
   };
   const auto options = std::make_shared<Options>();
   CLI::App* command =
       app.add_subcommand("decompile", "Makes the source of a tuning file, which must be sound");
   command->add_option("file", options->file, "The tuning file")->required();
   command->add_option("-o,--output", options->output, "The source")->required();
+  command->add_flag("--all", options->isWhole,
+                    "With every value, also those that are zero or the mode's above");
   command->footer(
       "Exit status 1 tells that the source has the same values but compiles to other bytes.\n\n"
       "Example:\n"
@@ -63,7 +66,8 @@ void AddDecompileCommand(CLI::App& app, int& status) {
   command->callback([options, &status] {
     Bytes bytes;
     const Model model = LoadSoundFile(options->file, bytes);
-    const Decompiled decompiled = Decompile(bytes, model);
+    const Decompiled decompiled =
+        Decompile(bytes, model, options->isWhole ? Extent::kAll : Extent::kChanges);
     SaveText(options->output, decompiled.source);
     status = decompiled.firstDifference ? kFound : kDone;
     if (decompiled.firstDifference)
