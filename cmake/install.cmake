@@ -23,8 +23,8 @@ set(pdlib_framework_headers
 list(TRANSFORM pdlib_framework_headers PREPEND api/generated/g_parser/)
 list(TRANSFORM pdlib_framework_headers APPEND .h)
 install(FILES ${pdlib_framework_headers} DESTINATION ${pdlib_include_dir})
-install(FILES system/statsalgo/pdlib/src/core/pdlib_common.h system/statsalgo/pdlib/src/core/owned_array.h DESTINATION ${pdlib_include_dir}/core)
-install(FILES system/statsalgo/pdlib/src/hardware/pdlib_hw_config.h DESTINATION ${pdlib_include_dir}/hardware)
+install(FILES system/statsalgo/pdlib/src/base/pdlib_common.h system/statsalgo/pdlib/src/base/owned_array.h DESTINATION ${pdlib_include_dir}/base)
+install(FILES system/statsalgo/pdlib/src/driver/pdlib_hw_config.h DESTINATION ${pdlib_include_dir}/driver)
 install(DIRECTORY system/platform/orvo DESTINATION ${pdlib_include_dir} FILES_MATCHING PATTERN "*.h")
 install(FILES system/platform/host/orvo_host.h DESTINATION ${pdlib_include_dir}/host)
 

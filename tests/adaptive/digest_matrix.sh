@@ -14,8 +14,8 @@ mkdir -p "$work"
 
 flags="-std=c++20 -ffp-contract=off -pthread -I$library -I$root/system/statsalgo/pdlib -I$root/tests
        -I$root/system/platform -I$root/api/generated/g_tessarine -I$root/api/generated/g_parser"
-sources="$root/tests/adaptive/adaptive_digest.cpp $library/core/pdlib_log.cpp
-         $library/core/pdlib_switches.cpp"
+sources="$root/tests/adaptive/adaptive_digest.cpp $library/base/pdlib_log.cpp
+         $library/base/pdlib_switches.cpp"
 
 # digest <launcher> <level> <instruction sets> <compiler...>
 digest() {

@@ -9,7 +9,7 @@
 
 #include "adaptive/learner.h"
 #include "adaptive/pdlib_adaptive_k.h"
-#include "core/pdlib_switches.h"
+#include "base/pdlib_switches.h"
 #include "host/orvo_host.h"
 
 namespace {

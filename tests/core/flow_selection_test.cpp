@@ -5,6 +5,7 @@
 
 #include "afpdlibelements.h"
 #include "core/pdlib.h"
+#include "core/pdlib_flows.h"
 
 using afpdlibelements::tessarinePDAxisControl;
 using afpdlibelements::tessarinePDLibType;

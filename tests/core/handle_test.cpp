@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "afpdlibelements.h"
+#include "driver/pdlib_logical_driver.h"
 #include "fake_flow.h"
-#include "hardware/pdlib_logical_driver.h"
 
 using afpdlibelements::tessarinePDAxisControl;
 using afpdlibelements::tessarinePDLibType;

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
 #include "fake_flow.h"
 #include "orvo/osutils.h"
 

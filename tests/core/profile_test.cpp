@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "core/pdlib_profile.h"
+#include "base/pdlib_profile.h"
 #include "fake_flow.h"
 
 using pdlib::ProfileScope;

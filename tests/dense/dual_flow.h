@@ -6,12 +6,13 @@
 #include <cstring>
 #include <memory>
 
-#include "core/pdlib_flow.h"
+#include "dense/dpd_software_flow.h"
 #include "dense/dpd_software_flow_calibration.h"
 #include "dense/dpd_software_flow_frame.h"
 #include "dense/dpd_software_flow_grid.h"
 #include "dense/dpd_software_flow_init.h"
 #include "dense/pdlib_dpd_utils.h"
+#include "frame/pdlib_flow.h"
 #include "support/dual_camera.h"
 #include "support/log_capture.h"
 

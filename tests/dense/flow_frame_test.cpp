@@ -32,6 +32,7 @@ TEST(LineJob, FilterSetByTruncatedGain) {
     flow.camera.param.gain = gain;
     ASSERT_EQ(flow.open(), 0);
     EXPECT_EQ(JobOf(flow).request.bin_lines, bin) << gain;
+    EXPECT_EQ(JobOf(flow).p_filter, &flow.context.filters[1]) << gain;
   }
 }
 

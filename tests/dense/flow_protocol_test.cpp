@@ -142,6 +142,20 @@ TEST(Calls, LineOfResultsTellsTheWholeOrTheFirstWindow) {
   }
 }
 
+TEST(Calls, TestModeMeasuresNothing) {
+  LogCapture log;
+  PDLIB_TEST_MODE = 1;
+  FlowRun run;
+  ASSERT_EQ(run.init(), 0);
+  std::memset(static_cast<void*>(&run.output), 0x5A, sizeof run.output);
+  const PDLibOutputData before = run.output;
+  const auto allocations = Orvo::Host::Allocations().allocations;
+  ASSERT_EQ(run.frame(), 0);
+  EXPECT_EQ(log.texts(), std::vector<std::string>{"this version has no test of dual-PD data"});
+  EXPECT_EQ(std::memcmp(&run.output, &before, sizeof before), 0);
+  EXPECT_EQ(Orvo::Host::Allocations().allocations, allocations);  // no grid either
+}
+
 TEST(Calls, LuxLevel) {
   dpd_context_t context{};
   const auto level = [&context](int gain, float fps, float integrationTime) {

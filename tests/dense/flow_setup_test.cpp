@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "dense/dual_flow.h"
+#include "support/pd_tuning.h"
 
 using test::DualCamera;
 using test::LogCapture;
@@ -99,10 +100,43 @@ TEST(Tuning, FallbackAndNarrowRange) {
   OpenFlow flow;
   ASSERT_EQ(InitDPDContext(&flow.context, flow.camera.init, nullptr), kPDStatusOk);
   EXPECT_TRUE(log.has("Tuning is invalid"));
-  EXPECT_EQ(flow.context.sadRequest.sad_count, 24);
-  EXPECT_EQ(flow.context.adaptiveK.enable, 0u);
-  EXPECT_EQ(flow.context.tuning.preProcess.filterTrigger.filterSet[0].verticalMode, 8);
-  EXPECT_EQ(flow.context.tuning.adaptiveK.state1StableCntThres, 6);
+  EXPECT_EQ(test::DescribeSet(flow.context.tuning),
+            ".preProcess.HDR.longThreshold=450\n"
+            ".preProcess.filterTrigger.filterSet[0].AECTrigger.gain_start=8.000000\n"
+            ".preProcess.filterTrigger.filterSet[0].verticalMode=8\n"
+            ".preProcess.filterTrigger.filterSet[0].horizontalMode=1\n"
+            ".preProcess.filterTrigger.filterSet[1].AECTrigger.gain_start=4.000000\n"
+            ".preProcess.filterTrigger.filterSet[1].verticalMode=4\n"
+            ".preProcess.filterTrigger.filterSet[1].horizontalMode=1\n"
+            ".preProcess.filterTrigger.filterSet[2].AECTrigger.gain_start=1.000000\n"
+            ".preProcess.filterTrigger.filterSet[2].verticalMode=4\n"
+            ".preProcess.filterTrigger.filterSet[2].horizontalMode=1\n"
+            ".correlation.defocusConfidenceThreshold=150.000000\n"
+            ".correlation.PDRangeControl=0.100000\n"
+            ".correlation.searchRange.from=-32\n"
+            ".correlation.searchRange.to=16\n"
+            ".postProcess.temporalFilterStaticWeight=1.000000\n"
+            ".postProcess.temporalFilterDynamicWeight=1.000000\n"
+            ".postProcess.enableGridOverlap=1\n"
+            ".postProcess.confIntegralWidth=32\n"
+            ".adaptiveK.timeoutFrameCntThres=32\n"
+            ".adaptiveK.filterSize=3\n"
+            ".adaptiveK.state0StableCntThres=3\n"
+            ".adaptiveK.state1StableCntThres=6\n"
+            ".adaptiveK.minimumLensPosDelta=100\n"
+            ".adaptiveK.state0ConfThres=200\n"
+            ".adaptiveK.state1ConfThres=450\n"
+            ".adaptiveK.state0PhaseDiffThres=6.000000\n"
+            ".adaptiveK.state1PhaseDiffThres=1.000000\n"
+            ".adaptiveK.tolNearTargetUpperBound=1.900000\n"
+            ".adaptiveK.tolNearTargetLowerBound=0.400000\n"
+            ".adaptiveK.tolFarTargetUpperBound=1.900000\n"
+            ".adaptiveK.tolFarTargetLowerBound=0.400000\n"
+            ".enablePeripheralWindows=1\n"
+            ".singleWindowProcessingLevel.processingMode=2\n"
+            ".singleWindowProcessingLevel.dynamicLevel=100\n"
+            ".PeripheralProcessing.processingMode=1\n"
+            ".PeripheralProcessing.dynamicLevel=100\n");
   EXPECT_FALSE(log.has("Increase PD search range |far-near| to at least 32"));
   OpenFlow narrow;
   narrow.camera.tuning.postProcess.confIntegralWidth = 49;
@@ -138,7 +172,7 @@ TEST(Tuning, ExtensionsUpToTheFirstFaultyOne) {
   }
 }
 
-TEST(Setup, RefusedWithALine) {
+TEST(Setup, SensorsRefusedWithALineAndTheLastOneTaken) {
   for (const auto& [change, line] : std::initializer_list<std::pair<Change, const char*>>{
            {[](DualCamera& c) { c.native().orientation = PDAFOrientation(4); },
             "Invalid sensor orientation 4"},
@@ -152,14 +186,95 @@ TEST(Setup, RefusedWithALine) {
             "Invalid PD frame of 0 x 120 sites with 972 bytes a line, expected 1 to 65535"},
            {[](DualCamera& c) { c.buffer().isp1BufferStride = 959; },
             "Invalid PD stride of 959 bytes, 240 sites a line need 960"},
+           {[](DualCamera& c) { c.buffer().isp1BufferStride = 65536; },
+            "Invalid PD frame of 240 x 120 sites with 65536 bytes a line, expected 1 to 65535"},
+           {[](DualCamera& c) { c.buffer().isp1BufferStride = 65535; }, ""},
            {[](DualCamera& c) { c.native().horizontalDownscaleFactor = 0.5F; },
             "Invalid downscale factors 0.500000 x 2.000000, expected 1 to 255"},
            {[](DualCamera& c) { c.setBlock(2, 0, {0}); }, "Invalid PD block of 2 x 0"}}) {
     LogCapture log;
     OpenFlow flow;
     change(flow.camera);
-    EXPECT_EQ(flow.init(), kPDStatusBadInput) << line;
-    EXPECT_TRUE(log.has(line)) << line << "\n" << testing::PrintToString(log.texts());
+    const bool taken = *line == '\0';
+    EXPECT_EQ(flow.init(), taken ? kPDStatusOk : kPDStatusBadInput) << line;
+    EXPECT_TRUE(taken ? log.texts().empty() : log.has(line)) << line << "\n"
+                                                             << testing::PrintToString(log.texts());
+  }
+}
+
+// Entries of all maps by column and row. The middle half begins at entry (1, 0.75) of 5 by 4, and
+// at (1.75, 1.25) of 8 by 6.
+TEST(Calibration, MapsAreCroppedFlippedAndTakenByDirection) {
+  const auto fill = [](auto* map, int columns, int rows, int first, int byColumn, int byRow) {
+    for (int i = 0; i < columns * rows; ++i) {
+      map[i] = static_cast<std::remove_reference_t<decltype(*map)>>(first + i % columns * byColumn +
+                                                                    i / columns * byRow);
+    }
+  };
+  struct Case {
+    bool vertical, cropped;
+    uint32_t orientation;
+    int first, second, dcc;  // at the top left
+    int size = 8;            // columns of the table
+  };
+  for (const Case& c : {
+           Case{false, false, 0, 1000, 3000, 0},
+           Case{false, true, 0, 1115, 3115, 1425},
+           Case{false, true, 1, 1195, 3195, 1775},
+           Case{false, true, 2, 1265, 3265, 3925},
+           Case{false, true, 3, 1345, 3345, 4275},
+           Case{true, false, 0, 7000, 5000, 0},  // lower samples come first
+           Case{true, false, 1, 7160, 5160, 700},
+           Case{true, false, 2, 7300, 5300, 5000},
+           Case{true, true, 3, 7345, 5345, 4275},
+           // Of 4 by 5 entries, of 400 and 500, number (0.75, 1). Other sizes than the usual one
+           // are not flipped, and a single column is not cropped.
+           Case{false, true, 3, 1345, 3345, 475, 4},
+           Case{false, true, 0, 1115, 3115, 0, 1},
+       }) {
+    OpenFlow flow;
+    flow.context.isVertical = c.vertical;
+    if (c.vertical) flow.camera.setBlock(2, 1, {2, 3});
+    flow.camera.native().orientation = PDAFOrientation(c.orientation);
+    flow.camera.native().originalImageWidth = 960;
+    flow.camera.native().originalImageHeight = 480;
+    if (c.cropped) flow.camera.native().cropRegion = {240, 120, 480, 240};
+    _pdaf_cal_param_t& calibration = flow.camera.calibration;
+    fill(calibration.Left_GainMap, 5, 4, 1000, 40, 100);
+    fill(calibration.Right_GainMap, 5, 4, 3000, 40, 100);
+    fill(calibration.Up_GainMap, 5, 4, 5000, 40, 100);
+    fill(calibration.Down_GainMap, 5, 4, 7000, 40, 100);
+    for (auto* map : {calibration.DCC_map, calibration.DCC_map_vertical})
+      fill(map, 8, 6, 0, 100, 1000);
+    calibration.DCC_param.MapWidth = static_cast<uint16_t>(c.size);
+    calibration.DCC_param.MapHeight = c.size == 8 ? 6 : 5;
+    ASSERT_EQ(flow.init(), kPDStatusOk);
+    EXPECT_EQ(flow.context.leftDenseGain[0], c.first) << c.vertical << c.cropped << c.orientation;
+    EXPECT_EQ(flow.context.rightDenseGain[0], c.second);
+    const _pdaf_cal_param_t& made = flow.context.calibration;
+    EXPECT_EQ((c.vertical ? made.DCC_map_vertical : made.DCC_map)[0], c.dcc);
+    EXPECT_EQ((c.vertical ? made.DCC_map : made.DCC_map_vertical)[0], 0);
+  }
+}
+
+TEST(Calibration, CropsThatAreNone) {
+  struct Case {
+    PDLibCropRegion crop;  // of 1000 by 1000
+    bool counts;
+  };
+  for (const Case& c :
+       {Case{{0, 0, 990, 990}, true}, Case{{0, 0, 991, 990}, false}, Case{{0, 0, 990, 991}, false},
+        Case{{0, 0, 10, 10}, true}, Case{{0, 0, 9, 10}, false}, Case{{0, 0, 10, 9}, false},
+        Case{{-1, 0, 500, 500}, false}, Case{{0, -1, 500, 500}, false},
+        Case{{250, 250, 750, 750}, true}, Case{{251, 250, 750, 750}, false},
+        Case{{250, 251, 750, 750}, false}, Case{{0, 0, 0, 500}, false}}) {
+    LogCapture log(1);
+    OpenFlow flow;
+    flow.camera.native().originalImageWidth = flow.camera.native().originalImageHeight = 1000;
+    flow.camera.native().cropRegion = c.crop;
+    ASSERT_EQ(flow.init(), kPDStatusOk);
+    EXPECT_EQ(log.has("Crop GMap, DCC Map"), c.counts) << c.crop.x << " " << c.crop.width;
+    EXPECT_EQ(log.has("No crop GMap, DCC Map"), !c.counts);
   }
 }
 

@@ -85,8 +85,13 @@ TEST_P(LineFilter, NotANumberIsZero) {
 TEST_P(LineFilter, NoSamplesAreTouched) {
   for (int length : {0, -1}) {
     const Samples none(0);
-    dpd_line_IIR_optimized(none.data(), none.data(), none.data(), none.data(), kBandPass.a,
+    const std::vector<uint16_t> before(20, 7);
+    std::vector<uint16_t> left = before, right = before;
+    dpd_line_IIR_optimized(none.data(), none.data(), left.data(), right.data(), kBandPass.a,
                            kBandPass.b, length);
+    dpd_2nd_iir_float(none.data(), left.data(), length, kBandPass.a, kBandPass.b);
+    EXPECT_EQ(left, before);
+    EXPECT_EQ(right, before);
   }
 }
 

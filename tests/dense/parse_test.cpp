@@ -219,8 +219,8 @@ TEST(ColumnParse, TakesColumnRowsAndGains) {
   job.request().pd_height = 6;
   job.request().block_height = 2;
   job.request().row_has_pair[1] = 1;
-  job.request().start_y = 2;
-  job.request().end_y = 5;
+  job.request().start_y = 3;
+  job.request().end_y = 6;
   // 20 columns on 7 of gains: floor(x * 6/19 + 0.5).
   const struct {
     uint16_t column;
@@ -231,7 +231,7 @@ TEST(ColumnParse, TakesColumnRowsAndGains) {
     EXPECT_EQ(dpd_core_parse_and_preprocess_vertical(job.arg()), 0);
     EXPECT_EQ(job.request().gain_map_width, 7);
     for (int n = 0; n < 3; ++n) {
-      const int row = 2 + n;
+      const int row = 3 + n;
       const int upper = LineJob::Left(2 * row + 1, c.column);
       const int gain = LineJob::Gain(c.gainColumn, row);
       EXPECT_EQ(job.left[n], Gained(upper, gain)) << c.column << ", " << n;

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
 #include "host/orvo_host.h"
 #include "kernel_inputs.h"
 #include "kernels/pd_core_correlation.h"

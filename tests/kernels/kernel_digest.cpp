@@ -8,7 +8,7 @@
 #include <numeric>
 #include <vector>
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
 #include "kernels/kernel_table.h"
 #include "kernels/pd_core_correlation.h"
 #include "kernels/pd_core_filters.h"

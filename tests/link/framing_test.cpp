@@ -1,7 +1,7 @@
 // How bytes become requests: every cut, every header.
 #include <random>
 
-#include "core/pdlib_switches.h"
+#include "base/pdlib_switches.h"
 #include "host/orvo_host.h"
 #include "link_fixture.h"
 #include "scripted_com.h"

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "frame/pdlib_utils_map.h"
+#include "kernels/kernel_inputs.h"
 #include "sparse/pdlib_sparse_utils_calibration.h"
 #include "sparse_context.h"
 #include "support/log_capture.h"
@@ -50,28 +52,34 @@ TEST(Maps, ResizeBlendsBetweenCorners) {
 }
 
 TEST(Maps, CropStretchesARectangle) {
-  const Map ramp = {0, 100, 200, 300, 400};  // a row of five
+  const Map ramp = {0, 100, 200, 300, 400};
   const struct {
     MapCrop crop;
     Map wanted;
   } cases[] = {
       {{0.25f, 0, 0.5f, 1}, {100, 150, 200, 250, 300}},
       {{0.5f, 0, 1.0f, 1}, {200, 300, 400, 400, 400}},  // behind the edge the edge repeats
-      {{0.5f, 0, 0.005f, 1}, ramp},                     // too small: the whole map
+      {{0.5f, 0, 0.01f, 1}, {200, 201, 202, 203, 204}},
+      {{0.99f, 0, 0.01f, 1}, {396, 397, 398, 399, 400}},
+      {{0.5f, 0, 0.005f, 1}, ramp},  // too small: the whole map
       {{0.5f, 0, 1, 0.005f}, ramp},
       {{0.995f, 0, 0.5f, 1}, ramp},
       {{-0.1f, 0, 0.5f, 1}, ramp},
       {{0.25f, NAN, 0.5f, 1}, ramp},
   };
   for (const auto& c : cases) {
-    Map out(5);
-    imcrop_bilinear(ramp.data(), 5, 1, c.crop, out.data(), 5, 1);
-    EXPECT_EQ(out, c.wanted);
+    // A row of five, and with the axes exchanged a column.
+    const MapCrop turned = {c.crop.y, c.crop.x, c.crop.h, c.crop.w};
+    const kernel_test::Guarded<uint16_t> row(5), column(5);
+    imcrop_bilinear(ramp.data(), 5, 1, c.crop, row.data(), 5, 1);
+    imcrop_bilinear(ramp.data(), 1, 5, turned, column.data(), 1, 5);
+    EXPECT_EQ(row.values(), c.wanted);
+    EXPECT_EQ(column.values(), c.wanted);
   }
-  const int16_t fall[] = {0, -15};
-  int16_t out[3];
-  imcrop_bilinear(fall, 2, 1, {0, 0, 1, 1}, out, 3, 1);
-  EXPECT_EQ(out[1], -7);  // toward 0
+  const int16_t fall[] = {0, -15, -30, -45};
+  const kernel_test::Guarded<int16_t> out(6);
+  imcrop_bilinear(fall, 2, 2, {0, 0, 1, 1}, out.data(), 3, 2);
+  EXPECT_EQ(out.values(), (std::vector<int16_t>{0, -7, -15, -30, -37, -45}));  // toward 0
 }
 
 template <class Value>

@@ -357,44 +357,50 @@ TEST(FlatField, StatisticsOfAFlatFrame) {
   const struct {
     const char* what;
     std::function<int(bool, int, int)> codes;
-    const char* verdict;
+    bool passes;
   } cases[] = {
-      {"flat", [](bool, int, int) { return 500; }, "PD stats test pass.\n"},
-      {"one column 20 % brighter", [](bool, int x, int) { return x % 16 == 5 ? 600 : 500; },
-       "PD stats test failure.\n"},
-      {"one side 30 % darker", [](bool left, int, int) { return left ? 350 : 500; },
-       "PD stats test failure.\n"},
+      {"flat", [](bool, int, int) { return 500; }, true},
+      {"a gradient of 4 %", [](bool, int x, int) { return 500 + x % 16; }, true},
+      {"left column 20 % brighter",
+       [](bool left, int x, int) { return left && x % 16 == 5 ? 600 : 500; }, false},
+      {"right column 20 % brighter",
+       [](bool left, int x, int) { return !left && x % 16 == 5 ? 600 : 500; }, false},
+      {"one side 30 % darker", [](bool left, int, int) { return left ? 350 : 500; }, false},
       {"noise of 10 %", [](bool, int x, int y) { return (x / 16 + y) % 2 != 0 ? 450 : 550; },
-       "PD stats test failure.\n"},
-      {"dark", [](bool, int, int) { return 0; }, "PD stats test failure.\n"},
+       false},
+      {"dark", [](bool, int, int) { return 0; }, false},
   };
   const test::TempFolder root;
   const fs::path folder = root.path() / "var/cache/camera";
   fs::create_directories(folder);
   Orvo::Host::SetRootFolder(root.path().string());
   for (const auto& c : cases) {
-    LogCapture log(1);
-    PDLIB_TEST_MODE = 1;
-    FlowRun run;
-    run.camera.expose(c.codes);
-    ASSERT_EQ(run.init(), kPDStatusOk);
-    ASSERT_EQ(run.frame(), kPDStatusOk);
-    const std::string heading = "Test mode, statistics of PD-pattern pixels on a flat image.\n";
-    EXPECT_TRUE(log.has(heading)) << c.what;
-    EXPECT_TRUE(log.has(c.verdict)) << c.what;
-    EXPECT_EQ(log.has("PD stats test failure"),
-              std::string(c.verdict).find("fail") != std::string::npos);
-    EXPECT_EQ(run.output.processingResult, kResultNone);  // nothing is measured
-    // 37 by 16 blocks of 8 pixels of the right side
-    const fs::path dump = folder / "roi_dump_296x16_right.raw";
-    ASSERT_TRUE(fs::exists(dump)) << c.what;
-    std::ifstream file(dump, std::ios::binary);
-    const std::vector<char> bytes(std::istreambuf_iterator<char>(file), {});
-    ASSERT_EQ(bytes.size(), 296u * 16 * 2);
-    uint16_t sample;
-    std::memcpy(&sample, bytes.data(), 2);
-    EXPECT_EQ(sample, c.codes(false, 16 * 12 + 1, 4)) << c.what;
-    fs::remove(dump);
+    for (const bool merges : {false, true}) {
+      LogCapture log(1);
+      PDLIB_TEST_MODE = 1;
+      FlowRun run;
+      if (merges) run.camera.addExtension("EnableOptimizedSparseParsing");
+      run.camera.expose(c.codes);
+      ASSERT_EQ(run.init(), kPDStatusOk);
+      ASSERT_EQ(run.frame(), kPDStatusOk);
+      EXPECT_TRUE(log.has("Test mode, statistics of PD-pattern pixels on a flat image.\n"));
+      EXPECT_EQ(log.has("PD stats test pass.\n"), c.passes) << c.what << merges;
+      EXPECT_EQ(log.has("PD stats test failure.\n"), !c.passes) << c.what << merges;
+      EXPECT_EQ(log.has("PD stats test failure"), !c.passes);
+      EXPECT_EQ(run.output.processingResult, kResultNone);  // nothing is measured
+      // 37 by 16 blocks from (12, 4) on, with 8 pixels of the right side in 4 columns each.
+      const fs::path dump = folder / "roi_dump_296x16_right.raw";
+      std::ifstream file(dump, std::ios::binary);
+      const std::vector<char> bytes(std::istreambuf_iterator<char>(file), {});
+      ASSERT_EQ(bytes.size(), 296u * 16 * 2) << c.what;
+      for (int i = 0; i < 296 * 16; ++i) {
+        uint16_t sample;
+        std::memcpy(&sample, &bytes[static_cast<size_t>(2 * i)], 2);
+        const int x = 16 * (12 + i % 296 / 8) + 1 + i % 8 / 2 * 4;
+        ASSERT_EQ(sample, c.codes(false, x, 4 + i / 296)) << c.what << merges << " " << i;
+      }
+      fs::remove(dump);
+    }
   }
   Orvo::Host::SetRootFolder("");
 }

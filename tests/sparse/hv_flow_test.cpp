@@ -5,6 +5,8 @@
 #include <memory>
 #include <vector>
 
+#include "core/pdlib_flows.h"
+#include "sparse/sparse_horizontal_flow.h"
 #include "sparse/sparse_hv_flow.h"
 #include "support/log_capture.h"
 #include "support/sparse_camera.h"

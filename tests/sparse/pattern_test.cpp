@@ -1,7 +1,7 @@
 // From the pattern of a PD block to the tables of offsets, samples and gains.
 #include <gtest/gtest.h>
 
-#include "core/pdlib_flow.h"
+#include "frame/pdlib_flow.h"
 #include "sparse/pdlib_sparse_utils_pattern.h"
 #include "sparse_context.h"
 #include "support/log_capture.h"

@@ -3,10 +3,12 @@
 
 #include <cmath>
 
-#include "core/pdlib_flow.h"
+#include "frame/pdlib_flow.h"
+#include "frame/pdlib_utils_curve.h"
 #include "sparse/sparse_horizontal_flow.h"
 #include "sparse_context.h"
 #include "support/log_capture.h"
+#include "support/pd_tuning.h"
 
 using test::FourColumns;
 using test::InitialisedContext;
@@ -146,14 +148,31 @@ TEST(SparseSetup, TuningWithoutSearchRangeIsReplaced) {
   const auto context = InitialisedContext(camera);
   ASSERT_NE(context, nullptr);
   EXPECT_TRUE(log.has("Tuning is invalid\n"));
-  const auto& tuning = context->tuning;
-  EXPECT_EQ(tuning.preProcess.boxFilterLength, 2);
-  EXPECT_EQ(tuning.preProcess.lcrMaxBinningNum, 4);
-  EXPECT_EQ(tuning.preProcess.lcrFilterTrigger.filterSet[2].AECTrigger.gain_start, 16.0f);
-  EXPECT_EQ(tuning.correlation.defocusConfidenceThreshold, 250.0f);
-  EXPECT_EQ(tuning.postProcess.enableGridOverlap, 1);
-  EXPECT_EQ(tuning.enablePeripheralWindows, 0);
-  EXPECT_EQ(tuning.skipControl.staticFrameCountThres, 8);
+  EXPECT_EQ(test::DescribeSet(context->tuning),
+            ".preProcess.boxFilterLength=2\n"
+            ".preProcess.antiAliasFilterThreshold=100\n"
+            ".preProcess.lcrFilterTrigger.filterSet[0].AECTrigger.gain_start=1.000000\n"
+            ".preProcess.lcrFilterTrigger.filterSet[0].boxFilterLength=2\n"
+            ".preProcess.lcrFilterTrigger.filterSet[1].AECTrigger.gain_start=4.000000\n"
+            ".preProcess.lcrFilterTrigger.filterSet[1].boxFilterLength=2\n"
+            ".preProcess.lcrFilterTrigger.filterSet[2].AECTrigger.gain_start=16.000000\n"
+            ".preProcess.lcrFilterTrigger.filterSet[2].boxFilterLength=2\n"
+            ".preProcess.lcrMaxBinningNum=4\n"
+            ".correlation.minimumConfidenceLevel=250.000000\n"
+            ".correlation.defocusConfidenceThreshold=250.000000\n"
+            ".correlation.searchRange.from=-48\n"
+            ".correlation.searchRange.to=16\n"
+            ".correlation.lcrSearchRange.from=-8\n"
+            ".correlation.lcrSearchRange.to=8\n"
+            ".postProcess.biasVectorStrength=0.100000\n"
+            ".postProcess.temporalFilterStaticWeight=0.500000\n"
+            ".postProcess.temporalFilterDynamicWeight=1.000000\n"
+            ".postProcess.enableGridOverlap=1\n"
+            ".postProcess.confIntegralWidth=24\n"
+            ".singleWindowProcessingLevel.dynamicLevel=100\n"
+            ".singleWindowProcessingLevel.staticLevel=100\n"
+            ".skipControl.staticFrameCountThres=8\n"
+            ".skipControl.maxFrameRate=30\n");
   EXPECT_EQ(context->confScale, 250);
   EXPECT_EQ(context->bpcThreshold, 100);
   EXPECT_EQ(context->biasStrength, 0.1f);

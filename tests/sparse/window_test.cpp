@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "frame/pdlib_utils_window.h"
 #include "sparse_context.h"
 #include "support/log_capture.h"
 

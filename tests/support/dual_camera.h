@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "afpdlibelements.h"
-#include "core/pdlib_common.h"
+#include "base/pdlib_common.h"
 
 namespace test {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/pdlib_switches.h"
+#include "base/pdlib_switches.h"
 #include "host/orvo_host.h"
 
 namespace test {

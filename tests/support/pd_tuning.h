@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <deque>
+#include <sstream>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -152,6 +153,17 @@ void Describe(const T& value, const std::string& path, std::string& text) {
 inline std::string Describe(const tessarinePDLibType& record) {
   std::string text;
   Describe(record, "", text);
+  return text;
+}
+
+// The lines of Describe whose values are not 0.
+inline std::string DescribeSet(const tessarinePDLibType& record) {
+  std::istringstream lines(Describe(record));
+  std::string text;
+  for (std::string line; std::getline(lines, line);) {
+    const std::string value = line.substr(line.find('=') + 1);
+    if (value != "0" && value != "0.000000" && value != "(null)") text += line + "\n";
+  }
   return text;
 }
 

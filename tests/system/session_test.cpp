@@ -4,7 +4,7 @@
 #include <latch>
 #include <thread>
 
-#include "hardware/pdlib_hw_config.h"
+#include "driver/pdlib_hw_config.h"
 #include "plugin.h"
 
 using test::Camera;

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "core/pdlib_common.h"
+#include "base/pdlib_common.h"
 #include "errors.h"
 #include "json_node.h"
 #include "match_run.h"

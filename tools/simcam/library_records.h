@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "afpdlibelements.h"
-#include "core/pdlib_common.h"
+#include "base/pdlib_common.h"
 #include "sensor.h"
 
 namespace simcam {

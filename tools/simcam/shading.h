@@ -1,7 +1,7 @@
 // Light that a PD pixel loses towards the image's border, and the calibration that makes up for it.
 #pragma once
 
-#include "core/pdlib_common.h"
+#include "base/pdlib_common.h"
 #include "sample_layout.h"
 #include "sensor.h"
 

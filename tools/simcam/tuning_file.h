@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/pdlib_common.h"
+#include "base/pdlib_common.h"
 #include "sensor.h"
 #include "tuningmode.h"
 

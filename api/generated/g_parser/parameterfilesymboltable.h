@@ -4,7 +4,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "core/owned_array.h"
+#include "base/owned_array.h"
 #include "parameterbinaryfile.h"
 #include "parameterexport.h"
 #include "parameterfilesymboltableentry.h"

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "core/owned_array.h"
+#include "base/owned_array.h"
 
 // Elements are plain data. An index outside the list reads a shared default element. Adding without
 // memory drops the element, and says so in the result.

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <utility>
 
-#include "core/owned_array.h"
+#include "base/owned_array.h"
 
 // A name and its hash, so that a walk over many maps hashes once. The text must outlive the key.
 struct ParameterName {

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "core/owned_array.h"
+#include "base/owned_array.h"
 #include "parameterexport.h"
 #include "parametermemory.h"
 #include "parametermodeentry.h"

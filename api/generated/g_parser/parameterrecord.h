@@ -14,7 +14,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "core/numeric.h"
+#include "base/numeric.h"
 #include "orvo/memory.h"
 #include "orvo/osutils.h"
 #include "parameterfilesymboltable.h"

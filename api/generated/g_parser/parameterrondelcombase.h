@@ -4,7 +4,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "core/owned_array.h"
+#include "base/owned_array.h"
 #include "parameterlogging.h"
 #include "parametermemory.h"
 #include "parameterrondelframe.h"

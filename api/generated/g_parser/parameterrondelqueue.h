@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <mutex>
 
-#include "core/owned_array.h"
+#include "base/owned_array.h"
 #include "parameterexport.h"
 #include "parametermemory.h"
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <mutex>
 
-#include "core/owned_array.h"
+#include "base/owned_array.h"
 #include "parametercustomhandler.h"
 #include "parameterrondelcombase.h"
 #include "parametersetmanager.h"

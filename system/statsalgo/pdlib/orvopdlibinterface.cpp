@@ -3,8 +3,9 @@
 
 #include <cstring>
 
+#include "base/pdlib_log.h"
+#include "base/pdlib_status.h"
 #include "core/pdlib.h"
-#include "core/pdlib_log.h"
 #include "orvopdlibinterface_internal.h"
 
 namespace {

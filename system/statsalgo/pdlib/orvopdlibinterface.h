@@ -10,7 +10,7 @@
 
 #include <cstdint>
 
-#include "core/pdlib_common.h"
+#include "base/pdlib_common.h"
 
 inline constexpr int kPDLibSuccess = 0;
 inline constexpr int kPDLibFailed = 1;

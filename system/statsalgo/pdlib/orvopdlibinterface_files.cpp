@@ -1,7 +1,7 @@
 // The file of learnt coefficients, one per camera.
 #include <cstdio>
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
 #include "orvo/osutils.h"
 #include "orvopdlibinterface_internal.h"
 

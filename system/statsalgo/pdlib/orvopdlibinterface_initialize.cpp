@@ -1,8 +1,9 @@
 // Initialisation of a session: tuning, LCR part of the init record, profile block, learnt data.
 #include "afpdlibelements.h"
-#include "core/numeric.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
+#include "base/pdlib_status.h"
 #include "core/pdlib.h"
-#include "core/pdlib_log.h"
 #include "orvo/memory.h"
 #include "orvopdlibinterface_internal.h"
 #include "tuningsetmanager.h"

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/pdlib_profile.h"
+#include "base/pdlib_profile.h"
 #include "orvo/mutex.h"
 #include "orvopdlibinterface.h"
 

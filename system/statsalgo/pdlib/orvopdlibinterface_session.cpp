@@ -1,8 +1,9 @@
 // Opening and closing of a camera: one instance per camera id, shared by reference count.
 #include <cstring>
 
+#include "base/pdlib_log.h"
+#include "base/pdlib_status.h"
 #include "core/pdlib.h"
-#include "core/pdlib_log.h"
 #include "orvo/memory.h"
 #include "orvopdlibinterface_internal.h"
 

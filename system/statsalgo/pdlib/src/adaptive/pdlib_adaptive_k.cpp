@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "core/numeric.h"
-#include "core/pdlib_switches.h"
+#include "base/numeric.h"
+#include "base/pdlib_switches.h"
 
 namespace {
 

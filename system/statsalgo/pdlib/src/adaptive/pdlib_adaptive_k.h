@@ -18,7 +18,7 @@
 #include "adaptive/pdlib_adaptive_k_estimator.h"
 #include "adaptive/pdlib_adaptive_k_interpolator.h"
 #include "afpdlibelements.h"
-#include "core/pdlib_common.h"
+#include "base/pdlib_common.h"
 
 struct pdaf_adaptive_k_t {
   uint32_t enable;  // as tuned; flows use the module when it is 1

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "core/numeric.h"
+#include "base/numeric.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "core/pdlib_common.h"
-#include "core/pdlib_log.h"
+#include "base/pdlib_common.h"
+#include "base/pdlib_log.h"
 
 inline constexpr int kAdaptiveKColumns = 8;
 inline constexpr int kAdaptiveKRows = 6;

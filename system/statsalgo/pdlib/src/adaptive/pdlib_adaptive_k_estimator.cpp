@@ -5,7 +5,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "core/numeric.h"
+#include "base/numeric.h"
 
 namespace {
 

@@ -6,15 +6,17 @@
 #include <new>
 
 #include "afpdlibelements.h"
-#include "core/pdlib_guard.h"
+#include "base/pdlib_guard.h"
+#include "base/pdlib_log.h"
+#include "base/pdlib_profile.h"
+#include "base/pdlib_status.h"
+#include "base/pdlib_switches.h"
+#include "core/pdlib_flows.h"
 #include "core/pdlib_handle.h"
-#include "core/pdlib_log.h"
-#include "core/pdlib_profile.h"
-#include "core/pdlib_switches.h"
-#include "core/pdlib_utils.h"
-#include "diagnostics/pdlib_test_flow.h"
+#include "core/pdlib_test_flow.h"
 #include "diagnostics/xmlWriteParam.h"
-#include "hardware/pdlib_logical_driver.h"
+#include "driver/pdlib_logical_driver.h"
+#include "frame/pdlib_utils_window.h"
 
 using afpdlibelements::tessarinePDLibType;
 

@@ -6,9 +6,8 @@
 
 #include <cstdint>
 
-#include "core/pdlib_common.h"
-#include "core/pdlib_flow.h"
-#include "hardware/pdlib_hw_config.h"
+#include "base/pdlib_common.h"
+#include "driver/pdlib_hw_config.h"
 
 // Chooses the flow, creates and initialises it. The handle is stored even when the flow failed, so
 // that PDLibDeinit can release what exists; without memory for the handle itself it becomes null.
@@ -38,11 +37,3 @@ int PDLibGetSWInfo(void* handle, PDSwInfo* info);
 
 int PDLibGetLcrNativePattern(PDLibLcrBlockPattern* pattern, const PDLibSensorNativeInfo* sensor,
                              const afpdlibelements::tessarinePDLibType* tuning);
-
-// The flow for a sensor, its tuning and the hardware of the target.
-PDFlowType SelectPDLibFlow(const PDLibInitParam& init,
-                           const afpdlibelements::tessarinePDLibType& tuning);
-// Whether the extension parameter "HVSelection" asks for the diagonal flow.
-bool isDiagonalFlowEnable(const afpdlibelements::tessarinePDLibType* tuning);
-// Whether this version has the flow of a type.
-bool IsPDLibFlowAvailable(PDFlowType type);

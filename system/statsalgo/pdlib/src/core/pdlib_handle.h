@@ -1,7 +1,7 @@
 // What the opaque handle of the core points to.
 #pragma once
 
-#include "core/pdlib_flow.h"
+#include "frame/pdlib_flow.h"
 
 class LogicalDriver;
 

@@ -1,10 +1,11 @@
 // What the plug-in asks of a handle between frames.
 #include "afpdlibelements.h"
+#include "base/pdlib_guard.h"
+#include "base/pdlib_log.h"
+#include "base/pdlib_status.h"
 #include "core/pdlib.h"
-#include "core/pdlib_guard.h"
 #include "core/pdlib_handle.h"
-#include "core/pdlib_log.h"
-#include "hardware/pdlib_logical_driver.h"
+#include "driver/pdlib_logical_driver.h"
 #include "lcr/pdlib_lcr_utils.h"
 
 using afpdlibelements::tessarinePDLibType;

@@ -8,7 +8,7 @@
 // lines as the image is high closes the frame.
 #pragma once
 
-#include "adaptive/context_flow.h"
+#include "frame/context_flow.h"
 
 struct dpd_context_t;
 extern template class ContextFlow<dpd_context_t>;
@@ -18,13 +18,19 @@ class DPDFlow final : public ContextFlow<dpd_context_t> {
   enum class Axis { kHorizontal, kVertical };
 
   explicit DPDFlow(Axis axis);
-  ~DPDFlow() override;
-
-  // `tuning` may be null: then the flow's own fallback runs.
-  int Init(const PDLibInitParam* init, const afpdlibelements::tessarinePDLibType* tuning) override;
-  int Process(const PDLibParam* param, uint32_t lines, PDLibOutputData* output) override;
-  int DeInit() override;
 
  private:
-  Axis axis_;
+  int SetUp(const PDLibInitParam& init, const afpdlibelements::tessarinePDLibType* tuning) override;
+  int Configure(const PDLibParam& param) override;
+  void Test(const PDLibParam& param) override;
+  void TakeBuffers(const PDLibParam& param) override;
+  void Measure(uint32_t lines) override;
+  const PDLibDefocusInfo& ToldResult() const override;
+
+  const Axis axis_;
 };
+
+// A new flow; null without memory.
+IPDLIBFlow* CreateDPDFlow();
+// The same on upper and lower samples: a part of the flow that fuses two axes.
+IPDLIBFlow* CreateVerticalDPDFlow();

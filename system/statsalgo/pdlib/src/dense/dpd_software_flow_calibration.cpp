@@ -4,8 +4,10 @@
 #include <cstdlib>
 #include <utility>
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
 #include "dense/pdlib_dpd_utils.h"
+#include "frame/pdlib_utils_calibration.h"
+#include "frame/pdlib_utils_map.h"
 
 namespace {
 

@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/numeric.h"
-#include "core/pdlib_log.h"
-#include "core/pdlib_profile.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
+#include "base/pdlib_profile.h"
 #include "dense/dpd_software_flow_calibration.h"
 #include "dense/pdlib_dpd_utils.h"
 #include "dense/pdlib_dpd_wrapper.h"
+#include "frame/pdlib_utils_curve.h"
+#include "frame/pdlib_utils_window.h"
 
 using pdlib::ToInt32;
 

@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/numeric.h"
-#include "core/pdlib_log.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
 #include "dense/dpd_software_flow_calibration.h"
+#include "frame/pdlib_utils_window.h"
 
 using pdlib::ToInt32;
 

@@ -1,15 +1,17 @@
 #include "dense/dpd_software_flow_init.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <limits>
 
-#include "core/numeric.h"
-#include "core/pdlib_flow.h"
-#include "core/pdlib_log.h"
-#include "core/pdlib_switches.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
+#include "base/pdlib_status.h"
 #include "dense/dpd_software_flow_calibration.h"
+#include "frame/pdlib_flow.h"
+#include "frame/pdlib_utils_calibration.h"
+#include "frame/pdlib_utils_curve.h"
+#include "frame/pdlib_utils_extension.h"
 
 using afpdlibelements::tessarinePDLibType;
 using pdlib::SaturateTo;
@@ -69,13 +71,6 @@ tessarinePDLibType fallback_tuning() {
 bool has_search_range(const tessarinePDLibType* tuning) {
   return tuning != nullptr &&
          (tuning->correlation.searchRange.from != 0 || tuning->correlation.searchRange.to != 0);
-}
-
-// Compared over the known name's length and no further: a longer name that starts alike also
-// matches.
-bool is_extension(const statsExtensionParamType& entry, const char* known) {
-  return entry.Name != nullptr && std::strncmp(entry.Name, known, std::strlen(known)) == 0 &&
-         extension_value(entry) != nullptr;
 }
 
 void read_repeat_pattern(const statsExtensionParamType& entry, PDLibRepeatPatternDetect* out) {
@@ -399,14 +394,16 @@ int InitDPDContext(dpd_context_t* context, const PDLibInitParam& init,
     return kPDStatusBadInput;
   if (InitDPDCalibration(context, *init.calibration) != 0) return kPDStatusBadInput;
   context->hasOffsetMap = context->calibration.PD_OffsetMap.isAvailable != 0;
-  if (!build_bias(context)) return kPDStatusFlowFailed;
+  if (!build_bias(context)) {
+    PDLIB_ERROR("Out of memory");
+    return kPDStatusFlowFailed;
+  }
   adaptive_k_dpd_init(
       &context->adaptiveK, &context->tuning.adaptiveK,
       context->isVertical ? context->calibration.DCC_map_vertical : context->calibration.DCC_map,
       context->calibration.DCC_param.Q_factor, static_cast<int>(context->sensor.imageWidth),
       static_cast<int>(context->sensor.imageHeight));
   context->status = kDpdGridsWanted;
-  context->testMode = PDLIB_TEST_MODE != 0;
   read_extensions(context);
   context->requiredBufferBytes = required_bytes(*context);
   return kPDStatusOk;

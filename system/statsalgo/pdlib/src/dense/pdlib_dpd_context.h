@@ -10,10 +10,11 @@
 
 #include "adaptive/pdlib_adaptive_k.h"
 #include "afpdlibelements.h"
-#include "core/owned_array.h"
-#include "core/pdlib_common.h"
-#include "core/pdlib_utils.h"
+#include "base/owned_array.h"
+#include "base/pdlib_common.h"
 #include "dense/pdlib_dpd_records.h"
+#include "frame/pdlib_utils_map.h"
+#include "frame/pdlib_utils_window.h"
 
 struct dpd_sensor_logic_t {
   uint32_t imageWidth;  // image of the current mode, pixels

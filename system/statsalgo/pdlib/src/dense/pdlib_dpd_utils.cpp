@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "core/numeric.h"
+#include "base/numeric.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
 #include "kernels/kernel_table.h"
 
 namespace {
@@ -302,37 +302,9 @@ int8_t fill_binned_line(const uint8_t* source, uint16_t* left, uint16_t* right,
   return 0;
 }
 
-}  // namespace
-
-int8_t dpd_line_fill_buffer_with_gain_bin_10bpp_unpacked(const uint8_t* source, uint16_t* left,
-                                                         uint16_t* right,
-                                                         const dpd_input_line_request_t* request,
-                                                         const uint16_t* left_gain,
-                                                         const uint16_t* right_gain) {
-  return fill_binned_line<Packing::kWords>(source, left, right, request, left_gain, right_gain);
-}
-
-int8_t dpd_line_fill_buffer_with_gain_bin_10bpp_packed(const uint8_t* source, uint16_t* left,
-                                                       uint16_t* right,
-                                                       const dpd_input_line_request_t* request,
-                                                       const uint16_t* left_gain,
-                                                       const uint16_t* right_gain) {
-  return fill_binned_line<Packing::kPacked10>(source, left, right, request, left_gain, right_gain);
-}
-
-int8_t dpd_line_fill_buffer_with_gain_bin_8bpp_unpacked(const uint8_t* source, uint16_t* left,
-                                                        uint16_t* right,
-                                                        const dpd_input_line_request_t* request,
-                                                        const uint16_t* left_gain,
-                                                        const uint16_t* right_gain) {
-  return fill_binned_line<Packing::kBytes>(source, left, right, request, left_gain, right_gain);
-}
-
-int8_t dpd_line_fill_buffer_with_gain_unpacked_vertical(const uint8_t* source, uint16_t* left,
-                                                        uint16_t* right,
-                                                        const dpd_input_line_request_t* request,
-                                                        const uint16_t* left_gain,
-                                                        const uint16_t* right_gain) {
+int8_t fill_binned_column(const uint8_t* source, uint16_t* left, uint16_t* right,
+                          const dpd_input_line_request_t* request, const uint16_t* left_gain,
+                          const uint16_t* right_gain) {
   const bool paired_by_rows = request->block_type[0] > 3;
   const fill_family_t& family =
       paired_by_rows ? kColumnFills<Arrangement::kRowPairs> : kColumnFills<Arrangement::kRows>;
@@ -341,3 +313,13 @@ int8_t dpd_line_fill_buffer_with_gain_unpacked_vertical(const uint8_t* source, u
   PDLIB_ERROR("Number of binned lines %d is not compatible", request->bin_lines);
   return 0;
 }
+
+}  // namespace
+
+dpd_fill_t* const dpd_line_fill_buffer_with_gain_bin_10bpp_unpacked =
+    fill_binned_line<Packing::kWords>;
+dpd_fill_t* const dpd_line_fill_buffer_with_gain_bin_10bpp_packed =
+    fill_binned_line<Packing::kPacked10>;
+dpd_fill_t* const dpd_line_fill_buffer_with_gain_bin_8bpp_unpacked =
+    fill_binned_line<Packing::kBytes>;
+dpd_fill_t* const dpd_line_fill_buffer_with_gain_unpacked_vertical = fill_binned_column;

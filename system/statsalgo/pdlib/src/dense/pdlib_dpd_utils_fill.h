@@ -24,14 +24,14 @@ int8_t dpd_get_final_right_shift_bits(const dpd_input_line_request_t* request, u
 
 // ---- By number of lines: `bin_lines` other than 1, 2, 4, 8, 16 is logged and fills nothing.
 
-dpd_fill_t dpd_line_fill_buffer_with_gain_bin_10bpp_unpacked;
+extern dpd_fill_t* const dpd_line_fill_buffer_with_gain_bin_10bpp_unpacked;
 // A stretch of odd length is written one position past its end.
-dpd_fill_t dpd_line_fill_buffer_with_gain_bin_10bpp_packed;
-dpd_fill_t dpd_line_fill_buffer_with_gain_bin_8bpp_unpacked;
+extern dpd_fill_t* const dpd_line_fill_buffer_with_gain_bin_10bpp_packed;
+extern dpd_fill_t* const dpd_line_fill_buffer_with_gain_bin_8bpp_unpacked;
 // Output n belongs to row n of the stretch, `bin_lines` pairs of words wide; there are at most
 // `end_y` - `start_y` of them. Sites above type 3 are paired by rows. A nonzero `flip_vertical`
 // swaps the two outputs, not the gains.
-dpd_fill_t dpd_line_fill_buffer_with_gain_unpacked_vertical;
+extern dpd_fill_t* const dpd_line_fill_buffer_with_gain_unpacked_vertical;
 
 // ---- By packing or arrangement of rows, and bin
 

@@ -2,8 +2,8 @@
 #include <cmath>
 #include <cstddef>
 
-#include "core/numeric.h"
-#include "core/pdlib_log.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
 #include "dense/pdlib_dpd_utils.h"
 
 namespace {

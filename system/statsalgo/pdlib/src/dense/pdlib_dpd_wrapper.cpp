@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <limits>
 
-#include "core/numeric.h"
+#include "base/numeric.h"
 
 namespace {
 

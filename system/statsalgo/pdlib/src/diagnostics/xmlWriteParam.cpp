@@ -1,6 +1,6 @@
 #include "diagnostics/xmlWriteParam.h"
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
 
 namespace {
 

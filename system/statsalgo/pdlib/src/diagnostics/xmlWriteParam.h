@@ -1,7 +1,7 @@
 // Hooks for dumps of what the library is given. This version writes no dump.
 #pragma once
 
-#include "core/pdlib_common.h"
+#include "base/pdlib_common.h"
 
 // From the core, after the flow's Init.
 void PDInitOutput(PDLibVersion version, const PDLibInitParam* init,

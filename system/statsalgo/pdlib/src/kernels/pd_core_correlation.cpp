@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "core/numeric.h"
-#include "core/pdlib_log.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
 #include "kernels/kernel_table.h"
 
 namespace {

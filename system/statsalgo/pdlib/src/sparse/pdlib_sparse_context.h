@@ -9,9 +9,9 @@
 
 #include "adaptive/pdlib_adaptive_k.h"
 #include "afpdlibelements.h"
-#include "core/owned_array.h"
-#include "core/pdlib_common.h"
-#include "core/pdlib_utils.h"
+#include "base/owned_array.h"
+#include "base/pdlib_common.h"
+#include "frame/pdlib_utils_window.h"
 
 inline constexpr int kMaxPairs = kMaxPatternPixels / 2;
 inline constexpr int kMaxNativePixels = 64;

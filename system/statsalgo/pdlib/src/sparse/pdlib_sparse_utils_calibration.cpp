@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
+#include "frame/pdlib_utils_calibration.h"
+#include "frame/pdlib_utils_map.h"
 
 using pdlib::OwnedArray;
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
 #include "orvo/osutils.h"
 #include "sparse/pdlib_sparse_utils_parse.h"
 

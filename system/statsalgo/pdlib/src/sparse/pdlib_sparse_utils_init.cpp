@@ -4,10 +4,13 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "core/numeric.h"
-#include "core/pdlib_log.h"
-#include "core/pdlib_switches.h"
-#include "lcr/pdlib_lcr_center.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
+#include "base/pdlib_switches.h"
+#include "frame/pdlib_utils_calibration.h"
+#include "frame/pdlib_utils_curve.h"
+#include "frame/pdlib_utils_extension.h"
+#include "sparse/pdlib_sparse_lcr.h"
 #include "sparse/pdlib_sparse_utils_pattern.h"
 #include "sparse/pdlib_sparse_utils_validate.h"
 
@@ -15,6 +18,7 @@ using afpdlibelements::tessarinePDLibType;
 using pdlib::Clamp;
 using pdlib::SaturateTo;
 using pdlib::ToInt32;
+using statsglobalelements::statsExtensionParamType;
 
 namespace {
 
@@ -69,32 +73,27 @@ tessarinePDLibType fallback_tuning() {
   return tuning;
 }
 
-void apply_extension(pdaf_context_t* context, const char* name, float value) {
-  // Compared over the known name's length and no further: a longer name that starts alike also
-  // matches.
-  const auto is = [name](const char* known) {
-    return std::strncmp(name, known, std::strlen(known)) == 0;
-  };
-  if (is("skipLCRInMonitorAndSmallPD")) context->skipLCRInMonitorAndSmallPD = ToInt32(value);
-  if (is("skipLCRPDThreshold")) context->skipLCRPDThreshold = value;
-  if (is("verticalBinningControl")) context->verticalBinningControl = ToInt32(value);
-  if (is("EnableOptimizedSparseParsing")) context->optimizedParsing = ToInt32(value) != 0;
-  if (is("EnableSparsePDAFIIRFilter")) context->iirEnabled = static_cast<uint8_t>(ToInt32(value));
-  if (is("minimumMeanSADLevel")) context->minMeanSADLevel = SaturateTo<int16_t>(value);
-  if (is("LCRParsingMode")) context->LCRParsingMode = ToInt32(value);
+void apply_extension(pdaf_context_t* context, const statsExtensionParamType& entry) {
+  const auto is = [&entry](const char* known) { return is_extension(entry, known); };
+  const float* value = extension_value(entry);
+  if (value == nullptr) return;
+  if (is("skipLCRInMonitorAndSmallPD")) context->skipLCRInMonitorAndSmallPD = ToInt32(*value);
+  if (is("skipLCRPDThreshold")) context->skipLCRPDThreshold = *value;
+  if (is("verticalBinningControl")) context->verticalBinningControl = ToInt32(*value);
+  if (is("EnableOptimizedSparseParsing")) context->optimizedParsing = ToInt32(*value) != 0;
+  if (is("EnableSparsePDAFIIRFilter")) context->iirEnabled = static_cast<uint8_t>(ToInt32(*value));
+  if (is("minimumMeanSADLevel")) context->minMeanSADLevel = SaturateTo<int16_t>(*value);
+  if (is("LCRParsingMode")) context->LCRParsingMode = ToInt32(*value);
   if (is("xCFA_factor")) {
-    context->xCFA_factor = value;
-    PDLIB_INFO("xCFA_factor %f", static_cast<double>(value));
+    context->xCFA_factor = *value;
+    PDLIB_INFO("xCFA_factor %f", static_cast<double>(*value));
   }
 }
 
 void apply_extensions(pdaf_context_t* context, const tessarinePDLibType& tuning) {
   if (tuning.extensionParam == nullptr) return;
-  for (uint32_t i = 0; i < tuning.extensionParamCount; ++i) {
-    const auto& entry = tuning.extensionParam[i];
-    const float* value = extension_value(entry);
-    if (value != nullptr && entry.Name != nullptr) apply_extension(context, entry.Name, *value);
-  }
+  for (uint32_t i = 0; i < tuning.extensionParamCount; ++i)
+    apply_extension(context, tuning.extensionParam[i]);
 }
 
 bool is_range_usable(const char* what, const afpdlibelements::tessarinePDRange& range) {
@@ -280,10 +279,4 @@ int set_pd_context_init_info(pdaf_context_t* context, const PDLibInitParam& init
                                        context->pd_unit * context->shift_offset, context->pd_unit,
                                        context->biasStrength);
   return built ? 0 : 1;
-}
-
-void set_pd_context_deinit(pdaf_context_t* context) {
-  context->biasVector.reset();
-  context->lcrBiasVector.reset();
-  if (context->adaptiveK.enable != 0) adaptive_k_deinit(&context->adaptiveK);
 }

@@ -16,6 +16,3 @@ int pdaf_param_init_tuning(pdaf_context_t* context,
 // an empty search range alone fails silently.
 int set_pd_context_init_info(pdaf_context_t* context, const PDLibInitParam& init,
                              const afpdlibelements::tessarinePDLibType& tuning);
-
-// Releases what set_pd_context_init_info allocated.
-void set_pd_context_deinit(pdaf_context_t* context);

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "core/numeric.h"
+#include "base/numeric.h"
 #include "kernels/kernel_table.h"
 #include "kernels/pd_core_filters.h"
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "core/numeric.h"
-#include "core/pdlib_log.h"
-#include "core/quick_sort.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
+#include "base/quick_sort.h"
 
 namespace {
 

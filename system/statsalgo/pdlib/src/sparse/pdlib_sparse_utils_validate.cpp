@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
 
 namespace {
 

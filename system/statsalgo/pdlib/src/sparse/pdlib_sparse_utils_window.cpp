@@ -3,8 +3,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "core/numeric.h"
-#include "core/pdlib_log.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
+#include "frame/pdlib_utils_window.h"
 #include "sparse/pdlib_sparse_utils_calibration.h"
 
 namespace {

@@ -4,10 +4,12 @@
 #include <cmath>
 #include <limits>
 
-#include "core/numeric.h"
-#include "core/pdlib_log.h"
-#include "core/pdlib_profile.h"
-#include "lcr/pdlib_lcr_center.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
+#include "base/pdlib_profile.h"
+#include "frame/pdlib_utils_curve.h"
+#include "frame/pdlib_utils_window.h"
+#include "sparse/pdlib_sparse_lcr.h"
 
 using pdlib::Clamp;
 using pdlib::ToInt32;

@@ -1,8 +1,8 @@
 // One row of windows: parse, balance, repair, resample, filter, correlate.
 #include <algorithm>
 
-#include "core/numeric.h"
-#include "core/pdlib_log.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
 #include "kernels/pd_core_correlation.h"
 #include "kernels/pd_core_filters.h"
 #include "sparse/pdlib_sparse_utils_parse.h"

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "core/numeric.h"
+#include "base/numeric.h"
 #include "kernels/pd_core_correlation.h"
 #include "sparse/pdlib_sparse_wrapper.h"
 

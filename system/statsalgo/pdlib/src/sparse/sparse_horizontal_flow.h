@@ -7,7 +7,7 @@
 // lines as the image is high closes the frame.
 #pragma once
 
-#include "adaptive/context_flow.h"
+#include "frame/context_flow.h"
 
 struct pdaf_context_t;
 extern template class ContextFlow<pdaf_context_t>;
@@ -15,9 +15,19 @@ extern template class ContextFlow<pdaf_context_t>;
 class SparseHorizontalFlow final : public ContextFlow<pdaf_context_t> {
  public:
   SparseHorizontalFlow();
-  ~SparseHorizontalFlow() override;
 
-  int Init(const PDLibInitParam* init, const afpdlibelements::tessarinePDLibType* tuning) override;
-  int Process(const PDLibParam* param, uint32_t lines, PDLibOutputData* output) override;
-  int DeInit() override;
+  int GetTuningData(void** tuning) override;
+
+ private:
+  int SetUp(const PDLibInitParam& init, const afpdlibelements::tessarinePDLibType* tuning) override;
+  bool Skip(const FlowCall& call) override;
+  bool FrameStarts() const override;
+  int Configure(const PDLibParam& param) override;
+  void Test(const PDLibParam& param) override;
+  void TakeBuffers(const PDLibParam& param) override;
+  void Measure(uint32_t lines) override;
+  void Keep() override;
 };
+
+// A new flow; null without memory.
+IPDLIBFlow* CreateSparseHorizontalFlow();

@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <utility>
 
-#include "core/numeric.h"
-#include "core/pdlib_log.h"
-#include "core/quick_sort.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
+#include "base/pdlib_status.h"
+#include "base/quick_sort.h"
+#include "frame/pdlib_utils_extension.h"
 
 using afpdlibelements::tessarineHVConfWeight;
 using afpdlibelements::tessarinePDLibType;
@@ -25,8 +26,7 @@ std::pair<PDLibHVFlowType, PDLibHVFlowType> selected_sub_flows(const tessarinePD
   std::pair selected = {kHVFlowHardwareDPD, kHVFlowDPDVertical};
   for (uint32_t i = 0; tuning.extensionParam != nullptr && i < tuning.extensionParamCount; ++i) {
     const auto& entry = tuning.extensionParam[i];
-    if (entry.Name == nullptr || std::strcmp(entry.Name, "HVSelection") != 0) continue;
-    if (entry.enableFlag != 1 || entry.dataCount != 2 || entry.data == nullptr) continue;
+    if (!is_hv_selection(entry) || entry.dataCount != 2) continue;
     selected = {static_cast<PDLibHVFlowType>(ToInt32(entry.data[0])),
                 static_cast<PDLibHVFlowType>(ToInt32(entry.data[1]))};
   }
@@ -105,25 +105,12 @@ float HVWeightLookUp(tessarineHVConfWeight* table, uint32_t count, int confidenc
   return std::fma(thresholds(confidence, below.confThreshold), slope, below.weight);
 }
 
-IPDLIBFlow* CreateSparseHVFlow(LogicalDriver* driver) {
-  return new (std::nothrow) SparseHVFlow(driver);
-}
-
 SparseHVFlow::~SparseHVFlow() {
   DeInit();
 }
 
 IPDLIBFlow* SparseHVFlow::CreateSubFlow(PDLibHVFlowType type) {
-  switch (type) {
-    case kHVFlowSparseHorizontal: return CreateSparseHorizontalFlow();
-    case kHVFlowSparseVertical: return CreateSparseVerticalFlow();
-    case kHVFlowDPDHorizontal: return CreateDPDFlow();
-    case kHVFlowDPDVertical: return CreateVerticalDPDFlow();
-    case kHVFlowFullDiagonal: return CreateFullDiagonalFlow();
-    case kHVFlowHardwareDPD: return CreateHardwareDPDFlow(driver_);
-    case kHVFlowSparseHardware: return CreateSparseHardwareFlow(driver_);
-  }
-  return nullptr;
+  return make_(type, driver_);
 }
 
 bool SparseHVFlow::CreateSubFlows(const tessarinePDLibType& tuning) {

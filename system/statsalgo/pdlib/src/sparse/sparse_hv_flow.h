@@ -6,8 +6,8 @@
 #pragma once
 
 #include "afpdlibelements.h"
-#include "core/owned_array.h"
-#include "core/pdlib_flow.h"
+#include "base/owned_array.h"
+#include "frame/pdlib_flow.h"
 
 // Weight of a confidence by a table: sorts the table, and interpolates between its points. Outside
 // of them the nearest point holds.
@@ -19,9 +19,14 @@ void WeightConfSort(afpdlibelements::tessarineHVConfWeight* table, int low, int 
 void SwatDataWeightConf(afpdlibelements::tessarineHVConfWeight* first,
                         afpdlibelements::tessarineHVConfWeight* second);
 
+class LogicalDriver;
+
 class SparseHVFlow final : public IPDLIBFlow {
  public:
-  explicit SparseHVFlow(LogicalDriver* driver) : driver_(driver) {}
+  // Makes a flow for one side; null for one that there isn't, or without memory.
+  using SubFlowMaker = IPDLIBFlow* (*)(PDLibHVFlowType type, LogicalDriver* driver);
+
+  SparseHVFlow(SubFlowMaker make, LogicalDriver* driver) : make_(make), driver_(driver) {}
   ~SparseHVFlow() override;
   SparseHVFlow(const SparseHVFlow&) = delete;
   SparseHVFlow& operator=(const SparseHVFlow&) = delete;
@@ -33,7 +38,6 @@ class SparseHVFlow final : public IPDLIBFlow {
   int SetAdaptiveData(const void* data, int size) override;
 
  private:
-  // A new flow of the type; null for one that this version doesn't have, or without memory.
   IPDLIBFlow* CreateSubFlow(PDLibHVFlowType type);
   bool CreateSubFlows(const afpdlibelements::tessarinePDLibType& tuning);
   bool TakeWeights(const afpdlibelements::tessarinePDLibType& tuning);
@@ -43,6 +47,7 @@ class SparseHVFlow final : public IPDLIBFlow {
   IPDLIBFlow* vertical_ = nullptr;
   IPDLIBFlow* horizontal_ = nullptr;
   afpdlibelements::tessarineHVControl control_ = {};  // tables of the tuning, or the own ones
+  SubFlowMaker make_;
   LogicalDriver* driver_;
   pdlib::OwnedArray<afpdlibelements::tessarineHVConfWeight> ownHorizontal_;
   pdlib::OwnedArray<afpdlibelements::tessarineHVConfWeight> ownVertical_;

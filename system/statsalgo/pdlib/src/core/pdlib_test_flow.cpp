@@ -1,6 +1,6 @@
-#include "diagnostics/pdlib_test_flow.h"
+#include "core/pdlib_test_flow.h"
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
 
 IPDLIBFlow* CreatePDLibTestFlow(IPDLIBFlow* /*flow*/, const PDLibInitParam* /*init*/,
                                 const afpdlibelements::tessarinePDLibType* /*tuning*/,

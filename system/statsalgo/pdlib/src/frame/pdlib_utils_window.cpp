@@ -1,10 +1,7 @@
-#include "core/pdlib_utils.h"
+#include "frame/pdlib_utils_window.h"
 
-#include <cmath>
-#include <cstring>
-
-#include "core/numeric.h"
-#include "core/pdlib_log.h"
+#include "base/numeric.h"
+#include "base/pdlib_log.h"
 
 using pdlib::Clamp;
 using pdlib::ToInt32;
@@ -40,49 +37,9 @@ void crop_axis(int extent, int start, int globalOffset, int blockSize, int block
   *count = block_of(int64_t{start} + extent, globalOffset, blockSize, blockCount) - *first;
 }
 
-constexpr float kMaxPDOffset = 10.0F;  // pixels
-
 }  // namespace
 
-bool read_orientation(PDAFOrientation orientation, bool* mirror, bool* flip) {
-  *mirror = orientation == kOrientationMirror || orientation == kOrientationMirrorAndFlip;
-  *flip = orientation == kOrientationFlip || orientation == kOrientationMirrorAndFlip;
-  if (orientation <= kOrientationMirrorAndFlip) return true;
-  PDLIB_ERROR("Invalid sensor orientation %u", orientation);
-  return false;
-}
-
-float honoured_pd_offset(float offset) {
-  return offset > -kMaxPDOffset && offset < kMaxPDOffset ? offset : 0.0F;
-}
-
-uint8_t honoured_pixel_depth(uint32_t depth) {
-  constexpr uint8_t kDefaultDepth = 10;
-  return depth >= 1 && depth <= 16 ? static_cast<uint8_t>(depth) : kDefaultDepth;
-}
-
-bool has_usable_gain_maps(const _pdaf_cal_param_t& calibration) {
-  const uint32_t entries = uint32_t{calibration.MapWidth} * calibration.MapHeight;
-  if (entries > 0 && entries <= uint32_t{kGainMapEntries}) return true;
-  PDLIB_ERROR("pdaf cal: gain maps of %u by %u entries, expected 1 to %d", calibration.MapWidth,
-              calibration.MapHeight, kGainMapEntries);
-  return false;
-}
-
-bool build_bias_vector(pdlib::OwnedArray<uint16_t>* vector, int length, int firstShift, int step,
-                       float strength) {
-  if (!vector->allocate(static_cast<size_t>(length))) return false;
-  for (int i = 0; i < length; ++i) {
-    const float d = static_cast<int16_t>(firstShift - i * step);
-    const float weight = (strength * d * d / 4096.0F + (1.0F - strength)) * 4096.0F;
-    (*vector)[static_cast<size_t>(i)] = static_cast<uint16_t>(pdlib::ToUint32(weight));
-  }
-  return true;
-}
-
 void set_window_configure_info(win_config_t* window, const PDLibWindowConfig& config) {
-  window->updated = 1;
-  window->valid = 1;
   window->horizontalWindowCount = config.horizontalWindowCount;
   window->verticalWindowCount = config.verticalWindowCount;
   window->x = config.window.startX;
@@ -169,25 +126,6 @@ uint32_t ready_rows(uint32_t rows, float ratio) {
   return partial ? pdlib::ToUint32(static_cast<float>(rows) * ratio) : rows;
 }
 
-int first_map_line(double relative, int size) {
-  const double position = (relative - 0.01) * size;
-  if (!(position > 0) || size < 2) return 0;
-  return position < size - 2 ? ToInt32(std::floor(position)) : size - 2;
-}
-
-int16_t dcc_lookup(const int16_t* table, double relativeX, double relativeY) {
-  const int column = first_map_line(relativeX, kDccColumns);
-  const int row = first_map_line(relativeY, kDccRows);
-  const int16_t* upper = table + row * kDccColumns + column;
-  const int16_t* lower = upper + kDccColumns;
-  return static_cast<int16_t>((upper[0] + upper[1] + lower[0] + lower[1]) >> 2);
-}
-
-const float* extension_value(const statsglobalelements::statsExtensionParamType& entry) {
-  const bool usable = entry.enableFlag == 1 && entry.dataCount != 0 && entry.data != nullptr;
-  return usable ? entry.data : nullptr;
-}
-
 bool is_window_usable(const PDLibWindowConfig& config) {
   if (!is_window_valid(config.window)) {
     PDLIB_ERROR(
@@ -200,36 +138,4 @@ bool is_window_usable(const PDLibWindowConfig& config) {
   PDLIB_ERROR("Invalid window count %u x %u, the results hold %u", config.horizontalWindowCount,
               config.verticalWindowCount, kMaxWindows);
   return false;
-}
-
-bool is_buffer_usable(const PDLibParam& param, uint64_t requiredBytes) {
-  if (param.PDBuffer == nullptr) {
-    PDLIB_ERROR("null PD buffer");
-    return false;
-  }
-  if (param.PDBufferSize >= 0 && static_cast<uint64_t>(param.PDBufferSize) >= requiredBytes)
-    return true;
-  PDLIB_ERROR("PD buffer of %lld bytes is too small, the PD area needs %llu",
-              static_cast<long long>(param.PDBufferSize),
-              static_cast<unsigned long long>(requiredBytes));
-  return false;
-}
-
-float temporal_weight(const afpdlibelements::tessarineTuningPostProcess& weights, bool lensStands) {
-  return lensStands ? weights.temporalFilterStaticWeight : weights.temporalFilterDynamicWeight;
-}
-
-void log_frame_result(uint32_t frameIndex, const PDLibDefocusInfo& result,
-                      float actuatorSensitivity, int lensPosition, const PDLibOutputData& output) {
-  PDLIB_INFO(
-      "frame_idx: %d, phaseDiff %.2f, defocus_um: %.1f conf_level %d cur_lens_pos %d "
-      "processingResult %d isPeripheralValid %d",
-      static_cast<int>(frameIndex), static_cast<double>(result.phaseDiff),
-      static_cast<double>(static_cast<float>(result.defocus) * actuatorSensitivity),
-      static_cast<int>(result.confidence), lensPosition, static_cast<int>(output.processingResult),
-      output.isPeripheralValid);
-}
-
-void copy_results(const PDLibOutputData& from, PDLibOutputData* to) {
-  std::memcpy(static_cast<void*>(to), &from, offsetof(PDLibOutputData, depthMap));
 }

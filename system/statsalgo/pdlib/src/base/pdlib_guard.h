@@ -1,8 +1,8 @@
 // No exception crosses a layer.
 #pragma once
 
-#include "core/pdlib_flow.h"
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
+#include "base/pdlib_status.h"
 
 namespace pdlib {
 

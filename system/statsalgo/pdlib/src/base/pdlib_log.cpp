@@ -1,4 +1,4 @@
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
 
 #include <cstdarg>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "hardware/pdlib_logical_driver.h"
+#include "driver/pdlib_logical_driver.h"
 
 namespace {
 

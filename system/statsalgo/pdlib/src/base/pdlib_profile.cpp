@@ -1,8 +1,8 @@
-#include "core/pdlib_profile.h"
+#include "base/pdlib_profile.h"
 
 #include <cstring>
 
-#include "core/pdlib_log.h"
+#include "base/pdlib_log.h"
 #include "orvo/osutils.h"
 
 constinit thread_local PDLibProfile* m_profile = nullptr;

@@ -6,16 +6,9 @@
 #include <cstdint>
 #include <new>
 
+#include "base/pdlib_common.h"
+#include "base/pdlib_status.h"
 #include "orvo/memory.h"
-#include "pdlib_common.h"
-
-class LogicalDriver;
-
-// Status of the core and of the flows.
-inline constexpr int kPDStatusOk = 0;
-inline constexpr int kPDStatusNoMemory = 1;  // out of memory or a failed allocation
-inline constexpr int kPDStatusBadInput = 2;  // a null pointer, a bad size, an invalid configuration
-inline constexpr int kPDStatusFlowFailed = 3;
 
 // Life cycle: Init once, Process once or more per frame, DeInit, destruction. One thread at a time.
 // The order of the operations is the order of the table that the camera stack's builds agree on.
@@ -40,18 +33,3 @@ class IPDLIBFlow {
   static void operator delete(void* flow) noexcept { OrvoFree(flow); }
   static void operator delete(void* flow, const std::nothrow_t&) noexcept { OrvoFree(flow); }
 };
-
-// Each gives a new flow, or null: no memory, or a flow that this version doesn't have.
-IPDLIBFlow* CreateDPDFlow();
-// The same flow on upper and lower samples: a part of the flow that fuses two axes.
-IPDLIBFlow* CreateVerticalDPDFlow();
-IPDLIBFlow* CreateSparseHorizontalFlow();
-IPDLIBFlow* CreateSparseVerticalFlow();
-IPDLIBFlow* CreateFullDiagonalFlow();
-IPDLIBFlow* CreateSparseHVFlow(LogicalDriver* driver);
-IPDLIBFlow* CreateHardwareDPDFlow(LogicalDriver* driver);
-IPDLIBFlow* CreateSparseHardwareFlow(LogicalDriver* driver);
-IPDLIBFlow* CreateHardwareLCRFlow(LogicalDriver* driver);
-
-// The flow of a type; null for a value outside 0 to 7.
-IPDLIBFlow* CreatePDLibFlow(PDFlowType type, LogicalDriver* driver);

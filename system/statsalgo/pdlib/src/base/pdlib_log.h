@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "core/pdlib_switches.h"
+#include "base/pdlib_switches.h"
 #include "orvo/log.h"
 
 namespace pdlib {

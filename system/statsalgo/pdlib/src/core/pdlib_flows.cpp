@@ -1,11 +1,11 @@
-#include "core/pdlib_flow.h"
-
-#include <cstring>
+#include "core/pdlib_flows.h"
 
 #include "afpdlibelements.h"
-#include "core/numeric.h"
-#include "core/pdlib.h"
-#include "core/pdlib_log.h"
+#include "base/numeric.h"
+#include "dense/dpd_software_flow.h"
+#include "frame/pdlib_utils_extension.h"
+#include "sparse/sparse_horizontal_flow.h"
+#include "sparse/sparse_hv_flow.h"
 
 using afpdlibelements::tessarinePDLibType;
 
@@ -46,6 +46,24 @@ IPDLIBFlow* CreatePDLibFlow(PDFlowType type, LogicalDriver* driver) {
   return nullptr;
 }
 
+IPDLIBFlow* CreatePDLibSubFlow(PDLibHVFlowType type, LogicalDriver* driver) {
+  switch (type) {
+    case kHVFlowSparseHorizontal: return CreateSparseHorizontalFlow();
+    case kHVFlowSparseVertical: return CreateSparseVerticalFlow();
+    case kHVFlowDPDHorizontal: return CreateDPDFlow();
+    case kHVFlowDPDVertical: return CreateVerticalDPDFlow();
+    case kHVFlowFullDiagonal: return CreateFullDiagonalFlow();
+    case kHVFlowHardwareDPD: return CreateHardwareDPDFlow(driver);
+    case kHVFlowSparseHardware: return CreateSparseHardwareFlow(driver);
+  }
+  return nullptr;
+}
+
+// Both sides come from here, so that the fusing flow doesn't know what it fuses.
+IPDLIBFlow* CreateSparseHVFlow(LogicalDriver* driver) {
+  return new (std::nothrow) SparseHVFlow(CreatePDLibSubFlow, driver);
+}
+
 // ---- Selection
 
 namespace {
@@ -69,13 +87,6 @@ PDFlowType SelectSparseFlow(const PDLibInitParam& init, const tessarinePDLibType
                                                             : kFlowSparseHorizontal;
 }
 
-// One value is read, and yet an entry with a single value doesn't count: the parameter carries a
-// choice for each axis.
-bool IsHVSelection(const afpdlibelements::statsExtensionParamType& entry) {
-  return entry.Name != nullptr && std::strcmp(entry.Name, "HVSelection") == 0 &&
-         entry.enableFlag == 1 && entry.dataCount > 1 && entry.data != nullptr;
-}
-
 }  // namespace
 
 PDFlowType SelectPDLibFlow(const PDLibInitParam& init, const tessarinePDLibType& tuning) {
@@ -90,7 +101,10 @@ bool isDiagonalFlowEnable(const tessarinePDLibType* tuning) {
   if (tuning == nullptr || tuning->extensionParam == nullptr) return false;
   for (uint32_t i = 0; i < tuning->extensionParamCount; ++i) {
     const auto& entry = tuning->extensionParam[i];
-    if (IsHVSelection(entry)) return pdlib::ToInt32(entry.data[0]) == kDiagonal;
+    // One value is read, and yet an entry with a single value doesn't count: the parameter carries
+    // a choice for each axis.
+    if (is_hv_selection(entry) && entry.dataCount > 1)
+      return pdlib::ToInt32(entry.data[0]) == kDiagonal;
   }
   return false;
 }

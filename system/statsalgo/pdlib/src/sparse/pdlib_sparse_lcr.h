@@ -4,7 +4,7 @@
 // frame runs LCR, and the results of the PD pixels stand.
 #pragma once
 
-#include "core/pdlib_common.h"
+#include "base/pdlib_common.h"
 
 struct pdaf_context_t;
 

@@ -5,8 +5,8 @@
 // so that it describes the block at rest.
 #pragma once
 
-#include "core/pdlib_common.h"
-#include "hardware/pdlib_hw_config.h"
+#include "base/pdlib_common.h"
+#include "driver/pdlib_hw_config.h"
 
 class LogicalDriver {
  public:

@@ -1,8 +1,9 @@
+#include "frame/pdlib_utils_map.h"
+
 #include <cmath>
 
-#include "core/numeric.h"
-#include "core/owned_array.h"
-#include "core/pdlib_utils.h"
+#include "base/numeric.h"
+#include "base/owned_array.h"
 
 using pdlib::Clamp;
 

@@ -1,4 +1,4 @@
-#include "core/pdlib_switches.h"
+#include "base/pdlib_switches.h"
 
 PDLibSwitch PDLIB_PROFILING{0};
 PDLibSwitch PDLIB_TEST_MODE{0};
