@@ -9,7 +9,12 @@
 namespace {
 
 using nlohmann::json;
+using test::Model;
 using test::Outcome;
+
+std::string Text(const tessarine::Bytes& bytes) {
+  return {bytes.begin(), bytes.end()};
+}
 
 constexpr const char* kSmall = R"({"modes": [{"mode": "Default", "modules": {"tessarinePDLib":
   {"values": {"preProcess": {"boxFilterLength": 4}}}},
@@ -47,6 +52,10 @@ TEST_F(Tessarine, TellsByItsStatusWhatWentWrong) {
   damaged[damaged.size() - 1] = static_cast<char>(damaged[damaged.size() - 1] ^ 1);
   Write("damaged.bin", damaged);
   Write("empty.bin", "");
+  Model twins = test::FromSource(R"({"modes": [{"mode": "0", "modes": [{"mode": "Scene.AR"}]}]})");
+  twins.modes.push_back(twins.modes.back());
+  twins.modes.back().id = 2;
+  Write("twins.bin", Text(tessarine::WriteFile(twins)));
   const std::string small = " " + Path("small.bin");
   const std::string bad = " " + Path("damaged.bin");
   struct Case {
@@ -75,6 +84,10 @@ TEST_F(Tessarine, TellsByItsStatusWhatWentWrong) {
        "maxFrameRate"},
       {"show" + small + " PDLib.preProcess.filterTrigger.filterSet[3].verticalMode", 3,
        "filterSet has 3 elements, no [3]"},
+      {"check " + Path("twins.bin"), 1, ""},
+      {"decompile " + Path("twins.bin") + " -o " + Path("x.json"), 3,
+       "twins.bin: no source can tell what it holds: "},
+      {"serve /nosuch/file", 3, "/nosuch/file: there is no such file"},
       {"compile " + Path("strange.json") + " -o " + Path("strange.bin"), 1,
        "strange.json: mode 0 Default: the library refuses the file for its module PDLibs"},
       {"check " + Path("strange.json"), 1, ""},
@@ -180,14 +193,13 @@ TEST_F(Tessarine, TellsDifferencesByModeAndField) {
 
 // A name that would turn the terminal's text red.
 TEST_F(Tessarine, EscapesControlCharactersOfNames) {
-  tessarine::Model model = test::FromSource(R"({"modes": [{"mode": "Default"}]})");
+  Model model = test::FromSource(R"({"modes": [{"mode": "Default"}]})");
   for (const char* type : {"\x1b[31m\x7f",
                            "\xc2\x9b"
                            "31m",
                            "\xff"})
     model.modes[0].modules.push_back({0, type, {1, 0, 0}, {}, {7}});
-  const tessarine::Bytes file = tessarine::WriteFile(model);
-  Write("odd.bin", std::string(file.begin(), file.end()));
+  Write("odd.bin", Text(tessarine::WriteFile(model)));
   Write("plain.json", R"({"modes": [{"mode": "Default"}]})");
   for (const std::string& command : {"show " + Path("odd.bin"), "check " + Path("odd.bin"),
                                      "diff " + Path("plain.json") + " " + Path("odd.bin")}) {

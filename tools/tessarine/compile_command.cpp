@@ -47,6 +47,21 @@ void AddCompileCommand(CLI::App& app, int& status) {
   });
 }
 
+namespace {
+
+// Throws InputError for a file that is sound, but says what no source can, such as a mode twice.
+Decompiled MakeSource(const std::string& path, bool isWhole) {
+  Bytes bytes;
+  const Model model = LoadSoundFile(path, bytes);
+  try {
+    return Decompile(bytes, model, isWhole ? Extent::kAll : Extent::kChanges);
+  } catch (const InputError& error) {
+    throw InputError(path + ": no source can tell what it holds: " + error.what());
+  }
+}
+
+}  // namespace
+
 void AddDecompileCommand(CLI::App& app, int& status) {
   struct Options {
     std::string file, output;
@@ -64,10 +79,7 @@ void AddDecompileCommand(CLI::App& app, int& status) {
       "Example:\n"
       "  tessarine decompile tuning.bin -o tuning.json");
   command->callback([options, &status] {
-    Bytes bytes;
-    const Model model = LoadSoundFile(options->file, bytes);
-    const Decompiled decompiled =
-        Decompile(bytes, model, options->isWhole ? Extent::kAll : Extent::kChanges);
+    const Decompiled decompiled = MakeSource(options->file, options->isWhole);
     SaveText(options->output, decompiled.source);
     status = decompiled.firstDifference ? kFound : kDone;
     if (decompiled.firstDifference)
