@@ -184,7 +184,7 @@ TEST(TessarineFile, KeepsTheNulsThatItsTextsCount) {
 // way of numbering, which took four times as long.
 TEST(TessarineFile, OfAnotherWriterTakesNoLongerToDecompile) {
   Model model;
-  for (uint32_t id = 0; id < 60; ++id) {
+  for (uint32_t id = 0; id < 40; ++id) {
     Mode& mode = model.modes.emplace_back();
     mode.id = id;
     mode.key = {static_cast<uint16_t>(id == 0 ? 0 : 1), static_cast<uint16_t>(id)};
@@ -207,7 +207,7 @@ TEST(TessarineFile, OfAnotherWriterTakesNoLongerToDecompile) {
   const auto seconds = [](const Bytes& file, bool isOwn) {
     const Model read = test::FromFile(file);
     double shortest = 1e9;
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 5; ++i) {
       const std::clock_t start = std::clock();
       EXPECT_EQ(Decompile(file, read).firstDifference.has_value(), !isOwn);
       shortest = std::min(shortest, double(std::clock() - start) / CLOCKS_PER_SEC);
