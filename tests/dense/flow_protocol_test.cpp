@@ -156,6 +156,20 @@ TEST(Calls, TestModeMeasuresNothing) {
   EXPECT_EQ(Orvo::Host::Allocations().allocations, allocations);  // no grid either
 }
 
+// The record holds that many results, and none for their sum, which decides all the same.
+TEST(Calls, AsManyWindowsAsTheRecordHolds) {
+  for (const float threshold : {0.0F, 1024.0F}) {
+    FlowRun run;
+    run.camera.setWindows(20, 10);
+    run.camera.tuning.correlation.defocusConfidenceThreshold = threshold;
+    run.camera.exposeShifted(4);
+    ASSERT_EQ(run.init(), 0);
+    ASSERT_EQ(run.frame(), 0);
+    EXPECT_EQ(run.output.processingResult, threshold == 0 ? kResultStarted : kResultLowConfidence);
+    EXPECT_EQ(run.output.horizontalWindowCount * run.output.verticalWindowCount, kMaxWindows);
+  }
+}
+
 TEST(Calls, LuxLevel) {
   dpd_context_t context{};
   const auto level = [&context](int gain, float fps, float integrationTime) {
@@ -300,6 +314,8 @@ TEST(Memory, EachAllocationOfInitMayFail) {
     }
     if (status == 0) break;
     statuses.push_back(status);
+    EXPECT_TRUE(log.has("Out of memory"));
+    log.restart();
     EXPECT_EQ(Live(), before);
     EXPECT_EQ(run.frame(), kPDStatusFlowFailed);
     ASSERT_EQ(run.init(), 0);  // a second try works

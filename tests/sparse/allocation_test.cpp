@@ -43,6 +43,8 @@ TEST(Allocation, EachOneOfInitMayFail) {
     if (status == kPDStatusOk) break;
     // The context itself is the first one.
     EXPECT_EQ(status, failures == 0 ? kPDStatusNoMemory : kPDStatusFlowFailed);
+    EXPECT_TRUE(log.has(failures == 0 ? "Out of memory" : "set init info error"));
+    log.restart();
     EXPECT_EQ(Live(), live);
     EXPECT_EQ(run.frame(), kPDStatusFlowFailed);
     int size = 7;

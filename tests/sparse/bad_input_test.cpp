@@ -65,10 +65,10 @@ TEST(BadInput, CallsThatCanNotBeMeasured) {
       {"infinite", [](PDLibParam& p) { p.windowConfig.window.endX = kInf; }},
       {"no columns", [](PDLibParam& p) { p.windowConfig.horizontalWindowCount = 0; }},
       {"no rows", [](PDLibParam& p) { p.windowConfig.verticalWindowCount = 0; }},
-      {"one window too many for the sum",
+      {"one window too many",
        [](PDLibParam& p) {
-         p.windowConfig.horizontalWindowCount = 20;
-         p.windowConfig.verticalWindowCount = 10;
+         p.windowConfig.horizontalWindowCount = 67;
+         p.windowConfig.verticalWindowCount = 3;
        }},
       {"counts whose product wraps",
        [](PDLibParam& p) {

@@ -3,6 +3,8 @@
 
 #include <cstring>
 #include <memory>
+#include <string>
+#include <thread>
 #include <vector>
 
 #include "core/pdlib_flows.h"
@@ -99,6 +101,63 @@ TEST_F(HVFlow, WithoutWeightTheHorizontalResultStands) {
     Weigh(&none, vertical);
     ASSERT_EQ(Init(), kPDStatusOk);
     EXPECT_NEAR(Process(flow_.get()).defocusInfo[4].phaseDiff, -8.0F, 0.5F);
+  }
+}
+
+// Whichever allocation fails: no frame runs, and nothing is handed out that would replace what the
+// camera has learnt.
+TEST_F(HVFlow, AFailedInitLeavesNoHalfFlow) {
+  camera_.exposeShifted(8);
+  Select(kHVFlowSparseHorizontal, kHVFlowSparseHorizontal);
+  const uint64_t live = Orvo::Host::Allocations().live;
+  std::vector<std::string> lines;
+  for (int64_t index = 1;; ++index) {  // 0 is the flow
+    Orvo::Host::FailAllocation(index);
+    const int status = Init();
+    Orvo::Host::NeverFailAllocation();
+    if (status == kPDStatusOk) break;
+    lines.push_back(log_.texts().back());
+    PDLibOutputData output = {};
+    EXPECT_EQ(flow_->Process(&camera_.param, camera_.imageHeight(), &output), kPDStatusFlowFailed);
+    const void* data = nullptr;
+    int size = 7;
+    EXPECT_EQ(flow_->GetAdaptiveData(&data, &size), kPDStatusBadInput);
+    EXPECT_EQ(size, 0);
+    EXPECT_EQ(flow_->SetAdaptiveData(camera_.frame.data(), kAdaptiveDataSize), kPDStatusBadInput);
+  }
+  // Two flows, and of each its context and its bias.
+  const std::string flow = "no sub-flow of type 0 or 0: not part of this version, or out of memory";
+  EXPECT_EQ(lines, (std::vector<std::string>{flow, flow, "Out of memory", "set init info error",
+                                             "Out of memory", "set init info error",
+                                             "HVControl Horizontal Conf Weight malloc error",
+                                             "HVControl Vertical Conf Weight malloc error"}));
+  flow_.reset();
+  EXPECT_EQ(Orvo::Host::Allocations().live, live);
+}
+
+// Cameras may share a tuning record, each on a thread of its own.
+TEST_F(HVFlow, TheTunedWeightsStayAsTheyAre) {
+  camera_.exposeShifted(8);
+  Select(kHVFlowSparseHorizontal, kHVFlowSparseHorizontal);
+  const std::vector<tessarineHVConfWeight> tuned = {
+      {0.8F, 900}, {0.1F, 100}, {0.5F, 400}, {0.4F, 400}, {0.0F, 50}};
+  auto shared = tuned;
+  Weigh(shared.data(), shared.data());
+  auto& control = camera_.tuning.HVControl;
+  control.horizontalConfWeightTuningCount = control.verticalConfWeightTuningCount = 5;
+  std::vector<std::thread> cameras;
+  for (int i = 0; i < 2; ++i) {
+    cameras.emplace_back([this] {
+      const std::unique_ptr<IPDLIBFlow> flow(CreateSparseHVFlow(nullptr));
+      ASSERT_EQ(flow->Init(&camera_.init, &camera_.tuning), kPDStatusOk);
+      for (int frame = 0; frame < 5; ++frame)
+        EXPECT_NEAR(Process(flow.get()).defocusInfo[4].phaseDiff, -8.0F, 0.5F);
+    });
+  }
+  for (std::thread& camera : cameras) camera.join();
+  for (size_t i = 0; i < tuned.size(); ++i) {
+    EXPECT_EQ(shared[i].weight, tuned[i].weight) << i;
+    EXPECT_EQ(shared[i].confThreshold, tuned[i].confThreshold) << i;
   }
 }
 
