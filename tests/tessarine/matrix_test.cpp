@@ -2,7 +2,6 @@
 // library: every field is what the source says. The source is read here by a parser of its own.
 #include <nlohmann/json.hpp>
 
-#include "decompile.h"
 #include "files.h"
 #include "sources.h"
 #include "support/pd_tuning.h"
@@ -121,16 +120,6 @@ TEST(TessarineMatrix, EveryVersionHoldsEveryFieldForTheLibrary) {
       }
       record->Release();
     }
-}
-
-TEST(TessarineMatrix, EveryVersionComesBackFromItsSourceByteForByte) {
-  const std::string text = tessarine::LoadText(TESSARINE_TUNING);
-  for (const Layout& layout : kLayouts) {
-    const Bytes file = Compile(text, layout);
-    const tessarine::Decompiled decompiled = tessarine::Decompile(file, test::FromFile(file));
-    EXPECT_FALSE(decompiled.firstDifference) << layout.format;
-    EXPECT_EQ(tessarine::WriteFile(test::FromSource(decompiled.source)), file) << layout.format;
-  }
 }
 
 }  // namespace

@@ -40,8 +40,27 @@ OrderedJson ElementToJson(const FieldSchema& field, const Value& value) {
   return std::bit_cast<int32_t>(value.bits);
 }
 
+// On one line, cut off soon after `longest` characters: what is longer needs more lines.
+void AppendLine(const OrderedJson& json, size_t longest, std::string& line) {
+  if (!json.is_structured()) {
+    line += json.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
+    return;
+  }
+  line += json.is_object() ? '{' : '[';
+  const char* separator = "";
+  for (const auto& [name, value] : json.items()) {
+    if (line.size() > longest) return;
+    line += separator;
+    if (json.is_object()) line += PrintLine(name) + ": ";
+    AppendLine(value, longest, line);
+    separator = ", ";
+  }
+  line += json.is_object() ? '}' : ']';
+}
+
 void PrintInto(const OrderedJson& json, size_t indent, std::string& text) {
-  const std::string line = PrintLine(json);
+  std::string line;
+  AppendLine(json, json.is_structured() ? kLineLength : SIZE_MAX, line);
   if (!json.is_structured() || json.empty() || indent + line.size() <= kLineLength) {
     text += line;
     return;
@@ -143,17 +162,9 @@ std::string Print(const OrderedJson& json) {
 }
 
 std::string PrintLine(const OrderedJson& json) {
-  if (!json.is_structured())
-    return json.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
-  std::string text = json.is_object() ? "{" : "[";
-  const char* separator = "";
-  for (const auto& [name, value] : json.items()) {
-    text += separator;
-    if (json.is_object()) text += PrintLine(name) + ": ";
-    text += PrintLine(value);
-    separator = ", ";
-  }
-  return text + (json.is_object() ? "}" : "]");
+  std::string line;
+  AppendLine(json, SIZE_MAX, line);
+  return line;
 }
 
 }  // namespace tessarine

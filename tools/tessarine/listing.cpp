@@ -65,6 +65,8 @@ size_t StepLength(const std::string& path) {
 
 [[noreturn]] void FailAtStep(const std::string& above, const std::string& step,
                              const std::vector<std::string>& known) {
+  if (step[0] == '[')
+    throw InputError(above + " has " + std::to_string(known.size()) + " elements, no " + step);
   std::string hint = NearestName(step, known);
   if (hint.empty()) {
     for (const std::string& name : known)

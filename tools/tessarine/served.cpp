@@ -7,6 +7,7 @@
 #include "common/nearest_name.h"
 #include "fdsetmanager.h"
 #include "imagesensormodulesetmanager.h"
+#include "json_values.h"
 #include "modes.h"
 #include "tuningsetmodules.h"
 
@@ -45,6 +46,7 @@ class Search {
   }
   std::string Place(int node) const { return Place(*tree_.Nodes()[node].mode); }
 
+  void Tell(const std::string& line) { lines_.push_back(Printable(line)); }
   void FindModes();
   void FindChildren(int node);
   void FindModules();
@@ -61,8 +63,7 @@ void Search::FindModes() {
   for (size_t i = 0; i < tree_.Nodes().size(); ++i) {
     const int node = static_cast<int>(i);
     if (i != 0 && tree_.Nodes()[i].parent < 0)
-      lines_.push_back(Place(node) + ": no branch leads to it, for it stands beside the root, " +
-                       PathOf(0));
+      Tell(Place(node) + ": no branch leads to it, for it stands beside the root, " + PathOf(0));
     FindChildren(node);
   }
 }
@@ -72,10 +73,10 @@ void Search::FindChildren(int node) {
   std::set<ModeKey> keys;
   for (const int child : parent.children) {
     if (parent.link >= 0)
-      lines_.push_back(Place(child) + ": no branch leads to it, for " + PathOf(node) +
-                       " links to " + PathOf(tree_.Resolve(node)));
+      Tell(Place(child) + ": no branch leads to it, for " + PathOf(node) + " links to " +
+           PathOf(tree_.Resolve(node)));
     else if (!keys.insert(tree_.Nodes()[child].mode->key).second)
-      lines_.push_back(Place(child) + ": no branch leads to it, for a mode beside it is the same");
+      Tell(Place(child) + ": no branch leads to it, for a mode beside it is the same");
   }
 }
 
@@ -89,9 +90,9 @@ void Search::FindModules() {
           served.begin(), served.end(),
           [&](const ModeTree::Found& found) { return found.module->type == module.type; });
       if (first->module != &module)
-        lines_.push_back(Place(mode) + ": no branch gets its module " + std::to_string(module.id) +
-                         " " + module.Name() + ", for module " + std::to_string(first->module->id) +
-                         " of " + PathOf(first->node) + " stands before it");
+        Tell(Place(mode) + ": no branch gets its module " + std::to_string(module.id) + " " +
+             module.Name() + ", for module " + std::to_string(first->module->id) + " of " +
+             PathOf(first->node) + " stands before it");
     }
   }
 }
@@ -117,8 +118,8 @@ void Search::FindStrangers() {
           own == nullptr
               ? "a name that no manager knows" + Hint(module.Name())
               : "which belongs to " + std::string(own->manager) + ", others to " + manager->manager;
-      lines_.push_back(Place(mode) + ": the library refuses the file for its module " +
-                       module.Name() + ", " + reason);
+      Tell(Place(mode) + ": the library refuses the file for its module " + module.Name() + ", " +
+           reason);
     }
   }
 }
