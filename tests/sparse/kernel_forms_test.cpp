@@ -4,10 +4,10 @@
 
 #include <random>
 
-#include "flow_fixture.h"
 #include "kernels/kernel_table.h"
+#include "support/flow_run.h"
 
-using test::FlowRun;
+using FlowRun = test::SparseRun;
 using test::FourColumns;
 using test::SparseCamera;
 

@@ -4,12 +4,12 @@
 #include <cmath>
 #include <string>
 
-#include "flow_fixture.h"
 #include "sparse/pdlib_sparse_wrapper.h"
 #include "sparse_context.h"
+#include "support/flow_run.h"
 
 using test::ConfiguredContext;
-using test::FlowRun;
+using FlowRun = test::SparseRun;
 using test::FourColumns;
 using test::LogCapture;
 using test::SparseCamera;
@@ -39,7 +39,7 @@ void ServeBothAxes(SparseCamera& camera) {
 const SensorCase kSensors[] = {
     {"plain", [](SparseCamera&) {}},
     {"one window, no overlap", [](SparseCamera& c) { c.setWindows(1, 1); }},
-    {"custom ROI", [](SparseCamera& c) { c.setWindows(4, 2, PDLibRoiType(7)); }},
+    {"custom ROI", [](SparseCamera& c) { c.setWindows(4, 2, 7); }},
     {"one pixel a sample", [](SparseCamera& c) { c.setPixels(FourColumns(1)); }},
     {"optimized", [](SparseCamera& c) { c.addExtension("EnableOptimizedSparseParsing"); }},
     {"band pass", [](SparseCamera& c) { c.addExtension("EnableSparsePDAFIIRFilter"); }},
