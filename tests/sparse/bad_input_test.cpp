@@ -94,29 +94,12 @@ class Vandal {
 
  private:
   uint32_t next() {
-    static constexpr uint32_t kAbsurd[] = {0,
-                                           1,
-                                           2,
-                                           3,
-                                           7,
-                                           16,
-                                           17,
-                                           255,
-                                           32767,
-                                           65535,
-                                           65536,
-                                           0x7fffffff,
-                                           0x80000000,
-                                           0xffffffff,
-                                           0xfffffff0,
-                                           0x7fc00000 /* NaN */,
-                                           0x7f800000 /* infinity */,
-                                           0xff800000,
-                                           0x3f800000 /* 1.0 */,
-                                           0xbf800000 /* -1.0 */,
-                                           0x3f000000 /* 0.5 */,
-                                           0x4b000000 /* 2^23 */,
-                                           0x7f7fffff};
+    // At the end NaN, both infinities, 1, -1, 0.5, 2^23 and the largest number as they are stored.
+    static constexpr uint32_t kAbsurd[] = {
+        0,          1,          2,          3,          7,          16,
+        17,         255,        32767,      65535,      65536,      0x7fffffff,
+        0x80000000, 0xffffffff, 0xfffffff0, 0x7fc00000, 0x7f800000, 0xff800000,
+        0x3f800000, 0xbf800000, 0x3f000000, 0x4b000000, 0x7f7fffff};
     return pick(3) == 0 ? static_cast<uint32_t>(random_()) : kAbsurd[pick(std::size(kAbsurd))];
   }
   std::mt19937 random_;

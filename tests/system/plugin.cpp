@@ -105,17 +105,13 @@ fs::path Plugin::dataFile(uint32_t cameraId) const {
 
 std::vector<std::string> Plugin::logTexts() {
   std::vector<std::string> texts;
-  for (const auto& line : Orvo::Host::CapturedLog()) {
-    texts.push_back(line.text.substr(line.text.find("() ") + 3));
-  }
+  for (const auto& line : Orvo::Host::CapturedLog()) texts.push_back(TextOf(line));
   return texts;
 }
 
 bool Plugin::wasLogged(const std::string& text) {
-  for (const std::string& line : logTexts()) {
-    if (line == text) return true;
-  }
-  return false;
+  const auto texts = logTexts();
+  return std::count(texts.begin(), texts.end(), text) > 0;
 }
 
 }  // namespace test
