@@ -61,15 +61,12 @@ TEST_F(AdaptiveFile, WhatIsNoFileIsSurvivedAndNamed) {
   EXPECT_TRUE(std::filesystem::is_directory(dataFile(3)));
 }
 
-TEST_F(AdaptiveFile, OfAShortFileWhatIsThereCounts) {
+TEST_F(AdaptiveFile, AShortFileCountsAsNone) {
   enter();
   std::ofstream(dataFile(3), std::ios::binary).write("\7\0\7\0\7", 5);
   Run(3);
   EXPECT_TRUE(wasLogged("The adaptive k data file holds 5 of 960 bytes"));
-  std::vector<int16_t> expected(480, 1);  // the calibration where the file holds nothing
-  std::fill_n(expected.begin(), 3, int16_t{7});
-  std::fill_n(expected.begin() + 240, 3, int16_t{0});  // the far values of the same positions
-  EXPECT_EQ(Read(3), expected);
+  EXPECT_EQ(Read(3), std::vector<int16_t>(480, 1));
 }
 
 }  // namespace

@@ -77,7 +77,6 @@ TEST(AdaptiveInit, StartsAllButTheFocusMapAnew) {
   EXPECT_EQ(state.data.tolFarTargetUpperBound, 2.0F);
   EXPECT_EQ(state.data.tolFarTargetLowerBound, 0.25F);
   EXPECT_EQ(state.data.grid[47].farTargetHistory[4], 147);
-  EXPECT_EQ(state.estimator.actuatorSensitivity, 0.0F);
   EXPECT_EQ(state.estimator.param.state0StableCntThres, 3);
   EXPECT_EQ(state.estimator.param.state1StableCntThres, 2);
   EXPECT_EQ(state.estimator.param.state0ConfThres, 500);

@@ -97,7 +97,7 @@ TEST_F(Frame, RefusesGridsThatTheOutputCannotHold) {
   const CountCase cases[] = {
       {0, 3, 0, false},           {3, 0, 0, false},
       {0, 0, 2, false},           {199, 1, 0, true},
-      {200, 1, 0, false},  // no place for the sum window
+      {200, 1, 0, true},          {201, 1, 0, false},
       {20, 10, 1, true},          {10, 20, 2, true},
       {201, 1, 1, false},         {0x10000, 0x10000, 1, false},  // a product of 0 in 32 bits
       {0x80000000u, 2, 0, false}, {0xffffffffu, 0xffffffffu, 0, false},

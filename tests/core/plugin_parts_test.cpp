@@ -126,13 +126,14 @@ TEST_F(LearntDataFile, HoldsTheBytesAndNothingElse) {
             std::vector<std::string>(2, "pFilePath is /var/cache/camera/pdlibdata3.bin"));
 }
 
-TEST_F(LearntDataFile, ShortFileLeavesTheRestOfTheBuffer) {
-  std::ofstream(file_) << "abc";
-  std::vector<uint8_t> loaded(kAdaptiveDataSize, 0);
-  EXPECT_EQ(PDLibLoadAdaptiveData(loaded.data(), loaded.size(), 3), kPDLibSuccess);
-  std::vector<uint8_t> expected(kAdaptiveDataSize, 0);
-  std::copy_n("abc", 3, expected.begin());
-  EXPECT_EQ(loaded, expected);
+TEST_F(LearntDataFile, ShortFileCountsAsNone) {
+  for (const size_t bytes : {size_t{0}, size_t{3}, size_t{kAdaptiveDataSize} - 1}) {
+    std::ofstream(file_) << std::string(bytes, 'x');
+    std::vector<uint8_t> loaded(kAdaptiveDataSize);
+    EXPECT_EQ(PDLibLoadAdaptiveData(loaded.data(), loaded.size(), 3), kPDLibFailed);
+    EXPECT_EQ(log_.texts().back(),
+              "The adaptive k data file holds " + std::to_string(bytes) + " of 960 bytes");
+  }
 }
 
 TEST_F(LearntDataFile, FailuresAreReported) {

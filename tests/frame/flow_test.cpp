@@ -30,6 +30,9 @@ struct Kind<SparseCamera> {
   }
   // Statuses of Init without its allocations: the context, the bias of LCR, the bias.
   static std::vector<int> initWithoutMemory() { return {1, 3, 3}; }
+  static const char* initLine(size_t allocation) {
+    return allocation == 0 ? "Out of memory" : "set init info error";
+  }
   static constexpr char kConfigureFailed[] = "config pd context info failed";
   static std::vector<std::string> linesWithoutMemory() {
     return {"Out of memory",
@@ -55,6 +58,7 @@ struct Kind<DualCamera> {
   static void askForEverything(DualCamera&) {}
   // The context, two dense maps, two flips of both and of the table, the bias.
   static std::vector<int> initWithoutMemory() { return {3, 2, 2, 2, 2, 2, 2, 2, 2, 3}; }
+  static const char* initLine(size_t) { return "Out of memory"; }
   static constexpr char kConfigureFailed[] = "Set dpd context param failed";
   static std::vector<std::string> linesWithoutMemory() {
     return {"pCenterCorrelationGrids NULL",
@@ -156,6 +160,21 @@ TYPED_TEST(Flow, CallInsideTheRoiUsesUpTheFrame) {
   }
 }
 
+// The record holds that many results, and none for their sum, which decides all the same.
+TYPED_TEST(Flow, AsManyWindowsAsTheRecordHolds) {
+  for (const float threshold : {0.0F, 1024.0F}) {
+    FlowRun<TypeParam> run;
+    run.camera.tuning.correlation.defocusConfidenceThreshold = threshold;
+    run.camera.setWindows(20, 10);
+    this->start(run, 4);
+    run.output.isPeripheralValid = 0x55;
+    ASSERT_EQ(run.frame(), kPDStatusOk);
+    EXPECT_EQ(run.output.processingResult, threshold == 0 ? kResultStarted : kResultLowConfidence);
+    EXPECT_EQ(run.output.isPeripheralValid, threshold == 0 ? 0 : 1);
+    EXPECT_EQ(run.output.horizontalWindowCount * run.output.verticalWindowCount, kMaxWindows);
+  }
+}
+
 // ---- Changes of the window
 
 TYPED_TEST(Flow, ChangedWindowRebuildsAndForgets) {
@@ -248,6 +267,7 @@ TYPED_TEST(Flow, EachAllocationOfInitMayFail) {
       status = run.init();
     }
     if (status == kPDStatusOk) break;
+    EXPECT_TRUE(log.has(TestFixture::K::initLine(statuses.size())));
     statuses.push_back(status);
     EXPECT_EQ(LiveAllocations(), created);
     EXPECT_EQ(run.frame(), kPDStatusFlowFailed);

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <string>
+#include <thread>
 #include <vector>
 
 #include "core/fake_flow.h"
@@ -206,7 +208,66 @@ TEST_F(HVFlow, SidesAreChosenByTheLastSelectionOfTwoValues) {
   EXPECT_EQ(flow_->Init(&camera_.init, nullptr), kPDStatusBadInput);
 }
 
-// With the sub-flows of this version: what measures alone, measures fused.
+// With the sub-flows of this version. Whichever allocation fails: no frame runs, and nothing is
+// handed out that would replace what the camera has learnt.
+TEST_F(HVFlow, AFailedInitLeavesNoHalfFlow) {
+  Select(kHVFlowSparseHorizontal, kHVFlowSparseHorizontal);
+  const uint64_t live = Orvo::Host::Allocations().live;
+  std::vector<std::string> lines;
+  for (int64_t index = 0;; ++index) {
+    flow_.reset(CreateSparseHVFlow(nullptr));
+    Orvo::Host::FailAllocation(index);
+    const int status = flow_->Init(&camera_.init, &camera_.tuning);
+    Orvo::Host::NeverFailAllocation();
+    if (status == kPDStatusOk) break;
+    lines.push_back(log_.texts().back());
+    EXPECT_EQ(Process(), kPDStatusFlowFailed);
+    const void* data = nullptr;
+    int size = 7;
+    EXPECT_EQ(flow_->GetAdaptiveData(&data, &size), kPDStatusBadInput);
+    EXPECT_EQ(size, 0);
+    EXPECT_EQ(flow_->SetAdaptiveData(camera_.frame.data(), kAdaptiveDataSize), kPDStatusBadInput);
+  }
+  // Two flows, and of each its context and its bias.
+  const std::string flow = "no sub-flow of type 0 or 0: not part of this version, or out of memory";
+  EXPECT_EQ(lines, (std::vector<std::string>{flow, flow, "Out of memory", "set init info error",
+                                             "Out of memory", "set init info error",
+                                             "HVControl Horizontal Conf Weight malloc error",
+                                             "HVControl Vertical Conf Weight malloc error"}));
+  flow_.reset();
+  EXPECT_EQ(Orvo::Host::Allocations().live, live - 1);  // the flow of the other tests
+}
+
+// Cameras may share a tuning record, each on a thread of its own.
+TEST_F(HVFlow, TheTunedWeightsStayAsTheyAre) {
+  camera_.exposeShifted(8);
+  Select(kHVFlowSparseHorizontal, kHVFlowSparseHorizontal);
+  const std::vector<tessarineHVConfWeight> tuned = {
+      {0.8F, 900}, {0.1F, 100}, {0.5F, 400}, {0.4F, 400}, {0.0F, 50}};
+  auto shared = tuned;
+  auto& control = camera_.tuning.HVControl;
+  control.horizontalConfWeightTuning = control.verticalConfWeightTuning = shared.data();
+  control.horizontalConfWeightTuningCount = control.verticalConfWeightTuningCount = 5;
+  std::vector<std::thread> cameras;
+  for (int i = 0; i < 2; ++i) {
+    cameras.emplace_back([this] {
+      const std::unique_ptr<IPDLIBFlow> flow(CreateSparseHVFlow(nullptr));
+      ASSERT_EQ(flow->Init(&camera_.init, &camera_.tuning), kPDStatusOk);
+      PDLibOutputData output = {};
+      for (int frame = 0; frame < 5; ++frame) {
+        EXPECT_EQ(flow->Process(&camera_.param, camera_.imageHeight(), &output), kPDStatusOk);
+        EXPECT_NEAR(output.defocusInfo[4].phaseDiff, -8.0F, 0.5F);
+      }
+    });
+  }
+  for (std::thread& camera : cameras) camera.join();
+  for (size_t i = 0; i < tuned.size(); ++i) {
+    EXPECT_EQ(shared[i].weight, tuned[i].weight) << i;
+    EXPECT_EQ(shared[i].confThreshold, tuned[i].confThreshold) << i;
+  }
+}
+
+// What measures alone, measures fused.
 TEST_F(HVFlow, FusesWhatThisVersionHas) {
   camera_.exposeShifted(8);
   flow_.reset(CreateSparseHVFlow(nullptr));

@@ -115,11 +115,17 @@ TEST(Measurement, DefocusIsThePhaseTimesTheCoefficient) {
 }
 
 // The grid's own vectors are taken by the steps, then summed in place in the order of the results,
-// with a row step of the row count.
+// with a row step of the row count; by columns each window sums the four cells that it covers.
 TEST(Measurement, OverlappingCellsAreSummedByTheStatedIndices) {
-  const struct { uint32_t columns, rows; } cases[] = {{2, 2}, {3, 1}, {1, 3}, {4, 2}, {2, 4}};
+  const struct {
+    uint32_t columns, rows;
+    bool byColumns, isTold;
+  } cases[] = {{2, 2, false, false}, {3, 1, false, false}, {1, 3, false, true}, {4, 2, false, true},
+               {2, 4, false, true},  {4, 2, true, false},  {2, 4, true, false}};
   for (const auto& c : cases) {
+    LogCapture log(1);
     SparseCamera camera;
+    camera.addExtension("OverlapSumByColumns", {c.byColumns ? 1.0f : 2.0f});
     camera.setWindows(c.columns, c.rows);
     camera.exposeShifted(8);
     const auto expected = ConfiguredContext(camera);
@@ -137,14 +143,20 @@ TEST(Measurement, OverlappingCellsAreSummedByTheStatedIndices) {
         sad.emplace_back(vector.begin(), vector.end());
       }
     }
+    const std::string size = std::to_string(c.columns) + " x " + std::to_string(c.rows);
+    EXPECT_EQ(log.has(size + " overlapping windows sum entries of other places than their own, set "
+                             "OverlapSumByColumns to sum their own"),
+              c.isTold);
+    const auto unsummed = sad;
     const std::vector<int64_t> nothing(sad[0].size());
     std::vector<int64_t> total = nothing;
     for (uint32_t row = 0; row < c.rows; ++row) {
       for (uint32_t column = 0; column < c.columns; ++column) {
-        const uint32_t a = row * gridRows + column;
+        const uint32_t a = row * (c.byColumns ? gridColumns : gridRows) + column;
         std::vector<int64_t> sum = nothing;
         for (const uint32_t source : {a, a + 1, a + gridColumns, a + gridColumns + 1}) {
-          const auto& cell = source < sad.size() ? sad[source] : nothing;
+          const auto& cells = c.byColumns ? unsummed : sad;
+          const auto& cell = source < sad.size() ? cells[source] : nothing;
           for (size_t k = 0; k < sum.size(); ++k) sum[k] += cell[k];
         }
         for (size_t k = 0; k < sum.size(); ++k) total[k] += sum[k];
@@ -159,7 +171,7 @@ TEST(Measurement, OverlappingCellsAreSummedByTheStatedIndices) {
     for (size_t i = 0; i <= c.columns * c.rows; ++i) {
       auto& vector = context->centerGrid[i].sad;
       EXPECT_EQ(std::vector<int64_t>(vector.begin(), vector.end()), sad[i])
-          << c.columns << " x " << c.rows << ", result " << i;
+          << size << ", result " << i;
     }
   }
 }

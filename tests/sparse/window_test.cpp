@@ -143,11 +143,14 @@ TEST(CenterGrid, DccOfAResultStandsAtTheIndexOfTheResult) {
 
 TEST(PeripheralGrid, EightRectanglesAroundTheRoi) {
   const struct {
+    uint32_t columns;     // of blocks, of 60 rows
+    uint32_t imageWidth;  // pixels
     PDLibWindow roi;
     std::vector<Rectangle> wanted;
   } cases[] = {
-      // 80 by 60 blocks
-      {{0.25f, 0.25f, 0.75f, 0.75f},
+      {80,
+       1280,
+       {0.25f, 0.25f, 0.75f, 0.75f},
        {{0, 0, 21, 16},
         {20, 0, 61, 16},
         {60, 0, 80, 16},
@@ -156,7 +159,9 @@ TEST(PeripheralGrid, EightRectanglesAroundTheRoi) {
         {0, 45, 21, 60},
         {20, 45, 61, 60},
         {60, 45, 80, 60}}},
-      {{0, 0, 1, 1},  // nothing is left around the image, yet no window is empty
+      {80,
+       1280,
+       {0, 0, 1, 1},  // nothing is left around the image, yet no window is empty
        {{0, 0, 1, 1},
         {0, 0, 80, 1},
         {79, 0, 80, 1},
@@ -165,10 +170,23 @@ TEST(PeripheralGrid, EightRectanglesAroundTheRoi) {
         {0, 59, 1, 60},
         {0, 59, 80, 60},
         {79, 59, 80, 60}}},
+      // The ROI ends at pixel 31.5, that is 32; its start and width add up to a little less.
+      {39,
+       630,
+       {0.01f, 0.25f, 0.05f, 0.75f},
+       {{0, 0, 1, 16},
+        {0, 0, 2, 16},
+        {2, 0, 39, 16},
+        {0, 15, 1, 46},
+        {2, 15, 39, 46},
+        {0, 45, 1, 60},
+        {0, 45, 2, 60},
+        {2, 45, 39, 60}}},
   };
   for (const auto& c : cases) {
     LogCapture log(1);
-    SparseCamera camera(80, 60);
+    SparseCamera camera(c.columns, 60);
+    camera.init.nativePatternInfo.currentImageWidth = c.imageWidth;
     camera.param.windowConfig.window = c.roi;
     const auto context = ConfiguredContext(camera);
     EXPECT_EQ(All(context->peripheralGrid), c.wanted);

@@ -220,7 +220,8 @@ TEST_F(Session, LoadsTheFileOfItsOwnCamera) {
     camera.createParams.initParam.logLevel = 1;
     EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
     EXPECT_TRUE(wasLogged("pFilePath is /var/cache/camera/pdlibdata6.bin"));
-    EXPECT_FALSE(wasLogged("Can not load adaptive PDAF data - using defaults"));
+    // One that lacks bytes counts as none.
+    EXPECT_EQ(wasLogged("Can not load adaptive PDAF data - using defaults"), size < 960);
     close(6);
     // Nothing was learnt, so that what is there isn't overwritten.
     EXPECT_EQ(ReadAll(dataFile(6)), std::vector<char>(size, 'k'));

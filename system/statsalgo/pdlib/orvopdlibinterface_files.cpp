@@ -30,10 +30,11 @@ int PDLibLoadAdaptiveData(void* buffer, size_t size, uint32_t cameraId) {
     return kPDLibFailed;
   }
   const size_t read = OsUtils::FRead(buffer, size, 1, size, file);
-  // What the file does hold is used all the same; the rest of the buffer stays as it was.
-  if (read != size) PDLIB_ERROR("The adaptive k data file holds %zu of %zu bytes", read, size);
   OsUtils::FClose(file);
-  return kPDLibSuccess;
+  if (read == size) return kPDLibSuccess;
+  // Zeros in place of what it lacks would count as learnt, and stop the lens.
+  PDLIB_ERROR("The adaptive k data file holds %zu of %zu bytes", read, size);
+  return kPDLibFailed;
 }
 
 int PDLibStoreAdaptiveData(const void* buffer, size_t size, uint32_t cameraId) {

@@ -82,10 +82,16 @@ PDLibProfile* CreateProfile(const PDLibInitParam& init) {
 
 namespace pdlib::plugin {
 
-void ReleaseProfile(ProfileSlot& slot) {
+void RetireProfile(ProfileSlot& slot) {
   m_profile = nullptr;
-  OrvoFree(slot.profile);
-  slot = ProfileSlot{};
+  slot.profile = nullptr;
+}
+
+void ReleaseProfile(ProfileSlot& slot) {
+  RetireProfile(slot);
+  OrvoFree(slot.owned);
+  slot.owned = nullptr;
+  slot.count = 0;
 }
 
 void SetUpProfile(const PDLibInitParam& init) {
@@ -98,11 +104,12 @@ void SetUpProfile(const PDLibInitParam& init) {
   }
   if (slot.count != 0) return;
   ReleaseProfile(slot);
-  slot.profile = CreateProfile(init);
-  if (slot.profile == nullptr) return;
+  slot.owned = CreateProfile(init);
+  if (slot.owned == nullptr) return;
+  slot.profile = slot.owned;
   slot.count = 1;
-  m_profile = slot.profile;
-  LogProfileModules(*slot.profile);
+  m_profile = slot.owned;
+  LogProfileModules(*slot.owned);
   const ProfileFrame initFrame(kProfileInit);
 }
 

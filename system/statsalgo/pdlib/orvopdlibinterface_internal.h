@@ -1,6 +1,7 @@
 // What the plug-in's own files share; nothing of this is exported.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -10,9 +11,11 @@
 
 namespace pdlib::plugin {
 
-// The profile block of one camera.
+// The profile block of one camera. The block is freed with the camera's instance and no sooner: a
+// session may close while another one's frame is still writing into it.
 struct ProfileSlot {
-  PDLibProfile* profile;
+  std::atomic<PDLibProfile*> profile;  // what frames that begin now measure into; null: nothing
+  PDLibProfile* owned;
   uint8_t count;
 };
 
@@ -35,7 +38,9 @@ constexpr bool IsCameraId(uint32_t cameraId) {
 
 // The session's profile block, made or taken down by the init record's flags. Takes the lock.
 void SetUpProfile(const PDLibInitParam& init);
-// Frees the block of a slot. Under the lock.
+// Frames that begin from now on are not measured. Under the lock.
+void RetireProfile(ProfileSlot& slot);
+// Frees the block of a slot; no frame of its camera runs any more. Under the lock.
 void ReleaseProfile(ProfileSlot& slot);
 
 }  // namespace pdlib::plugin
@@ -55,7 +60,7 @@ int CreatePDLib(VekPDLib** lib, const PDLibParamList* params);
 // Prepares the LCR part of an init record: native pattern, format and geometry of the LCR buffer.
 int PDLibLCRConfigure(PDLibInitParam* init, const afpdlibelements::tessarinePDLibType* tuning);
 
-// The learnt coefficients of a camera, a file without header. Loading doesn't look at how many
-// bytes arrive: what a short file lacks stays as it is in the buffer.
+// The learnt coefficients of a camera, a file without header. A file shorter than `size` counts as
+// none, with an error line; the buffer then holds no data.
 int PDLibLoadAdaptiveData(void* buffer, size_t size, uint32_t cameraId);
 int PDLibStoreAdaptiveData(const void* buffer, size_t size, uint32_t cameraId);

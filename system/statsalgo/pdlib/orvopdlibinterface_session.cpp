@@ -94,7 +94,8 @@ void CloseProfile(uint32_t cameraId) {
     PDLIB_INFO("cameraID %u instance count %d skip destroying m_profile", cameraId, slot.count);
     return;
   }
-  pdlib::plugin::ReleaseProfile(slot);
+  pdlib::plugin::RetireProfile(slot);
+  if (g_pPDLibData[cameraId] == nullptr) pdlib::plugin::ReleaseProfile(slot);
 }
 
 }  // namespace

@@ -163,7 +163,6 @@ void adaptive_k_process_frame(pdaf_adaptive_k_t* state, float actuatorSensitivit
                               const PDLibOutputData* output) {
   adaptive_k_estimator_t& estimator = state->estimator;
   const uint32_t debug = state->debug;
-  estimator.actuatorSensitivity = actuatorSensitivity;
   ADAPTK_DEBUG(debug, "ADAPTK: S106 - Frame at lens position %d, sensitivity %f", lensPosition,
                static_cast<double>(actuatorSensitivity));
   for (int i = 0; i < kAdaptiveKWindows; ++i) {

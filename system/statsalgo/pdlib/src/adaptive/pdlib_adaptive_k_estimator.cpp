@@ -155,7 +155,6 @@ void adaptive_k_init_estimator(adaptive_k_estimator_t* estimator,
     adaptive_k_init_estimatorGrid(&grid, debug);
   }
   std::fill(std::begin(estimator->active), std::end(estimator->active), 0u);
-  estimator->actuatorSensitivity = 0.0F;
 }
 
 void adaptive_k_init_estimatorGrid(adaptive_k_estimator_grid_t* grid, uint32_t debug) {

@@ -53,11 +53,10 @@ static_assert(offsetof(adaptive_k_estimator_grid_t, buffer_lens_pos) == 44);
 
 struct adaptive_k_estimator_t {
   uint32_t active[kAdaptiveKWindows];  // 1 for a window configured since the last reset
-  float actuatorSensitivity;
   adaptive_k_estimator_param_t param;
   adaptive_k_estimator_grid_t grid[kAdaptiveKWindows];
 };
-static_assert(offsetof(adaptive_k_estimator_t, grid) == 192 + 4 + 32);
+static_assert(offsetof(adaptive_k_estimator_t, grid) == 192 + 32);
 
 // Thresholds from the tuning, no window active, all estimators as new.
 void adaptive_k_init_estimator(adaptive_k_estimator_t* estimator,

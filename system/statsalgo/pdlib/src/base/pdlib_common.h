@@ -146,7 +146,7 @@ struct PDLibCropRegion {
   uint32_t height;
 };
 
-// What the sensor delivers.
+// What the sensor delivers. docs/integration.md says which fields each kind of sensor needs.
 struct PDLibSensorNativeInfo {
   PDLibBlockPattern blockPattern;  // sensor coordinates
   uint32_t horizontalBlockCount;   // blocks across the PD area
@@ -229,7 +229,7 @@ struct _pdaf_cal_param_t {
                         // named
   uint16_t MapWidth;    // size of the gain maps
   uint16_t MapHeight;
-  uint16_t Left_GainMap[kGainMapEntries];
+  uint16_t Left_GainMap[kGainMapEntries];  // 1024 is a gain of 1.0, in all five maps
   uint16_t Right_GainMap[kGainMapEntries];
   uint16_t Center_GainMap[kGainMapEntries];
   int16_t DCC_map[kDccMapEntries];  // usually 8 by 6
@@ -321,8 +321,9 @@ struct PDLibParam {
 // What the plug-in receives each frame.
 struct PDLibInputs {
   PDLibParam param;
-  uint32_t
-      linesWritten;  // PD lines that are already in PDBuffer; the image height closes the frame
+  // Lines of the image whose PD pixels are already in PDBuffer: compared with the ROI and with
+  // `currentImageHeight`, which closes the frame, and not with the lines of the buffer.
+  uint32_t linesWritten;
 };
 
 // ---- Results
@@ -333,7 +334,8 @@ inline constexpr uint32_t kPeripheralWindows = 8;
 inline constexpr uint32_t kMaxDepthCells = 400;
 
 struct PDLibDefocusInfo {
-  int32_t defocus;      // phase difference times DCC, defocus units
+  int32_t defocus;      // phase difference times DCC, defocus units; the lens moves by it, toward
+                        // rising actuator codes where it is positive
   uint32_t confidence;  // 0 to 1023; the dense matcher reaches 1024, an LCR result adds 1023
   float phaseDiff;      // full-resolution pixels, sign corrected for mirroring
   int16_t rangeLow;     // defocus at the edges of the plausible range; dense flows only

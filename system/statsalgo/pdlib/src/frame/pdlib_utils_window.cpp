@@ -46,6 +46,8 @@ void set_window_configure_info(win_config_t* window, const PDLibWindowConfig& co
   window->y = config.window.startY;
   window->w = config.window.endX - config.window.startX;
   window->h = config.window.endY - config.window.startY;
+  window->endX = config.window.endX;
+  window->endY = config.window.endY;
 }
 
 bool window_differs(const win_config_t& window, const PDLibWindowConfig& config) {
@@ -65,8 +67,7 @@ bool is_window_valid(const PDLibWindow& window) {
 bool window_count_fits(const PDLibWindowConfig& config) {
   const uint64_t windows =
       static_cast<uint64_t>(config.horizontalWindowCount) * config.verticalWindowCount;
-  const uint64_t sumWindow = config.roiType == kRoiDefault ? 1 : 0;
-  return windows > 0 && windows + sumWindow <= kMaxWindows;
+  return windows > 0 && windows <= kMaxWindows;
 }
 
 void get_grid_configure(int imageWidth, int imageHeight, float x, float y, float width,
@@ -96,12 +97,10 @@ PeripheralRectangle peripheral_rectangle(const win_config_t& roi, uint32_t index
   static constexpr const char* kNames[kPeripheralWindows] = {
       "TopLeftWindow",       "TopCenterWindow",  "TopRightWindow",     "LEFT_CORNER_WINDOW",
       "RIGHT_CORNER_WINDOW", "BottomLeftWindow", "BottomCenterWindow", "BottomRightWindow"};
-  const float endX = roi.x + roi.w;
-  const float endY = roi.y + roi.h;
-  const float startX[3] = {0.0F, roi.x, endX};
-  const float startY[3] = {0.0F, roi.y, endY};
-  const float width[3] = {roi.x, roi.w, 1.0F - endX};
-  const float height[3] = {roi.y, roi.h, 1.0F - endY};
+  const float startX[3] = {0.0F, roi.x, roi.endX};
+  const float startY[3] = {0.0F, roi.y, roi.endY};
+  const float width[3] = {roi.x, roi.w, 1.0F - roi.endX};
+  const float height[3] = {roi.y, roi.h, 1.0F - roi.endY};
   const auto [column, row] = peripheral_place(index);
   return {kNames[index], startX[column], startY[row], width[column], height[row]};
 }

@@ -15,6 +15,8 @@ struct win_config_t {
   float y;
   float w;
   float h;
+  float endX;  // as configured: `x` + `w` may differ in its last bit
+  float endY;
 };
 
 // Installs a configuration.
@@ -26,8 +28,8 @@ bool window_differs(const win_config_t& window, const PDLibWindowConfig& config)
 // A window that can be measured: finite corners within 0 to 1, start not behind end.
 bool is_window_valid(const PDLibWindow& window);
 
-// Whether the results of the grid, the sum window of the default ROI included, fit into
-// `defocusInfo`.
+// Whether the results of the grid fit into `defocusInfo`. With kMaxWindows windows the sum window
+// of the default ROI decides as ever, but has no place in the record.
 bool window_count_fits(const PDLibWindowConfig& config);
 
 // Blocks of the PD area and where they start, pixels.

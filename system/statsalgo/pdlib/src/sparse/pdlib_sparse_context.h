@@ -158,6 +158,7 @@ struct pdaf_context_t {
   int LCRParsingMode;
   float xCFA_factor;
   bool optimizedParsing;
+  bool overlapSumByColumns;  // overlapping windows sum their own four entries in any grid
   uint32_t parsingMergeFactor;
   uint8_t iirEnabled;
 

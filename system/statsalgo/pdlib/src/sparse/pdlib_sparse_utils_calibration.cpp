@@ -177,9 +177,6 @@ int pdaf_calibration_init(pdaf_context_t* context) {
                     make_dcc_map(context) == 0;
   if (made) return 0;
   PDLIB_ERROR("Out of memory");
-  context->leftGain.reset();
-  context->rightGain.reset();
-  context->centerGain.reset();
   return 1;
 }
 

@@ -83,6 +83,7 @@ void apply_extension(pdaf_context_t* context, const statsExtensionParamType& ent
   if (is("EnableOptimizedSparseParsing")) context->optimizedParsing = ToInt32(*value) != 0;
   if (is("EnableSparsePDAFIIRFilter")) context->iirEnabled = static_cast<uint8_t>(ToInt32(*value));
   if (is("minimumMeanSADLevel")) context->minMeanSADLevel = SaturateTo<int16_t>(*value);
+  if (is("OverlapSumByColumns")) context->overlapSumByColumns = ToInt32(*value) == 1;
   if (is("LCRParsingMode")) context->LCRParsingMode = ToInt32(*value);
   if (is("xCFA_factor")) {
     context->xCFA_factor = *value;

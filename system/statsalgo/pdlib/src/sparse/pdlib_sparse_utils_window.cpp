@@ -40,12 +40,11 @@ size_t sample_count(const pdaf_context_t& context) {
          context.sensor.verticalBlockCount * static_cast<size_t>(context.pairCount);
 }
 
-// Correlation reads past a row's end: a window borrows a search range from its right neighbour,
-// shifted ranges start later, and vector forms run on to the end of their last vector.
+// Correlation reads past a row's end: a window borrows a search range from its right neighbour, and
+// shifted ranges start later.
 size_t sample_slack(const pdaf_context_t& context) {
-  constexpr size_t kVectorOverrun = 32;
   return 2 * static_cast<size_t>(context.sad_len) +
-         static_cast<size_t>(std::abs(static_cast<int>(context.shift_offset))) + kVectorOverrun;
+         static_cast<size_t>(std::abs(static_cast<int>(context.shift_offset)));
 }
 
 bool allocate_samples(pdaf_context_t* context) {
@@ -182,6 +181,19 @@ void assign_sum_dcc(pdaf_context_t* context, PDLibRoiType roiType, uint32_t entr
   }
 }
 
+// Grids in which a row of overlapping windows does not begin at its own entries.
+void warn_of_uneven_overlap(const pdaf_context_t& context) {
+  const win_config_t& window = context.window;
+  const bool isAffected = context.gridOverlap != 0 && !context.overlapSumByColumns &&
+                          window.verticalWindowCount > 1 &&
+                          window.horizontalWindowCount != window.verticalWindowCount;
+  if (!isAffected) return;
+  PDLIB_INFO(
+      "%u x %u overlapping windows sum entries of other places than their own, set "
+      "OverlapSumByColumns to sum their own",
+      window.horizontalWindowCount, window.verticalWindowCount);
+}
+
 void log_peripheral_windows(const pdaf_context_t& context) {
   char text[kPeripheralWindows * 64];
   size_t length = 0;
@@ -252,6 +264,7 @@ int configure_center_window(pdaf_context_t* context, const PDLibParam& param) {
     }
   }
   assign_sum_dcc(context, roiType, entries);
+  warn_of_uneven_overlap(*context);
   if (context->adaptiveK.enable == 1) adaptive_k_print_active_gridID(&context->adaptiveK);
   return 0;
 }

@@ -56,9 +56,7 @@ void decide_lcr(pdaf_context_t* context, const PDLibOutputData& output) {
 }
 
 // Overwrites the vector of result window `index` with the sum of the four entries from `first` on.
-// The row step is the row count, not the column count, and the summing runs in place over what
-// earlier windows left: both are required and differ from the plain sum only for grids that aren't
-// square. Entries past the grid add nothing.
+// Entries past the grid add nothing.
 void sum_overlapping(pdaf_context_t* context, uint32_t index, uint32_t first) {
   const uint32_t columns = context->gridColumns();
   const uint32_t entries = columns * context->gridRows();
@@ -75,11 +73,15 @@ void sum_overlapping(pdaf_context_t* context, uint32_t index, uint32_t first) {
 
 bool measure_result_windows(pdaf_context_t* context, PDLibOutputData* output) {
   bool found = false;
+  // The row step is the row count, not the column count, and the summing runs in place over what
+  // earlier windows left: both are required, and differ from the plain sum only for grids that
+  // aren't square. With the column count no window sums what another one has overwritten.
+  const uint32_t rowStep =
+      context->overlapSumByColumns ? context->gridColumns() : context->gridRows();
   for (uint32_t row = 0; row < context->window.verticalWindowCount; ++row) {
     for (uint32_t column = 0; column < context->window.horizontalWindowCount; ++column) {
       const uint32_t index = row * context->window.horizontalWindowCount + column;
-      if (context->gridOverlap != 0)
-        sum_overlapping(context, index, row * context->gridRows() + column);
+      if (context->gridOverlap != 0) sum_overlapping(context, index, row * rowStep + column);
       found |= calculate_pd_and_conf(context, output->defocusInfo, static_cast<uint16_t>(index));
     }
   }

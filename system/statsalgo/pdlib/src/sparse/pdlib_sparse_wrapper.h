@@ -29,5 +29,5 @@ void pdaf_window_process_optimized(pdaf_context_t* context, uint16_t first, uint
 void calculate_sad_vector(pdaf_context_t* context, uint16_t first, uint16_t end);
 
 // Turns the vector of one window of the active grid into its result; whether its confidence exceeds
-// the threshold.
+// the threshold. A window beyond the results, the sum of kMaxWindows ones, is not stored.
 bool calculate_pd_and_conf(pdaf_context_t* context, PDLibDefocusInfo* results, uint16_t window);

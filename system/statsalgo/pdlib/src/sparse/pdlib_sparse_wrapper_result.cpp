@@ -51,9 +51,11 @@ bool calculate_pd_and_conf(pdaf_context_t* context, PDLibDefocusInfo* results, u
   phaseDiff += context->sensor.pdOffset;
   if (context->sensor.mirror) phaseDiff = -phaseDiff;
 
-  PDLibDefocusInfo& result = results[window];
-  result.phaseDiff = phaseDiff;
-  result.defocus = defocus_of(context, &entry, phaseDiff, window);
-  result.confidence = confidence;
+  const int32_t defocus = defocus_of(context, &entry, phaseDiff, window);
+  if (window < kMaxWindows) {
+    results[window].phaseDiff = phaseDiff;
+    results[window].defocus = defocus;
+    results[window].confidence = confidence;
+  }
   return static_cast<float>(confidence) > context->tuning.correlation.defocusConfidenceThreshold;
 }

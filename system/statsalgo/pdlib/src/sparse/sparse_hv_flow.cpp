@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 #include <utility>
 
 #include "base/numeric.h"
@@ -11,6 +12,7 @@
 #include "frame/pdlib_utils_extension.h"
 
 using afpdlibelements::tessarineHVConfWeight;
+using afpdlibelements::tessarineHVControl;
 using afpdlibelements::tessarinePDLibType;
 using pdlib::ToInt32;
 
@@ -33,15 +35,14 @@ std::pair<PDLibHVFlowType, PDLibHVFlowType> selected_sub_flows(const tessarinePD
   return selected;
 }
 
-template <size_t kCount>
-bool own_weights(const tessarineHVConfWeight (&weights)[kCount],
-                 pdlib::OwnedArray<tessarineHVConfWeight>* own, tessarineHVConfWeight** table,
-                 uint32_t* count) {
-  if (*table != nullptr && *count != 0) return true;
-  if (!own->allocate(kCount)) return false;
-  std::copy_n(weights, kCount, own->begin());
-  *table = own->data();
-  *count = kCount;
+// A copy of the tuned points, or of the default ones where the tuning has none.
+bool copy_weights(const tessarineHVConfWeight* tuned, uint32_t tunedCount,
+                  std::span<const tessarineHVConfWeight> defaults,
+                  pdlib::OwnedArray<tessarineHVConfWeight>* copy) {
+  const bool isTuned = tuned != nullptr && tunedCount != 0;
+  const auto points = isTuned ? std::span(tuned, tunedCount) : defaults;
+  if (!copy->allocate(points.size())) return false;
+  std::copy(points.begin(), points.end(), copy->begin());
   return true;
 }
 
@@ -123,15 +124,14 @@ bool SparseHVFlow::CreateSubFlows(const tessarinePDLibType& tuning) {
   return false;
 }
 
-bool SparseHVFlow::TakeWeights(const tessarinePDLibType& tuning) {
-  control_ = tuning.HVControl;
-  if (!own_weights(kHorizontalWeights, &ownHorizontal_, &control_.horizontalConfWeightTuning,
-                   &control_.horizontalConfWeightTuningCount)) {
+bool SparseHVFlow::TakeWeights(const tessarineHVControl& control) {
+  if (!copy_weights(control.horizontalConfWeightTuning, control.horizontalConfWeightTuningCount,
+                    kHorizontalWeights, &horizontalWeights_)) {
     PDLIB_ERROR("HVControl Horizontal Conf Weight malloc error");
     return false;
   }
-  if (!own_weights(kVerticalWeights, &ownVertical_, &control_.verticalConfWeightTuning,
-                   &control_.verticalConfWeightTuningCount)) {
+  if (!copy_weights(control.verticalConfWeightTuning, control.verticalConfWeightTuningCount,
+                    kVerticalWeights, &verticalWeights_)) {
     PDLIB_ERROR("HVControl Vertical Conf Weight malloc error");
     return false;
   }
@@ -148,27 +148,34 @@ int SparseHVFlow::Init(const PDLibInitParam* init, const tessarinePDLibType* tun
   const bool isCreated = CreateSubFlows(*tuning);
   const bool isHorizontalReady = isCreated && horizontal_->Init(init, tuning) == kPDStatusOk;
   const bool isVerticalReady = isCreated && vertical_->Init(init, tuning) == kPDStatusOk;
-  if (!TakeWeights(*tuning)) return kPDStatusNoMemory;
+  if (!TakeWeights(tuning->HVControl)) return kPDStatusNoMemory;
   if (!isHorizontalReady || !isVerticalReady) return kPDStatusFlowFailed;
+  isReady_ = true;
   initFailed_ = false;
   return kPDStatusOk;
 }
 
-// A table that comes from the tuning is sorted where it stands, in the tuning record.
+// Sorted at every look-up, and not once at Init: each sort may exchange points of equal threshold,
+// so that which of them decides settles over the first look-ups only.
 float SparseHVFlow::hWeightLookUp(int confidence) {
-  return HVWeightLookUp(control_.horizontalConfWeightTuning,
-                        control_.horizontalConfWeightTuningCount, confidence);
-}
-
-float SparseHVFlow::vWeightLookUp(int confidence) {
-  return HVWeightLookUp(control_.verticalConfWeightTuning, control_.verticalConfWeightTuningCount,
+  return HVWeightLookUp(horizontalWeights_.data(), static_cast<uint32_t>(horizontalWeights_.size()),
                         confidence);
 }
 
+float SparseHVFlow::vWeightLookUp(int confidence) {
+  return HVWeightLookUp(verticalWeights_.data(), static_cast<uint32_t>(verticalWeights_.size()),
+                        confidence);
+}
+
+int SparseHVFlow::RefuseNull() const {
+  PDLIB_ERROR("null pointer");
+  return kPDStatusBadInput;
+}
+
 int SparseHVFlow::Process(const PDLibParam* param, uint32_t lines, PDLibOutputData* output) {
-  if (horizontal_ == nullptr || vertical_ == nullptr || param == nullptr || output == nullptr) {
-    PDLIB_ERROR("null pointer");
-    return initFailed_ ? kPDStatusFlowFailed : kPDStatusBadInput;
+  if (!isReady_ || param == nullptr || output == nullptr) {
+    RefuseNull();
+    return !isReady_ && initFailed_ ? kPDStatusFlowFailed : kPDStatusBadInput;
   }
   PDLibOutputData horizontal = {};
   PDLibOutputData vertical = {};
@@ -206,20 +213,19 @@ int SparseHVFlow::Process(const PDLibParam* param, uint32_t lines, PDLibOutputDa
 int SparseHVFlow::DeInit() {
   const int horizontalResult = deinit_and_delete(&horizontal_);
   const int verticalResult = deinit_and_delete(&vertical_);
-  ownHorizontal_.reset();
-  ownVertical_.reset();
-  control_ = {};
+  horizontalWeights_.reset();
+  verticalWeights_.reset();
+  isReady_ = false;
   return horizontalResult != kPDStatusOk ? horizontalResult : verticalResult;
 }
 
+// Without a whole flow nothing was learnt: a session that failed leaves what is stored as it is.
 int SparseHVFlow::GetAdaptiveData(const void** data, int* size) {
-  if (horizontal_ != nullptr) return horizontal_->GetAdaptiveData(data, size);
-  PDLIB_ERROR("null pointer");
-  return kPDStatusBadInput;
+  if (isReady_) return horizontal_->GetAdaptiveData(data, size);
+  if (size != nullptr) *size = 0;
+  return RefuseNull();
 }
 
 int SparseHVFlow::SetAdaptiveData(const void* data, int size) {
-  if (horizontal_ != nullptr) return horizontal_->SetAdaptiveData(data, size);
-  PDLIB_ERROR("null pointer");
-  return kPDStatusBadInput;
+  return isReady_ ? horizontal_->SetAdaptiveData(data, size) : RefuseNull();
 }

@@ -38,18 +38,22 @@ class SparseHVFlow final : public IPDLIBFlow {
   int SetAdaptiveData(const void* data, int size) override;
 
  private:
+  // Copies: the tuning record is read-only, and cameras may share it.
+  using WeightTable = pdlib::OwnedArray<afpdlibelements::tessarineHVConfWeight>;
+
   IPDLIBFlow* CreateSubFlow(PDLibHVFlowType type);
   bool CreateSubFlows(const afpdlibelements::tessarinePDLibType& tuning);
-  bool TakeWeights(const afpdlibelements::tessarinePDLibType& tuning);
+  bool TakeWeights(const afpdlibelements::tessarineHVControl& control);
   float hWeightLookUp(int confidence);
   float vWeightLookUp(int confidence);
+  int RefuseNull() const;
 
   IPDLIBFlow* vertical_ = nullptr;
   IPDLIBFlow* horizontal_ = nullptr;
-  afpdlibelements::tessarineHVControl control_ = {};  // tables of the tuning, or the own ones
   SubFlowMaker make_;
   LogicalDriver* driver_;
-  pdlib::OwnedArray<afpdlibelements::tessarineHVConfWeight> ownHorizontal_;
-  pdlib::OwnedArray<afpdlibelements::tessarineHVConfWeight> ownVertical_;
+  WeightTable horizontalWeights_;
+  WeightTable verticalWeights_;
+  bool isReady_ = false;  // the last Init went through as a whole
   bool initFailed_ = false;
 };
