@@ -86,9 +86,23 @@ void Plugin::enter() {
 }
 
 VekPDLib* Plugin::open(uint32_t cameraId) {
+  if (callbacks_.pfnCreate == nullptr) enter();
   VekPDLib* lib = nullptr;
   EXPECT_EQ(callbacks_.pfnCreate(&lib, ParamList::Open(cameraId).get()), kPDLibSuccess);
   return lib;
+}
+
+VekPDLib* Plugin::start(const Camera& camera) {
+  VekPDLib* lib = open(camera.createParams.initParam.cameraInfo.cameraId);
+  if (lib != nullptr) {
+    EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
+  }
+  return lib;
+}
+
+int Plugin::process(VekPDLib* lib, const Camera& camera, uint32_t columns, uint32_t rows) {
+  const PDLibInputs inputs = camera.inputs(columns, rows);
+  return lib->pfnProcess(lib, &inputs, &output_);
 }
 
 // Any object's function serves: the list says which camera is meant. A closed one has none left.
