@@ -90,7 +90,7 @@ TEST_F(PdcamMatch, TellsAllInJsonCsvAndReport) {
   EXPECT_LE(std::min(low, high) - 12, defocus);
   EXPECT_GE(std::max(low, high) + 12, defocus);
   const std::string csv = ReadFile(Path("m.csv"));
-  EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 7);
+  EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 8);
   const std::string report = WithoutPictures(ReadFile(Path("m.html")));
   EXPECT_NE(report.find("</html>"), std::string::npos);
   for (const char* outside : {"http:", "https:", "src=", "<script", "nan", "inf\""})

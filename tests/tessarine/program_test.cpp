@@ -58,16 +58,19 @@ TEST_F(Tessarine, TellsByItsStatusWhatWentWrong) {
       {"diff" + small + small, 0, ""},
       {"check" + bad, 1, ""},
       {"", 2, "subcommand"},
+      {"chekc" + small, 2, "there is no command 'chekc'; did you mean 'check'?"},
+      {"show" + small + " --modul PDLib", 2, "no option '--modul'; did you mean '--module'?"},
       {"compile " + Path("small.json"), 2, "--output"},
       {"compile " + Path("small.json") + " -o x --format 5.0.1", 2, "up to 5.0.0"},
       {"show" + small + " --mode Usecas.Video", 2, "Usecas.Video"},
       {"show" + small + " --module tessarinePDLb", 3, "the nearest name is 'tessarinePDLib'"},
       {"show" + bad + " --module tessarinePDLib", 0, "damaged.bin: checksum: expected"},
       {"show " + Path("empty.bin"), 3, "empty.bin: file: 0 bytes are too short"},
-      {"show /nosuch/file", 3, "/nosuch/file: expected a file that can be read"},
+      {"show /nosuch/file", 3, "/nosuch/file: there is no such file"},
       {"diff" + small + " " + Path("small.json"), 3, "small.json: header: expected the tag"},
       {"decompile" + bad + " -o " + Path("x.json"), 3, "damaged.bin: checksum: expected"},
-      {"compile " + Path("small.json") + " -o /nosuch/folder/x", 3, "can be written"},
+      {"compile " + Path("small.json") + " -o /nosuch/folder/x", 3,
+       "/nosuch/folder/x: no file can be made beside it"},
       {"compile " + Path("misspelt.json") + " -o " + Path("x.bin"), 3,
        "misspelt.json:3: Default tessarinePDLib.skipControll: is not known here; the nearest name "
        "is 'skipControl'"}};
@@ -79,6 +82,27 @@ TEST_F(Tessarine, TellsByItsStatusWhatWentWrong) {
   }
   EXPECT_EQ(test::ReadFile(Path("x.bin")) + test::ReadFile(Path("x.json")), "");
   EXPECT_EQ(json::parse(Run("check --json" + bad).output)["count"], 1);
+}
+
+TEST_F(Tessarine, TellsThatStandardOutputIsFull) {
+  Write("small.json", kSmall);
+  Compile(Path("small.json"), "small.bin");
+  const std::string small = " " + Path("small.bin");
+  for (const std::string& command :
+       {std::string("--help"), std::string("--version"), std::string("link get --help"),
+        std::string("schema"), std::string("reference"), "show" + small, "show --json" + small,
+        "diff" + small + small, "diff --json" + small + small, "check" + small,
+        "check --json" + small, "serve --seconds 9" + small,
+        "decompile" + small + " -o /dev/stdout",
+        "compile " + Path("small.json") + " -o /dev/stdout"})
+    for (const char* output : {"/dev/full", "&-"}) {
+      const Outcome outcome = Run(command + " >" + output);
+      EXPECT_EQ(outcome.status, 3) << command;
+      EXPECT_NE(outcome.errors.find(": can't be written"), std::string::npos) << command << "\n"
+                                                                                << outcome.errors;
+    }
+  // Nothing was to be written there.
+  EXPECT_EQ(Run("compile " + Path("small.json") + " -o " + Path("small.bin") + " >&-").status, 0);
 }
 
 TEST_F(Tessarine, ShowsWhatIsInForceAndWhereItComesFrom) {

@@ -1,6 +1,7 @@
 // pdcam sensors: the descriptions that come with the program.
 #include <cstdio>
 
+#include "common/nearest_name.h"
 #include "json_output.h"
 #include "options.h"
 
@@ -48,7 +49,8 @@ void AddSensorsCommand(CLI::App& app, int& status) {
       ->check([](const std::string& name) {
         for (const simcam::EmbeddedSensor& embedded : simcam::EmbeddedSensors())
           if (name == embedded.name) return std::string();
-        return "no description is called '" + name + "'";
+        return "no description is called '" + name + "'" +
+               tool::DidYouMean(name, simcam::SensorNames());
       });
   command->add_flag("--json", options->isJson, "The list as JSON");
   command->footer("Example:\n  pdcam sensors s16 > mine.json");

@@ -109,7 +109,7 @@ std::string Share(double value) {
 
 }  // namespace
 
-std::string FocusReport(const FocusResult& result) {
+std::string FocusReport(const FocusResult& result, const RunRecord& run) {
   const FocusScores& scores = result.scores;
   const std::string title =
       scores.framesToFocus
@@ -144,7 +144,8 @@ std::string FocusReport(const FocusResult& result) {
       "<p class=\"sub\">A lens step is the travel that changes the true phase difference by one "
       "pixel. Held frames are those from the one on in which the stack first held the lens for "
       "good.</p>\n";
-  body += FrameTable(result) + SettingsTable(result.sensor, result.camera);
+  body += FrameTable(result) +
+          SettingsSection(run, FactTable("Camera", CameraFacts(result.sensor, result.camera)));
   return Page(title,
               "Simulated camera, sensor " + result.sensor.name + ", scene " + result.camera.scene +
                   ", seed " + std::to_string(result.camera.seed) + ", started " +

@@ -157,30 +157,26 @@ std::string HistoryTable(const LearnResult& result) {
                {"row, column", "near", "far"}, rows);
 }
 
-std::string TuningTable(const LearnResult& result) {
+std::string LearningTable(const LearnResult& result) {
   const AdaptiveChoices& adaptive = result.sensor.tuning.adaptive;
   const auto number = [](int value) { return std::to_string(value); };
-  return "<div class=\"settings\">\n" +
-         Table(
-             "Learning", {"what", "value"},
-             {{"a start", number(adaptive.startFrames) + " frames, from " +
-                              Short(adaptive.startPhasePx) + " pixels and confidence " +
-                              number(adaptive.startConfidence)},
-              {"an end", number(adaptive.endFrames) + " frames, up to " +
-                             Short(adaptive.endPhasePx) + " pixels and from confidence " +
-                             number(adaptive.endConfidence)},
-              {"smallest travel", number(adaptive.minimumTravel) + " codes"},
-              {"time-out", number(adaptive.timeoutFrames) + " frames"},
-              {"entries in the median", number(adaptive.filterSize)},
-              {"bounds", Short(adaptive.lowerTolerance) + " to " + Short(adaptive.upperTolerance) +
-                             " times the calibrated K"},
-              {"unit of defocus", Short(result.sensor.lens.codesPerDefocus) + " actuator codes"}}) +
-         "</div>\n";
+  return FactTable(
+      "Learning",
+      {{"a start", number(adaptive.startFrames) + " frames, from " + Short(adaptive.startPhasePx) +
+                       " pixels and confidence " + number(adaptive.startConfidence)},
+       {"an end", number(adaptive.endFrames) + " frames, up to " + Short(adaptive.endPhasePx) +
+                      " pixels and from confidence " + number(adaptive.endConfidence)},
+       {"smallest travel", number(adaptive.minimumTravel) + " codes"},
+       {"time-out", number(adaptive.timeoutFrames) + " frames"},
+       {"entries in the median", number(adaptive.filterSize)},
+       {"bounds", Short(adaptive.lowerTolerance) + " to " + Short(adaptive.upperTolerance) +
+                      " times the calibrated K"},
+       {"unit of defocus", Short(result.sensor.lens.codesPerDefocus) + " actuator codes"}});
 }
 
 }  // namespace
 
-std::string LearnReport(const LearnResult& result) {
+std::string LearnReport(const LearnResult& result, const RunRecord& run) {
   const LearntScores scores = ScoreLearnt(result);
   const bool hasMap = !result.settings.kMap.empty();
   std::string body = Cards({
@@ -206,7 +202,8 @@ std::string LearnReport(const LearnResult& result) {
                    {SceneFigure(result.sensor, result.camera), "The scene and the ROI in it."}});
   body += SequenceTable("First opening", result.first) +
           SequenceTable("Second opening", result.second) + HistoryTable(result) +
-          TuningTable(result) + SettingsTable(result.sensor, result.camera);
+          SettingsSection(run, LearningTable(result) +
+                                   FactTable("Camera", CameraFacts(result.sensor, result.camera)));
   const std::string title =
       hasMap ? "Learning a map of K"
              : "Learning a K of " + Fixed(result.settings.kError, 2) + " times the calibrated one";

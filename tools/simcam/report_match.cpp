@@ -92,9 +92,29 @@ std::string WindowTable(const MatchResult& result) {
                rows);
 }
 
+Facts Comparison(const MatchResult& result) {
+  const MatchSettings& settings = result.settings;
+  const GreyPicture& left = result.left;
+  return {{"left view", result.leftPath},
+          {"right view", result.rightPath},
+          {"pictures", std::to_string(left.width) + " x " + std::to_string(left.height) +
+                           " pixels of " + std::to_string(left.bits) + " bits"},
+          {"windows",
+           WindowsText(settings.columns, settings.rows, settings.isOverlapped, settings.roi)},
+          {"search range", std::to_string(settings.searchFrom) + " to " +
+                               std::to_string(settings.searchTo) + " pixels"},
+          {"black level", std::to_string(settings.blackLevel)},
+          {"gains", settings.gains.empty()
+                        ? "none"
+                        : std::to_string(settings.gains.front().columns) + " x " +
+                              std::to_string(settings.gains.front().rows) + " of each view"},
+          {"lines added up", std::to_string(settings.binning)},
+          {"defocus per pixel", std::to_string(settings.defocusPerPx)}};
+}
+
 }  // namespace
 
-std::string MatchReport(const MatchResult& result) {
+std::string MatchReport(const MatchResult& result, const RunRecord& run) {
   const MatchSettings& settings = result.settings;
   const auto confident = std::count_if(result.windows.begin(), result.windows.end(), IsConfident);
   const double shown = FullColourPx(result);
@@ -115,7 +135,7 @@ std::string MatchReport(const MatchResult& result) {
         "Every window by the column it stands in."},
        {Along(result, "Down", "y, pixels", [](const MatchWindow& window) { return window.y; }),
         "Every window by its row."}});
-  body += WindowTable(result);
+  body += WindowTable(result) + SettingsSection(run, FactTable("Comparison", Comparison(result)));
   return Page("Two views matched",
               "Left " + result.leftPath + ", right " + result.rightPath + ", search range " +
                   std::to_string(settings.searchFrom) + " to " + std::to_string(settings.searchTo) +

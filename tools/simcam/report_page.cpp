@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 
-#include "errors.h"
 #include "picture.h"
 #include "report.h"
 #include "text.h"
@@ -50,7 +48,11 @@ table { border-collapse: collapse; width: 100%; font-size: 13.5px;
 th, td { text-align: right; padding: 5px 12px; border-bottom: 1px solid #eceef1; }
 th { color: #5d6470; font-weight: 600; }
 th:first-child, td:first-child { text-align: left; }
-.settings td:last-child, .settings th:last-child { text-align: left; }
+.facts td, .facts th { text-align: left; }
+details { margin-top: 34px; }
+summary { font-size: 17px; font-weight: 600; cursor: pointer; }
+pre { background: #fff; border: 1px solid #e3e6ea; border-radius: 8px; padding: 10px 12px;
+  overflow-x: auto; font-size: 13px; }
 tr:last-child td { border-bottom: 0; }
 )css";
 
@@ -137,35 +139,56 @@ std::string TuningName(const CameraSettings& settings) {
   return settings.tuning->File().Path() + ", " + settings.tuning->Name();
 }
 
-std::string SettingsTable(const SensorDescription& sensor, const CameraSettings& settings) {
-  const PDLibWindow& roi = settings.roi;
+std::string WindowsText(int columns, int rows, bool isOverlapped, const PDLibWindow& roi) {
   const auto fraction = [](float value) {
     return Short(std::round(static_cast<double>(value) * 1e4) / 1e4);
   };
-  return "<div class=\"settings\">\n" +
-         Table(
-             "Settings", {"what", "value"},
-             {{"sensor", sensor.name + ": " + sensor.about},
-              {"tuning", TuningName(settings)},
-              {"image", std::to_string(sensor.imageWidth) + " x " +
-                            std::to_string(sensor.imageHeight) + " pixels, one sample step is " +
-                            std::to_string(sensor.SampleStepPx()) + " pixels"},
-              {"samples", SampleText(sensor, settings)},
-              {"scene, seed", settings.scene + ", " + std::to_string(settings.seed)},
-              {"noise", Short(settings.noise.variancePerCode) + " codes² per code, read noise " +
-                            Short(settings.noise.readNoise) + " codes, at " +
-                            std::to_string(sensor.pixelDepth) + " bits"},
-              {"lens shading", Short(100 * settings.shading) + " %"},
-              {"blur", Short(settings.optics.blurPerPx) +
-                           " pixels (standard deviation) per pixel of phase difference"},
-              {"windows", std::to_string(settings.columns) + " x " + std::to_string(settings.rows) +
-                              (sensor.tuning.gridOverlap ? ", overlapping by half" : "") +
-                              ", ROI " + fraction(roi.startX) + " " + fraction(roi.startY) +
-                              " to " + fraction(roi.endX) + " " + fraction(roi.endY)},
-              {"calls a frame", std::to_string(settings.callsPerFrame)},
-              {"search range", std::to_string(sensor.tuning.searchFrom) + " to " +
-                                   std::to_string(sensor.tuning.searchTo) + " pixels"}}) +
-         "</div>\n";
+  return std::to_string(columns) + " x " + std::to_string(rows) +
+         (isOverlapped ? ", overlapping by half" : "") + ", ROI " + fraction(roi.startX) + " " +
+         fraction(roi.startY) + " to " + fraction(roi.endX) + " " + fraction(roi.endY);
+}
+
+Facts CameraFacts(const SensorDescription& sensor, const CameraSettings& settings) {
+  return {
+      {"sensor", sensor.name + ": " + sensor.about},
+      {"tuning", TuningName(settings)},
+      {"image", std::to_string(sensor.imageWidth) + " x " + std::to_string(sensor.imageHeight) +
+                    " pixels, one sample step is " + std::to_string(sensor.SampleStepPx()) +
+                    " pixels"},
+      {"samples", SampleText(sensor, settings)},
+      {"scene, seed", settings.scene + ", " + std::to_string(settings.seed)},
+      {"noise", Short(settings.noise.variancePerCode) + " codes² per code, read noise " +
+                    Short(settings.noise.readNoise) + " codes, at " +
+                    std::to_string(sensor.pixelDepth) + " bits"},
+      {"lens shading", Short(100 * settings.shading) + " %"},
+      {"blur", Short(settings.optics.blurPerPx) +
+                   " pixels (standard deviation) per pixel of phase difference"},
+      {"windows", WindowsText(static_cast<int>(settings.columns), static_cast<int>(settings.rows),
+                              sensor.tuning.gridOverlap, settings.roi)},
+      {"calls a frame", std::to_string(settings.callsPerFrame)},
+      {"search range", std::to_string(sensor.tuning.searchFrom) + " to " +
+                           std::to_string(sensor.tuning.searchTo) + " pixels"}};
+}
+
+std::string FactTable(const std::string& caption, const Facts& facts) {
+  std::vector<std::vector<std::string>> rows;
+  for (const auto& [name, value] : facts) rows.push_back({name, value});
+  return "<div class=\"facts\">\n" + Table(caption, {"what", "value"}, rows) + "</div>\n";
+}
+
+std::string SettingsSection(const RunRecord& run, const std::string& tables) {
+  std::string html = "<details>\n<summary>Settings</summary>\n";
+  if (!run.commandLine.empty())
+    html += "<p>Run as</p>\n<pre>" + EscapeHtml(run.commandLine) + "</pre>\n";
+  if (!run.version.empty()) html += "<p>Version " + EscapeHtml(run.version) + "</p>\n";
+  html += tables;
+  std::vector<std::vector<std::string>> rows;
+  for (const RunRecord::Option& option : run.options)
+    rows.push_back({option.name, option.value, option.isGiven ? "given" : "default"});
+  if (!rows.empty())
+    html +=
+        "<div class=\"facts\">\n" + Table("Options", {"option", "value", ""}, rows) + "</div>\n";
+  return html + "</details>\n";
 }
 
 std::string TileFigure(const std::string& pictureUri, int width, int height, const Tiles& tiles,
@@ -238,12 +261,6 @@ std::string RoiFigure(const SensorDescription& sensor, const CameraSettings& set
               sensor.IsMirrored(), sensor.IsFlipped()};
   return TileFigure(RoiPicture(sensor, settings, truePhasePx, kRoiWidth), kRoiWidth, height, tiles,
                     windows);
-}
-
-void WriteFile(const std::string& path, const std::string& content) {
-  std::ofstream file(path, std::ios::binary);
-  if (!file || !(file << content) || !file.flush())
-    throw InputError(path + ": expected a file that can be written");
 }
 
 }  // namespace simcam

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "camera.h"
+#include "report.h"
 
 namespace simcam {
 
@@ -27,8 +28,20 @@ std::string Table(const std::string& caption, const std::vector<std::string>& he
 // Where the tuning comes from.
 std::string TuningName(const CameraSettings& settings);
 
-// The settings a reader needs to repeat the run.
-std::string SettingsTable(const SensorDescription& sensor, const CameraSettings& settings);
+// Names and values.
+using Facts = std::vector<std::pair<std::string, std::string>>;
+
+std::string WindowsText(int columns, int rows, bool isOverlapped, const PDLibWindow& roi);
+
+// What camera was simulated.
+Facts CameraFacts(const SensorDescription& sensor, const CameraSettings& settings);
+
+// A table of names and values.
+std::string FactTable(const std::string& caption, const Facts& facts);
+
+// What a reader needs to repeat the run, folded until it is asked for: the command line, the
+// version, `tables`, and all options in force.
+std::string SettingsSection(const RunRecord& run, const std::string& tables);
 
 // Windows over a picture, each tile coloured by the phase difference that was measured in it, the
 // more so the more certain it is.

@@ -94,7 +94,7 @@ std::string ScoreTable(const SweepResult& result) {
 
 }  // namespace
 
-std::string SweepReport(const SweepResult& result) {
+std::string SweepReport(const SweepResult& result, const RunRecord& run) {
   const ErrorScores& scores = result.scores;
   std::vector<PDLibDefocusInfo> firstStep;
   for (size_t i = 0; i < result.windows.size(); ++i) firstStep.push_back(result.points[i].measured);
@@ -122,7 +122,8 @@ std::string SweepReport(const SweepResult& result) {
        {RoiFigure(result.sensor, result.camera, middle.truePhasePx, middleStep),
         "At " + Fixed(middle.truePhasePx, 1) + " pixels."},
        {SceneFigure(result.sensor, result.camera), "The scene and the ROI in it."}});
-  body += ScoreTable(result) + SettingsTable(result.sensor, result.camera);
+  body += ScoreTable(result) +
+          SettingsSection(run, FactTable("Camera", CameraFacts(result.sensor, result.camera)));
   return Page("Measured against true phase difference",
               "Simulated camera, sensor " + result.sensor.name + ", scene " + result.camera.scene +
                   ", seed " + std::to_string(result.camera.seed),

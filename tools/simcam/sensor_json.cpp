@@ -6,6 +6,7 @@
 #include <limits>
 #include <sstream>
 
+#include "common/nearest_name.h"
 #include "errors.h"
 
 namespace simcam {
@@ -75,6 +76,7 @@ TuningChoices ReadTuning(JsonNode node) {
   node.Real("static_weight", 0, 1, tuning.staticWeight);
   node.Real("dynamic_weight", 0, 1, tuning.dynamicWeight);
   node.Boolean("grid_overlap", tuning.gridOverlap);
+  node.Boolean("overlap_sum_by_columns", tuning.overlapSumByColumns);
   node.Boolean("peripheral_windows", tuning.peripheralWindows);
   node.Integer("static_frame_count", 1, 1000000, tuning.staticFrameCount);
   node.Integer("max_frame_rate", 1, 1000, tuning.maxFrameRate);
@@ -139,7 +141,7 @@ SensorDescription LoadSensor(const std::string& nameOrPath) {
     if (nameOrPath == sensor.name) return ParseSensor(sensor.json, nameOrPath + ".json");
   if (nameOrPath.find_first_of("./") == std::string::npos)
     throw InputError("sensor '" + nameOrPath + "': expected one of " + KnownSensors() +
-                     ", or the path of a JSON file");
+                     ", or the path of a JSON file" + tool::DidYouMean(nameOrPath, SensorNames()));
   std::ifstream file(nameOrPath, std::ios::binary);
   std::ostringstream content;
   if (!file || !(content << file.rdbuf()))

@@ -25,6 +25,8 @@ class TuningFile {
   const std::string& Path() const { return path_; }
   // A branch by names or numbers, such as "Default|Sensor.3".
   bool HasMode(const std::string& branch) const { return !Steps(branch).empty(); }
+  // All that it has, some way down the tree.
+  std::vector<std::string> Branches() const;
   // Its steps; none if the file doesn't have it.
   std::vector<TuningMode> Steps(const std::string& branch) const;
   TuningSetManager& Manager() const { return *manager_; }
