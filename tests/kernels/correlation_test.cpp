@@ -58,32 +58,6 @@ TEST(Sad, FollowsItsDefinition) {
   }
 }
 
-TEST(Sad, FindsTheShiftBetweenTheImages) {
-  Random random(2);
-  const Samples scene(400, random, Content::kFullRange);
-  for (int shift : {-10, -3, 0, 4, 10}) {
-    constexpr int16_t kOffset = 10;
-    int sads[21];
-    // left[j] = right[j - shift]
-    pd_core_sad(scene.data() + 50 - shift, scene.data() + 50, 2, 100, 150, sads, kOffset, 21);
-    const auto least = std::min_element(std::begin(sads), std::end(sads));
-    EXPECT_EQ(*least, 0);
-    EXPECT_EQ(least - sads - kOffset, shift);
-  }
-}
-
-// Three rows of one difference of 3: 9 >> 2 in one go, 3 >> 2 in each row.
-TEST(Sad, UpTo24ShiftsAreNormalisedOnceAndMoreRowByRow) {
-  const Samples zeros(3 * 25);
-  Samples threes(3 * 25);
-  std::fill(threes.begin(), threes.end(), uint16_t{3});
-  int sads[25];
-  pd_core_sad(threes.data(), zeros.data(), 3, 24, 25, sads, 0, 24);
-  EXPECT_TRUE(std::all_of(sads, sads + 24, [](int sad) { return sad == 2; }));
-  pd_core_sad(threes.data(), zeros.data(), 3, 25, 25, sads, 0, 25);
-  EXPECT_TRUE(std::all_of(sads, sads + 25, [](int sad) { return sad == 0; }));
-}
-
 TEST(Sad, WithoutRowsOrOutput) {
   const Samples image(8);
   int sads[3] = {7, 7, 7};

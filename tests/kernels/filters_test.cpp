@@ -16,16 +16,6 @@ Image Filtered(Filter filter, Image image, int rows, Arguments... arguments) {
   return image;
 }
 
-TEST(Filters, LeaveAConstantImageAsItIs) {
-  const Image constant(3 * 21, 1000);
-  EXPECT_EQ(Filtered(pd_core_gain, constant, 3, 256u, 8), constant);
-  EXPECT_EQ(Filtered(pd_core_bpc, constant, 3, 100), constant);
-  EXPECT_EQ(Filtered(pd_core_resample, constant, 3, int16_t{1}, 100), constant);
-  EXPECT_EQ(Filtered(pd_core_box1x2, constant, 3), constant);
-  EXPECT_EQ(Filtered(pd_core_box1x4, constant, 3), constant);
-  EXPECT_EQ(Filtered(pd_core_box2x1, constant, 3), constant);
-}
-
 TEST(Filters, LeaveAnEmptyImageAlone) {
   for (auto [rows, cols] : {std::pair{0, 4}, {-1, 4}, {1, 0}, {1, -2}}) {
     Image image = {1, 200, 3, 400};

@@ -5,13 +5,13 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <numeric>
 #include <vector>
 
 #include "base/pdlib_log.h"
 #include "kernels/kernel_table.h"
 #include "kernels/pd_core_correlation.h"
 #include "kernels/pd_core_filters.h"
+#include "parse_pattern.h"
 
 // The kernels are linked without the rest of the library: no log.
 PDLibSwitch PDLIB_LOG;
@@ -116,37 +116,21 @@ void DigestParsers(Digest& digest, int pairs, int blocks, uint32_t range) {
   Random random(static_cast<uint64_t>(pairs));
   const uint32_t step = static_cast<uint32_t>(pairs) * 4;
   const size_t count = static_cast<size_t>(pairs * blocks);
-  std::vector<uint32_t> left(static_cast<size_t>(pairs)), right(left);
-  std::vector<uint8_t> last(left.size());
-  Image gainIndex(left.size());
-  for (size_t i = 0; i < left.size(); ++i) {
-    left[i] = random.Below(step);
-    right[i] = random.Below(step);
-    last[i] = i % 2 == 1 || i + 1 == left.size();
-    gainIndex[i] = static_cast<uint16_t>(random.Below(3));
+  kernel_test::ParsePattern pattern{{}, {}, {}, {}, {}, blocks, step};
+  for (int i = 0; i < pairs; ++i) {
+    pattern.leftOffset.push_back(random.Below(step));
+    pattern.rightOffset.push_back(random.Below(step));
+    pattern.leftLast.push_back(i % 2 == 1 || i + 1 == pairs);
+    pattern.gainIndex.push_back(static_cast<uint16_t>(random.Below(3)));
   }
+  pattern.rightLast = pattern.leftLast;
   const Image line = MakeImage(3, static_cast<int>(step) * blocks, range);
   Image gain = MakeImage(4, static_cast<int>(count) + 3, 300);
   for (uint16_t& entry : gain) entry = static_cast<uint16_t>(entry + 200);
-  const uint8_t* bytes = reinterpret_cast<const uint8_t*>(line.data());
 
   Image outLeft(count), outRight(count), rawLeft(count), rawRight(count);
   pdlib::ParseSink sink = {outLeft.data(), outRight.data(), rawLeft.data(), rawRight.data(), 0, 0};
-  const pdlib::ParseRow row = {bytes,
-                               2,
-                               blocks,
-                               step,
-                               pairs,
-                               left.data(),
-                               right.data(),
-                               last.data(),
-                               last.data(),
-                               gainIndex.data(),
-                               gain.data(),
-                               gain.data() + 1,
-                               2,
-                               64,
-                               8};
+  const pdlib::ParseRow row = pattern.Row(line.data(), gain.data(), gain.data() + 1);
   // Enough rows for sums that single precision no longer holds exactly.
   for (int repeat = 0; repeat < 40; ++repeat) {
     sink.left = outLeft.data();
@@ -159,12 +143,10 @@ void DigestParsers(Digest& digest, int pairs, int blocks, uint32_t range) {
   }
   for (const Image* image : {&outLeft, &outRight, &rawLeft, &rawRight}) digest.AddAll(*image);
 
-  const pdlib::OptimizedParseRow optimized = {
-      bytes, 2, blocks, step, pairs, left.data(), right.data(), gain.data(), gain.data() + 2, 64};
   float leftSum = 0;
   float rightSum = 0;
-  pdlib::Kernels().parseRowOptimized(optimized, outLeft.data(), outRight.data(), &leftSum,
-                                     &rightSum);
+  pdlib::Kernels().parseRowOptimized(kernel_test::Optimized(row, gain.data(), gain.data() + 2),
+                                     outLeft.data(), outRight.data(), &leftSum, &rightSum);
   digest.Add(leftSum);
   digest.Add(rightSum);
   digest.AddAll(outLeft);
