@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <iterator>
-#include <limits>
 
 #include "adaptive/learner.h"
 
@@ -33,15 +32,17 @@ class RandomSource {
 };
 
 inline float OddFloat(RandomSource* random) {
-  constexpr float kOdd[] = {
-      std::numeric_limits<float>::quiet_NaN(),  std::numeric_limits<float>::infinity(),
-      -std::numeric_limits<float>::infinity(),  std::numeric_limits<float>::max(),
-      std::numeric_limits<float>::denorm_min(), 0.0F};
+  constexpr float kOdd[] = {kNaN,
+                            kInfinity,
+                            -kInfinity,
+                            std::numeric_limits<float>::max(),
+                            std::numeric_limits<float>::denorm_min(),
+                            0.0F};
   return random->Of(kOdd);
 }
 
 inline int OddInt(RandomSource* random) {
-  constexpr int kOdd[] = {std::numeric_limits<int>::max(), std::numeric_limits<int>::min(), -1, 0};
+  constexpr int kOdd[] = {kMaxInt, kMinInt, -1, 0};
   return random->Of(kOdd);
 }
 
