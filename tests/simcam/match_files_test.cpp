@@ -6,6 +6,7 @@
 #include "errors.h"
 #include "match_run.h"
 #include "picture_file.h"
+#include "scene.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -19,6 +20,10 @@ constexpr const char* kPng16 =
 constexpr const char* kPng8 =
     "89504e470d0a1a0a0000000d4948445200000002000000010800000000d14920560000000e4944415478010103"
     "00fcff0007c800d900d01fad24f80000000049454e44ae426082";
+// 64 x 16 pixels of one bit, dark on the left half.
+constexpr const char* kHalf =
+    "89504e470d0a1a0a0000000d49484452000000400000001001000000008e9c4484000000114944415478da6360"
+    "0082ff40c030381800700f3fc1d93901090000000049454e44ae426082";
 
 std::string Bytes(const std::string& hex) {
   std::string bytes;
@@ -101,6 +106,14 @@ TEST_F(MatchFiles, BadPicturesAreNamed) {
     EXPECT_NE(error.find(c.message), std::string::npos) << error;
   }
   EXPECT_NE(ErrorOf([] { LoadGreyPicture("/nosuch.pgm"); }).find("/nosuch.pgm"), std::string::npos);
+}
+
+// A dark half fills a square by its middle: 16 of its columns.
+TEST_F(MatchFiles, APhotographFillsTheImage) {
+  const Image image =
+      MakeScene(Write("half.png", Bytes(kHalf)), 64, 64, 1)->Render({-8, 0, 72, 64});
+  for (int x : {0, 8, 36}) EXPECT_EQ(image.Row(30)[x], 0) << x;
+  for (int x : {40, 60, 79}) EXPECT_FLOAT_EQ(image.Row(30)[x], 1) << x;
 }
 
 // A white field of 160 x 26 pixels: an interval of the map's columns is ten of them.

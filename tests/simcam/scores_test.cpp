@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "adaptive_file.h"
 #include "camera.h"
 #include "plot.h"
 #include "text.h"
@@ -73,6 +74,16 @@ TEST(ResultWindow, SharesCellsWithItsNeighboursWhenOverlapped) {
   EXPECT_FLOAT_EQ(last.startX, 0.5f);
   EXPECT_FLOAT_EQ(last.endY, 0.75f);
   EXPECT_FLOAT_EQ(ResultWindow(roi, 1, 1, true, 0).endX, 0.75f);
+}
+
+TEST(AdaptiveFile, TakesTheLowerMiddleOfAnEvenCount) {
+  const AdaptiveHistory history = {40, 10, 30, 20, 50};
+  struct Case {
+    int filterSize, median;
+  };
+  for (const Case& c :
+       {Case{1, 40}, Case{2, 10}, Case{3, 30}, Case{4, 20}, Case{5, 30}, Case{0, 40}, Case{9, 30}})
+    EXPECT_EQ(Median(history, c.filterSize), c.median) << c.filterSize;
 }
 
 TEST(Text, IsTheSameEverywhere) {

@@ -6,7 +6,6 @@
 #include "errors.h"
 #include "json_schema.h"
 #include "sensor_fields.h"
-#include "small_dual_sensor.h"
 #include "small_sensor.h"
 #include "support/program.h"
 
@@ -127,7 +126,7 @@ TEST(SensorFile, NamesWhatIsWrongWithADualSensor) {
   };
   EXPECT_EQ(ErrorOf(test::kSmallDualSensor), "accepted");
   for (const Case& c : cases) {
-    const std::string error = ErrorOf(test::DualSensorText(c.patch));
+    const std::string error = ErrorOf(test::Patched(test::kSmallDualSensor, c.patch));
     EXPECT_NE(error.find(c.message), std::string::npos) << c.patch << ": " << error;
   }
 }
@@ -178,7 +177,8 @@ TEST(SensorFile, ReaderAndSchemaAgree) {
     agree(json::parse(embedded.json), true, embedded.name);
   for (const json& whole :
        {json::parse(test::kSmallSensor),
-        json::parse(test::DualSensorText(R"({"dual": {"offset": {}}, "noise": {}})"))}) {
+        json::parse(
+            test::Patched(test::kSmallDualSensor, R"({"dual": {"offset": {}}, "noise": {}})"))}) {
     SensorDescription defaults = DescriptionOfDefaults();
     for (const SensorField& field : SensorFields()) {
       std::string pointer = std::string("/").append(field.path);
