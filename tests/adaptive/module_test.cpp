@@ -67,14 +67,7 @@ TEST(AdaptiveInit, StartsAllButTheFocusMapAnew) {
   EXPECT_EQ(state.data.tolFarTargetUpperBound, 2.0F);
   EXPECT_EQ(state.data.tolFarTargetLowerBound, 0.25F);
   EXPECT_EQ(state.data.grid[47].farTargetHistory[4], 147);
-  EXPECT_EQ(state.estimator.param.state0StableCntThres, 3);
-  EXPECT_EQ(state.estimator.param.state1StableCntThres, 2);
-  EXPECT_EQ(state.estimator.param.state0ConfThres, 500);
-  EXPECT_EQ(state.estimator.param.state1ConfThres, 600);
-  EXPECT_EQ(state.estimator.param.state0PhaseDiffThres, 4.0F);
-  EXPECT_EQ(state.estimator.param.state1PhaseDiffThres, 1.0F);
-  EXPECT_EQ(state.estimator.param.timeoutFrameCntThres, 32);
-  EXPECT_EQ(state.estimator.param.minimumLensPosDelta, 100);
+  EXPECT_TRUE(Same(state.estimator.param, {3, 4.0F, 500, 2, 1.0F, 600, 32, 100}));
 
   adaptive_k_estimator_grid_t idle{};
   idle.is_first_run = 1;

@@ -1,10 +1,9 @@
 #include <algorithm>
 #include <numeric>
 
-#include "base/pdlib_log.h"
-#include "host/orvo_host.h"
 #include "kernel_inputs.h"
 #include "kernels/pd_core_correlation.h"
+#include "support/log_capture.h"
 
 namespace {
 
@@ -193,32 +192,18 @@ TEST(Confidence, MeasuresTheDepthOfTheMinimum) {
   }
 }
 
-TEST(Confidence, OfAFlatImageIsZero) {
+TEST(Confidence, OfAFlatImageIsZeroAndLogged) {
   const int sad[] = {100, 40, 100};  // mean 80
-  const struct {
-    int16_t level;
-    bool trusted;
-  } cases[] = {{-5, true}, {0, true}, {79, true}, {80, true}, {81, false}, {32767, false}};
-  for (const auto& c : cases) {
+  for (const int16_t level : std::initializer_list<int16_t>{-5, 0, 79, 80, 81, 32767}) {
+    const test::LogCapture log(level == 81 ? 2 : 0);
     unsigned short confidence = 7;
-    pd_core_conf(sad, 3, 1, 1, 140, c.level, &confidence);
-    EXPECT_EQ(confidence, c.trusted ? 512 : 0) << c.level;  // (1 - 120/240) * 1024
+    pd_core_conf(sad, 3, 1, 1, 140, level, &confidence);
+    EXPECT_EQ(confidence, level <= 80 ? 512 : 0) << level;  // (1 - 120/240) * 1024
+    if (level != 81) continue;
+    EXPECT_EQ(log.texts(),
+              (std::vector<std::string>{"min_mean_sad_level = 81 sad_len=3",
+                                        "sad_sum = 240 min_mean_sad_level = 81 sad_len=3"}));
   }
-}
-
-TEST(Confidence, LogsTheLevelTest) {
-  const int sad[] = {100, 40, 100};
-  unsigned short confidence = 7;
-  Orvo::Host::StartLogCapture();
-  PDLIB_LOG = 2;
-  pd_core_conf(sad, 3, 1, 1, 140, 81, &confidence);
-  PDLIB_LOG = 0;
-  pd_core_conf(sad, 3, 1, 1, 140, 81, &confidence);
-  const auto lines = Orvo::Host::StopLogCapture();
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_NE(lines[0].text.find("min_mean_sad_level = 81 sad_len=3"), std::string::npos);
-  EXPECT_NE(lines[1].text.find("sad_sum = 240 min_mean_sad_level = 81 sad_len=3"),
-            std::string::npos);
 }
 
 }  // namespace

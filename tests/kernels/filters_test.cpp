@@ -161,12 +161,7 @@ TEST(Zyn10, LinesAreOneStrideApartInBytesAndInSamples) {
   const uint8_t packed[2 * 10] = {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2};
   Image unpacked(20, 7);
   zyn10_to_uint16(packed, unpacked.data(), 2, 10, 2);
-  Image expected(20, 7);
-  expected[0] = 1;
-  expected[1] = 0;
-  expected[10] = 2;
-  expected[11] = 0;
-  EXPECT_EQ(unpacked, expected);
+  EXPECT_EQ(unpacked, (Image{1, 0, 7, 7, 7, 7, 7, 7, 7, 7, 2, 0, 7, 7, 7, 7, 7, 7, 7, 7}));
 }
 
 }  // namespace

@@ -1,10 +1,7 @@
 // Runs every form of every kernel on the same input and prints one digest per form, then one of the
 // whole correlation in the best form, floating-point results included. All lines of all builds must
 // agree: whatever the form, the compiler, the optimisation level and the processor.
-#include <cinttypes>
 #include <cstdarg>
-#include <cstdio>
-#include <cstring>
 #include <vector>
 
 #include "base/pdlib_log.h"
@@ -12,6 +9,7 @@
 #include "kernels/pd_core_correlation.h"
 #include "kernels/pd_core_filters.h"
 #include "parse_pattern.h"
+#include "support/digest.h"
 
 // The kernels are linked without the rest of the library: no log.
 PDLibSwitch PDLIB_LOG;
@@ -32,28 +30,7 @@ class Random {
   uint64_t state_;
 };
 
-// FNV-1a over the little-endian bytes of each value.
-class Digest {
- public:
-  template <class Value>
-  void Add(Value value) {
-    static_assert(sizeof(Value) <= 8);
-    uint64_t bits = 0;
-    std::memcpy(&bits, &value, sizeof value);
-    for (size_t i = 0; i < sizeof value; ++i) {
-      hash_ = (hash_ ^ (bits >> (8 * i) & 0xff)) * 0x100000001b3u;
-    }
-  }
-  template <class Value>
-  void AddAll(const std::vector<Value>& values) {
-    for (const Value value : values) Add(value);
-  }
-  void Print(const char* name) const { std::printf("%s %016" PRIx64 "\n", name, hash_); }
-
- private:
-  uint64_t hash_ = 0xcbf29ce484222325u;
-};
-
+using test::Digest;
 using Image = std::vector<uint16_t>;
 
 Image MakeImage(uint64_t seed, int count, uint32_t range) {

@@ -3,10 +3,10 @@
 
 #include <fstream>
 
-#include "errors.h"
 #include "match_run.h"
 #include "picture_file.h"
 #include "scene.h"
+#include "small_sensor.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -38,16 +38,6 @@ class MatchFiles : public testing::Test {
     const std::string path = (folder_.path() / name).string();
     std::ofstream(path, std::ios::binary) << content;
     return path;
-  }
-
-  template <class Load>
-  static std::string ErrorOf(Load load) {
-    try {
-      load();
-    } catch (const InputError& error) {
-      return error.what();
-    }
-    return "accepted";
   }
 
   const test::TempFolder folder_;
@@ -101,11 +91,12 @@ TEST_F(MatchFiles, BadPicturesAreNamed) {
   };
   for (const Case& c : cases) {
     const std::string path = Write("b.pgm", c.content);
-    const std::string error = ErrorOf([&] { LoadGreyPicture(path); });
+    const std::string error = test::ErrorOf([&] { LoadGreyPicture(path); });
     EXPECT_EQ(error.rfind(path + ": expected a PGM (P5) or PNG picture of 8 or 16 bits, ", 0), 0u);
     EXPECT_NE(error.find(c.message), std::string::npos) << error;
   }
-  EXPECT_NE(ErrorOf([] { LoadGreyPicture("/nosuch.pgm"); }).find("/nosuch.pgm"), std::string::npos);
+  EXPECT_NE(test::ErrorOf([] { LoadGreyPicture("/nosuch.pgm"); }).find("/nosuch.pgm"),
+            std::string::npos);
 }
 
 // A dark half fills a square by its middle: 16 of its columns.
@@ -181,7 +172,8 @@ TEST_F(MatchFiles, BadGainsAreNamed) {
   };
   for (const Case& c : cases) {
     const std::string path = Write("g", c.text);
-    const std::string error = ErrorOf([&] { LoadGainMaps(Write("other", c.other), path, 20); });
+    const std::string error =
+        test::ErrorOf([&] { LoadGainMaps(Write("other", c.other), path, 20); });
     EXPECT_EQ(error.rfind(path, 0), 0u) << error;
     EXPECT_NE(error.find(c.message), std::string::npos) << c.text << ": " << error;
   }

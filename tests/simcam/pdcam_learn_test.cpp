@@ -41,16 +41,13 @@ std::vector<int> MediansOf(const json& result) {
 }
 
 TEST_F(PdcamLearn, FindsTheTrueCoefficientAndStartsFromItAgain) {
-  struct Case {
-    const char* factor;
-    double trueK;
-  };
-  for (const Case& c : {Case{"0.8", 0.8 * kCalibratedK}, Case{"1.25", 1.25 * kCalibratedK}}) {
-    const std::string folder = Path(c.factor);
+  for (const std::string factor : {"0.8", "1.25"}) {
+    const double trueK = std::stod(factor) * kCalibratedK;
+    const std::string folder = Path(factor);
     const std::string arguments = "learn --json --sequences 8 --roi 0.3 0.3 0.55 0.55 --k-error " +
-                                  std::string(c.factor) + " --data-dir " + folder;
+                                  factor + " --data-dir " + folder;
     const json result = RunJson(arguments);
-    EXPECT_NEAR(result["true_k"], c.trueK, 1e-6);
+    EXPECT_NEAR(result["true_k"], trueK, 1e-6);
     EXPECT_EQ(result["blob_bytes"], 960);
     EXPECT_EQ(result["propagated"], true);
     ASSERT_EQ(result["sequences"].size(), 8u);
@@ -61,7 +58,7 @@ TEST_F(PdcamLearn, FindsTheTrueCoefficientAndStartsFromItAgain) {
     EXPECT_EQ(second["propagated"], false);
     EXPECT_EQ(second["started_from_file"], true);
     for (const json& sequence : second["sequences"]) {
-      EXPECT_NEAR(sequence["k_used"].get<double>() / c.trueK, 1, 0.05);
+      EXPECT_NEAR(sequence["k_used"].get<double>() / trueK, 1, 0.05);
       EXPECT_LE(sequence["frames_to_focus"], result["sequences"][0]["frames_to_focus"]);
       EXPECT_LT(sequence["overshoot_steps"], 1);
     }

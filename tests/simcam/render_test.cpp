@@ -199,31 +199,52 @@ TEST(DualLayout, PutsEverySampleInItsPlace) {
   }
 }
 
-TEST(Noise, HasTheVarianceAskedFor) {
+// What one sample of a site lacks of the light the other one has: their noise is opposite by that
+// share, and as large as ever.
+TEST(Noise, HasTheVarianceAndTheShareAskedFor) {
   struct Case {
-    double light, perCode, read;
+    const char* sensor;
+    const char* patch;
+    double light;
+    NoiseSettings noise;
+    double split;
   };
-  for (const Case& c : {Case{0.5, 0, 4}, Case{0.5, 0.05, 1.5}, Case{0.2, 1.5, 12}}) {
-    const SensorDescription sensor = test::SmallSensor();
+  const char* const kSparse = test::kSmallSensor;
+  const char* const kDual = test::kSmallDualSensor;
+  for (const Case& c : {Case{kSparse, "{}", 0.5, {0, 4}, 0},
+                        {kSparse, "{}", 0.5, {0.05, 1.5}, 0},
+                        {kSparse, "{}", 0.2, {1.5, 12}, 0},
+                        {kDual, R"({"noise": {"split": 0}})", 0.5, {0.5, 10}, 0},
+                        {kDual, R"({"noise": {"split": 0.4}})", 0.5, {0.5, 10}, 0.4},
+                        {kDual, R"({"noise": {"split": 1}})", 0.5, {0.5, 10}, 1},
+                        {kDual, R"({"noise": {"split": 0.2}})", 0.5, {0.5, 10, 0.7}, 0.7}}) {
+    const SensorDescription sensor = test::Sensor(c.sensor, c.patch);
+    const double signal = c.light * (sensor.whiteLevel - sensor.blackLevel);
     const auto scene = MakeFlatScene(static_cast<float>(c.light));
-    double sum = 0;
-    double squares = 0;
+    double sum = 0, squares = 0, products = 0;
     int count = 0;
     for (uint64_t seed = 0; seed < 20; ++seed) {
-      const auto buffer = Render(sensor, *scene, 0, {c.perCode, c.read}, 0, seed);
-      for (double value :
-           ReadSamples(sensor, Shading(sensor, 0), buffer, test::AllBlocks(sensor)).left) {
-        sum += value;
-        squares += value * value;
+      const WindowSamples samples =
+          ReadSamples(sensor, Shading(sensor, 0), Render(sensor, *scene, 0, c.noise, 0, seed),
+                      test::AllBlocks(sensor));
+      for (size_t i = 0; i < samples.left.size(); ++i) {
+        const double left = samples.left[i] - signal;
+        const double right = samples.right[i] - signal;
+        sum += left;
+        squares += (left * left + right * right) / 2;
+        products += left * right;
         ++count;
       }
     }
-    const double mean = sum / count;
-    const double signal = c.light * 15000;
-    const double variance = c.perCode * signal + c.read * c.read + 1.0 / 12;  // and rounding
-    EXPECT_NEAR(mean, signal, 5 * std::sqrt(variance / count));
+    const double lightNoise =
+        c.noise.variancePerCode * signal;  // codes^2; readout's and rounding's are
+    const double variance =
+        lightNoise + c.noise.readNoise * c.noise.readNoise + 1.0 / 12;  // a sample's own
+    EXPECT_NEAR(sum / count, 0, 5 * std::sqrt(variance / count)) << c.patch;
     // The spread of a variance over n values is its own size times sqrt(2 / n).
-    EXPECT_NEAR(squares / count - mean * mean, variance, 5 * variance * std::sqrt(2.0 / count));
+    const double error = 5 * variance * std::sqrt(2.0 / count);
+    EXPECT_NEAR(squares / count, variance, error) << c.patch;
+    EXPECT_NEAR(products / count, -c.split * lightNoise, error) << c.patch;
   }
 }
 
@@ -253,34 +274,6 @@ TEST(DualHdr, ExposesOddColumnsShorter) {
     ASSERT_NEAR(SampleAt("words", buffer.data(), n), 200 + 1650.0 / (n / 2 % 2 == 0 ? 1 : 4), 1);
 }
 
-// What one sample lacks of the light the other one has: their noise is opposite by that share, and
-// as large as ever.
-TEST(DualNoise, IsSharedBetweenTheSamplesOfASite) {
-  struct Case {
-    double split;
-    std::optional<double> asked;  // in place of the description's
-  };
-  for (const Case& c : {Case{0, {}}, Case{0.4, {}}, Case{1, {}}, Case{0.2, 0.7}}) {
-    const SensorDescription sensor =
-        test::DualSensor(R"({"noise": {"split": )" + std::to_string(c.split) + "}}");
-    const std::vector<uint8_t> buffer = Render(sensor, *MakeFlatScene(0.5f), 0, {0.5, 10, c.asked});
-    constexpr int kCount = 320 * 48;
-    double products = 0, squares = 0;
-    for (int site = 0; site < kCount; ++site) {
-      const uint8_t* at = buffer.data() + 4 * site;
-      const double left = SampleAt("words", at, 0) - 1850;
-      const double right = SampleAt("words", at, 1) - 1850;
-      products += left * right;
-      squares += (left * left + right * right) / 2;
-    }
-    const double lightNoise = 0.5 * 1650;  // codes^2; the readout's 100 and the rounding's 1/12 are
-    const double variance = lightNoise + 100 + 1.0 / 12;  // each sample's own
-    const double error = 5 * variance * std::sqrt(2.0 / kCount);
-    EXPECT_NEAR(squares / kCount, variance, error) << c.split;
-    EXPECT_NEAR(products / kCount, -c.asked.value_or(c.split) * lightNoise, error) << c.split;
-  }
-}
-
 // The gain of a map whose corners stand at 0 and 1, in its own unit.
 double GainAt(const uint16_t* map, int width, int height, double x, double y) {
   const double mx = x * (width - 1);
@@ -294,57 +287,45 @@ double GainAt(const uint16_t* map, int width, int height, double x, double y) {
   return along(iy) + (my - iy) * (along(iy + 1) - along(iy));
 }
 
-TEST(SparseShading, IsUndoneByTheCalibration) {
-  for (int version : {4, 1}) {
-    SensorDescription sensor = test::SmallSensor();
-    sensor.calibration.version = version;
+// On a mirrored sensor, and in the first version, the names of the maps are exchanged; the maps lie
+// as ever. One gain serves a block, across which the shading changes by up to 1.5 %.
+TEST(Shading, IsUndoneByTheCalibration) {
+  struct Case {
+    const char* sensor;
+    const char* patch;
+    bool isExchanged;
+    double unit, darkest;
+  };
+  for (const Case& c :
+       {Case{test::kSmallSensor, R"({"calibration": {"version": 4}})", false, 256, 0.9},
+        {test::kSmallSensor, R"({"calibration": {"version": 1}})", true, 256, 0.9},
+        {test::kSmallDualSensor, "{}", false, 1024, 0.7},
+        {test::kSmallDualSensor, R"({"orientation": "mirror"})", true, 1024, 0.7}}) {
+    const SensorDescription sensor = test::Sensor(c.sensor, c.patch);
     const std::vector<uint8_t> buffer = Render(sensor, *MakeFlatScene(0.5f), 0, kNoNoise, 0.35);
     const auto calibration = MakeCalibration(sensor, Shading(sensor, 0.35));
-    const uint16_t* leftMap = version == 4 ? calibration.Left_GainMap : calibration.Right_GainMap;
-    int darkest = 16383;
-    for (int blockY = 0; blockY < 29; ++blockY) {
-      for (int blockX = 0; blockX < 20; ++blockX) {  // those of the first processor
-        const size_t byte =
-            static_cast<size_t>((4 + 16 * blockY + 2) * (672 + 680) + 2 * (8 + 16 * blockX + 3));
-        const double signal = CodeAt(buffer, byte) - sensor.blackLevel;
-        darkest = std::min(darkest, static_cast<int>(signal));
-        const double gain = GainAt(leftMap, sensor.calibration.gainMapWidth,
-                                   sensor.calibration.gainMapHeight, blockX / 38.0, blockY / 28.0) /
-                            256;
-        // One gain serves a block, across which the shading changes by up to 1.5 %.
-        ASSERT_NEAR(signal * gain, 7500, 0.01 * 7500) << blockX << ", " << blockY;
-      }
-    }
-    EXPECT_LT(darkest, 7500 * 0.9);
-  }
-}
-
-// On a mirrored sensor the names of the maps are exchanged, the maps themselves lie as ever.
-TEST(DualShading, IsUndoneByTheCalibration) {
-  for (const char* orientation : {"default", "mirror"}) {
-    const SensorDescription sensor =
-        test::DualSensor(R"({"orientation": ")" + std::string(orientation) + "\"}");
-    const _pdaf_cal_param_t calibration = MakeCalibration(sensor, Shading(sensor, 0.35));
-    const std::vector<uint8_t> buffer = Render(sensor, *MakeFlatScene(0.5f), 0, kNoNoise, 0.35);
-    const bool isMirrored = sensor.IsMirrored();
-    double darkest = 1650;
-    for (int mapRow = 0; mapRow < 13; ++mapRow) {
-      const int row = static_cast<int>(std::lround(mapRow * 47 / 12.0));
-      for (int site = 0; site < 320; ++site) {
-        const double along = (isMirrored ? 319 - site : site) / 319.0;
-        for (int view = 0; view < 2; ++view) {
-          const uint16_t* map =
-              (view == 0) != isMirrored ? calibration.Left_GainMap : calibration.Right_GainMap;
-          const double signal =
-              SampleAt("words", buffer.data() + 1280 * row, static_cast<size_t>(2 * site + view)) -
-              200;
+    const WindowSamples samples =
+        ReadSamples(sensor, Shading(sensor, 0), buffer, test::AllBlocks(sensor));
+    const double light = (sensor.whiteLevel - sensor.blackLevel) / 2.0;
+    const int perBlock = sensor.IsDual() ? 1 : 2;
+    double darkest = light;
+    for (int row = 0; row < samples.rows; ++row) {
+      for (int column = 0; column < samples.columns; ++column) {
+        const double x = column / perBlock / (samples.columns / perBlock - 1.0);
+        for (const bool isLeft : {true, false}) {
+          const auto& view = isLeft ? samples.left : samples.right;
+          const double signal = view[static_cast<size_t>(row * samples.columns + column)];
           darkest = std::min(darkest, signal);
-          ASSERT_NEAR(signal * GainAt(map, 17, 13, along, mapRow / 12.0) / 1024, 1650, 0.01 * 1650)
-              << orientation << " " << site << ", " << row;
+          const double gain =
+              GainAt(isLeft != c.isExchanged ? calibration.Left_GainMap : calibration.Right_GainMap,
+                     sensor.calibration.gainMapWidth, sensor.calibration.gainMapHeight,
+                     sensor.IsMirrored() ? 1 - x : x, row / (samples.rows - 1.0));
+          ASSERT_NEAR(signal * gain / c.unit, light, 0.01 * light)
+              << c.patch << " " << column << ", " << row;
         }
       }
     }
-    EXPECT_LT(darkest, 0.7 * 1650);
+    EXPECT_LT(darkest, c.darkest * light);
   }
 }
 

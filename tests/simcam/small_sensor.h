@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "errors.h"
 #include "frame_renderer.h"
 #include "scene.h"
 #include "sensor.h"
@@ -49,6 +50,17 @@ inline simcam::SensorDescription SmallSensor() {
 }
 inline simcam::SensorDescription DualSensor(const std::string& patch = "{}") {
   return Sensor(kSmallDualSensor, patch);
+}
+
+// What is said about a wrong input.
+template <class Load>
+std::string ErrorOf(Load load) {
+  try {
+    load();
+  } catch (const simcam::InputError& error) {
+    return error.what();
+  }
+  return "accepted";
 }
 
 inline simcam::BlockArea AllBlocks(const simcam::SensorDescription& sensor) {
