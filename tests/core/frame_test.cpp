@@ -84,10 +84,7 @@ TEST_F(Frame, ExceptionOfAFlowStaysInside) {
 }
 
 TEST_F(Frame, RefusesGridsThatTheOutputCannotHold) {
-  const struct {
-    uint32_t columns, rows, roiType;
-    bool isAccepted;
-  } cases[] = {
+  const std::tuple<uint32_t, uint32_t, uint32_t, bool> cases[] = {
       {0, 3, 0, false},           {3, 0, 0, false},
       {0, 0, 2, false},           {199, 1, 0, true},
       {200, 1, 0, true},          {201, 1, 0, false},
@@ -95,14 +92,13 @@ TEST_F(Frame, RefusesGridsThatTheOutputCannotHold) {
       {201, 1, 1, false},         {0x10000, 0x10000, 1, false},  // a product of 0 in 32 bits
       {0x80000000u, 2, 0, false}, {0xffffffffu, 0xffffffffu, 0, false},
   };
-  for (const auto& c : cases) {
+  for (const auto& [columns, rows, roiType, isAccepted] : cases) {
     flow_.calls.clear();
-    const PDLibParam param =
-        ParamWithWindows(c.columns, c.rows, static_cast<PDLibRoiType>(c.roiType));
+    const PDLibParam param = ParamWithWindows(columns, rows, static_cast<PDLibRoiType>(roiType));
     const int status = PDLibPhaseDetection(handle_, &param, 1, &output_.data);
-    EXPECT_EQ(status, c.isAccepted ? kPDStatusOk : kPDStatusBadInput) << c.columns << "x" << c.rows;
-    EXPECT_EQ(flow_.calls.size(), c.isAccepted ? 1u : 0u) << c.columns << "x" << c.rows;
-    EXPECT_TRUE(output_.isUntouched()) << c.columns << "x" << c.rows;
+    EXPECT_EQ(status, isAccepted ? kPDStatusOk : kPDStatusBadInput) << columns << "x" << rows;
+    EXPECT_EQ(flow_.calls.size(), isAccepted ? 1u : 0u) << columns << "x" << rows;
+    EXPECT_TRUE(output_.isUntouched()) << columns << "x" << rows;
   }
   EXPECT_TRUE(log_.has("Invalid Zero-window 0 x 3"));
 }

@@ -35,9 +35,7 @@ PDLibInitParam LcrInit(uint32_t format, uint32_t width) {
 
 TEST(LcrConfigure, DerivesFormatStrideAndBlock) {
   const LogCapture log;
-  const struct {
-    uint32_t format, width, formatAfter, stride;
-  } cases[] = {
+  const std::tuple<uint32_t, uint32_t, uint32_t, uint32_t> cases[] = {
       {1, 4000, 1, 5008},  // 5000 up to the next multiple of 16
       {2, 4000, 2, 8000},
       {2, 4001, 2, 8016},
@@ -49,13 +47,13 @@ TEST(LcrConfigure, DerivesFormatStrideAndBlock) {
       {2, 0xffffffffu, 2, 0xfffffff0u},
   };
   const tessarinePDLibType tuning{};
-  for (const auto& c : cases) {
-    PDLibInitParam init = LcrInit(c.format, c.width);
+  for (const auto& [format, width, formatAfter, stride] : cases) {
+    PDLibInitParam init = LcrInit(format, width);
     EXPECT_EQ(PDLibLCRConfigure(&init, &tuning), kPDLibSuccess);
-    const PDLibLcrBufferData& buffer = init.bufferDataInfo.lcrBufferData;
-    EXPECT_EQ(buffer.bufferFormat, c.formatAfter) << c.format;
-    EXPECT_EQ(buffer.isp1BufferStride, c.stride) << c.format << " " << c.width;
-    EXPECT_EQ(buffer.isp1BufferWidth, c.width);
+    PDLibLcrBufferData& buffer = init.bufferDataInfo.lcrBufferData;
+    EXPECT_EQ(buffer.bufferFormat, formatAfter) << format;
+    EXPECT_EQ(buffer.isp1BufferStride, stride) << format << " " << width;
+    EXPECT_EQ(buffer.isp1BufferWidth, width);
     EXPECT_EQ(buffer.ispBufferHeight, 3000u);
     EXPECT_EQ(buffer.isp2BufferWidth, 0u);
     EXPECT_EQ(buffer.imageOverlap, 0u);

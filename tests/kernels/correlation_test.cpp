@@ -12,12 +12,10 @@ using kernel_test::Random;
 using kernel_test::Samples;
 
 TEST(NormShift, IsTheLeastThatReachesTheRows) {
-  const struct {
-    uint16_t rows;
-    int shift;
-  } cases[] = {{0, 0}, {1, 0}, {2, 1},      {3, 2},      {4, 2},      {5, 3},
-               {8, 3}, {9, 4}, {16384, 14}, {32768, 15}, {32769, 16}, {65535, 16}};
-  for (const auto& c : cases) EXPECT_EQ(norm_shift(c.rows), c.shift) << c.rows;
+  const std::tuple<uint16_t, int> cases[] = {{0, 0},      {1, 0},      {2, 1},      {3, 2},
+                                             {4, 2},      {5, 3},      {8, 3},      {9, 4},
+                                             {16384, 14}, {32768, 15}, {32769, 16}, {65535, 16}};
+  for (const auto& [rows, shift] : cases) EXPECT_EQ(norm_shift(rows), shift) << rows;
 }
 
 // The definition, in 64 bits.

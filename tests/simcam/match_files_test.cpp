@@ -44,11 +44,7 @@ class MatchFiles : public testing::Test {
 };
 
 TEST_F(MatchFiles, GreyPicturesComeAsTheyAre) {
-  struct Case {
-    std::string content;
-    int bits;
-    std::vector<uint16_t> codes;
-  };
+  using Case = std::tuple<std::string, int, std::vector<uint16_t>>;
   const std::vector<Case> cases = {
       {std::string("P5\n3 1\n255\n\x01\x02\xff", 14), 8, {1, 2, 255}},
       {std::string("P5 # made by hand\n# 3 wide\n 3\t1 # and low\n255 \0\x20\n", 50),
@@ -60,12 +56,12 @@ TEST_F(MatchFiles, GreyPicturesComeAsTheyAre) {
       {Bytes(kPng16), 16, {0x1234, 0xfffe}},
       {Bytes(kPng8), 8, {7, 200}},
   };
-  for (const Case& c : cases) {
-    const GreyPicture picture = LoadGreyPicture(Write("a.pgm", c.content));
-    EXPECT_EQ(picture.bits, c.bits);
-    EXPECT_EQ(picture.width, static_cast<int>(c.codes.size()));
+  for (const auto& [content, bits, codes] : cases) {
+    const GreyPicture picture = LoadGreyPicture(Write("a.pgm", content));
+    EXPECT_EQ(picture.bits, bits);
+    EXPECT_EQ(picture.width, static_cast<int>(codes.size()));
     EXPECT_EQ(picture.height, 1);
-    EXPECT_EQ(picture.codes, c.codes);
+    EXPECT_EQ(picture.codes, codes);
   }
 }
 

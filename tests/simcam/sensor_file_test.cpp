@@ -30,11 +30,7 @@ std::string ErrorOf(const std::string& text) {
 }
 
 TEST(SensorFile, NamesTheFieldThatIsWrong) {
-  struct Case {
-    const char* pointer;
-    json value;
-    const char* message;
-  };
+  using Case = std::tuple<const char*, json, const char*>;
   const Case cases[] = {
       {"/name", 7, "'name': expected a text, found 7"},
       {"/image", json::array({640, 0}), "'image': expected two integers from 64 to 16384"},
@@ -78,20 +74,17 @@ TEST(SensorFile, NamesTheFieldThatIsWrong) {
       {"/tuning", {{"grid_overlap", 1}}, "'tuning.grid_overlap': expected true or false"},
       {"/tuning", 3, "'tuning': expected an object, found 3"},
   };
-  for (const Case& c : cases) {
+  for (const auto& [pointer, value, message] : cases) {
     json description = json::parse(test::kSmallSensor);
-    description[json::json_pointer(c.pointer)] = c.value;
+    description[json::json_pointer(pointer)] = value;
     const std::string error = ErrorOf(description.dump());
-    EXPECT_EQ(error.rfind("my.json:1: field ", 0), 0u) << c.pointer << ": " << error;
-    EXPECT_NE(error.find(c.message), std::string::npos) << c.pointer << ": " << error;
+    EXPECT_EQ(error.rfind("my.json:1: field ", 0), 0u) << pointer << ": " << error;
+    EXPECT_NE(error.find(message), std::string::npos) << pointer << ": " << error;
   }
 }
 
 TEST(SensorFile, NamesWhatIsWrongWithADualSensor) {
-  struct Case {
-    const char* patch;
-    const char* message;
-  };
+  using Case = std::tuple<const char*, const char*>;
   const Case cases[] = {
       {R"({"sensor_type": 2})", "'blocks': expected two integers"},
       {R"({"blocks": [4, 4]})", "'blocks': is not known here"},
@@ -119,9 +112,9 @@ TEST(SensorFile, NamesWhatIsWrongWithADualSensor) {
       {R"({"image": [64, 64], "calibration": {"gain_map": [40, 4]}})", "'calibration.gain_map'"},
   };
   EXPECT_EQ(ErrorOf(test::kSmallDualSensor), "accepted");
-  for (const Case& c : cases) {
-    const std::string error = ErrorOf(test::Patched(test::kSmallDualSensor, c.patch));
-    EXPECT_NE(error.find(c.message), std::string::npos) << c.patch << ": " << error;
+  for (const auto& [patch, message] : cases) {
+    const std::string error = ErrorOf(test::Patched(test::kSmallDualSensor, patch));
+    EXPECT_NE(error.find(message), std::string::npos) << patch << ": " << error;
   }
 }
 

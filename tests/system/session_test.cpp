@@ -134,7 +134,13 @@ TEST_F(Session, AnswersParameters) {
   const Camera camera(0);
   PDHwConfig config{};
   PDSwInfo info{9};
-  PDLibGetParamRequest request{kGetHardwareConfig, {&config, 77}};
+  // The status and the size of the answer.
+  const auto ask = [&](uint32_t type, void* answer) {
+    PDLibGetParamRequest request{type, {answer, 77}};
+    const int status = lib->pfnGetParam(lib, &request);
+    return std::pair(status, request.output.size);
+  };
+  PDLibGetParamRequest request{kGetSWInfo, {&info, 77}};
   EXPECT_EQ(lib->pfnGetParam(nullptr, &request), kPDLibFailed);
   EXPECT_EQ(lib->pfnGetParam(lib, nullptr), kPDLibFailed);
   for (const bool isInitialised : {false, true}) {
@@ -144,26 +150,18 @@ TEST_F(Session, AnswersParameters) {
     }
     config.enable = 5;
     info.lcrEnabled = 9;
-    request = {kGetHardwareConfig, {&config, 77}};
-    EXPECT_EQ(lib->pfnGetParam(lib, &request), expected);
-    EXPECT_EQ(request.output.size, isInitialised ? sizeof(PDHwConfig) : 0u);
+    EXPECT_EQ(ask(kGetHardwareConfig, &config),
+              std::pair(expected, isInitialised ? uint32_t{sizeof(PDHwConfig)} : 0u));
     EXPECT_EQ(config.enable, 0u);
-    request = {kGetSWInfo, {&info, 77}};
-    EXPECT_EQ(lib->pfnGetParam(lib, &request), expected);
-    EXPECT_EQ(request.output.size, isInitialised ? 4u : 0u);
+    EXPECT_EQ(ask(kGetSWInfo, &info), std::pair(expected, isInitialised ? 4u : 0u));
     EXPECT_EQ(info.lcrEnabled, 0u);
   }
+  info.lcrEnabled = 9;
   for (const uint32_t type : {2u, 0xffffffffu}) {
-    info.lcrEnabled = 9;
-    request = {type, {&info, 77}};
-    EXPECT_EQ(lib->pfnGetParam(lib, &request), kPDLibSuccess);
-    EXPECT_EQ(request.output.size, 77u);
+    EXPECT_EQ(ask(type, &info), std::pair(int{kPDLibSuccess}, 77u));
     EXPECT_EQ(info.lcrEnabled, 9u);
   }
-  for (const uint32_t type : {0u, 1u}) {
-    request = {type, {nullptr, 77}};
-    EXPECT_EQ(lib->pfnGetParam(lib, &request), kPDLibFailed);
-  }
+  for (const uint32_t type : {0u, 1u}) EXPECT_EQ(ask(type, nullptr).first, kPDLibFailed);
   close(0);
 }
 
