@@ -12,12 +12,7 @@ TEST(NearestName, IsWhatWasMeantOrNothing) {
                                           "boxFilterLength",
                                           "Name",
                                           "modes"};
-  struct Case {
-    const std::vector<std::string>& names;
-    const char* word;
-    const char* nearest;
-  };
-  const Case cases[] = {
+  const std::tuple<std::vector<std::string>, const char*, const char*> cases[] = {
       {commands, "focus", "focus"},
       {commands, "FOCUS", "focus"},
       {commands, "fcous", "focus"},
@@ -38,7 +33,8 @@ TEST(NearestName, IsWhatWasMeantOrNothing) {
       {names, "saturation", ""},
       {names, "Default|Sensor.13", "Default|Sensor.1"},
   };
-  for (const Case& c : cases) EXPECT_EQ(tool::NearestName(c.word, c.names), c.nearest) << c.word;
+  for (const auto& [among, word, nearest] : cases)
+    EXPECT_EQ(tool::NearestName(word, among), nearest) << word;
   EXPECT_EQ(tool::DidYouMean("foc", commands), "; did you mean 'focus'?");
   EXPECT_EQ(tool::DidYouMean("zebra", commands), "");
 }

@@ -66,11 +66,7 @@ TEST_F(MatchFiles, GreyPicturesComeAsTheyAre) {
 }
 
 TEST_F(MatchFiles, BadPicturesAreNamed) {
-  struct Case {
-    std::string content;
-    const char* message;
-  };
-  const std::vector<Case> cases = {
+  const std::pair<std::string, const char*> cases[] = {
       {"", "found neither"},
       {"P6\n1 1\n255\n123", "found neither"},
       {"P5\n", "found no width from 1 to 16384"},
@@ -85,11 +81,11 @@ TEST_F(MatchFiles, BadPicturesAreNamed) {
       {Bytes(kPng16).substr(0, 60), "found damage"},
       {Bytes(kPng8).substr(0, 20), "found damage"},
   };
-  for (const Case& c : cases) {
-    const std::string path = Write("b.pgm", c.content);
+  for (const auto& [content, message] : cases) {
+    const std::string path = Write("b.pgm", content);
     const std::string error = test::ErrorOf([&] { LoadGreyPicture(path); });
     EXPECT_EQ(error.rfind(path + ": expected a PGM (P5) or PNG picture of 8 or 16 bits, ", 0), 0u);
-    EXPECT_NE(error.find(c.message), std::string::npos) << error;
+    EXPECT_NE(error.find(message), std::string::npos) << error;
   }
   EXPECT_NE(test::ErrorOf([] { LoadGreyPicture("/nosuch.pgm"); }).find("/nosuch.pgm"),
             std::string::npos);

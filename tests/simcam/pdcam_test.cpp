@@ -117,18 +117,15 @@ TEST_F(Pdcam, PrintsDescriptionsThatCanBeUsed) {
 // What the library is held to: on a sensor with a sample every four pixels, and on dual-PD sensors
 // with one every pixel or two.
 TEST_F(Pdcam, SweepStaysWithinItsErrors) {
-  struct Case {
-    const char* options;
-    double meanAbs, worst;
-  };
-  const Case cases[] = {{"s16 --noise none", 0.25, 0.75},
-                        {"s16 --noise little", 0.25, 0.75},
-                        {"s16 --noise much", 0.45, 1.8},
-                        {"dual --noise none", 0.13, 0.3},
-                        {"dual-packed --noise little --scene texture", 0.2, 0.7},
-                        {"dual-hdr --noise none --from -39 --to 39 --step 2.6", 0.13, 0.3}};
-  for (const Case& c : cases) {
-    const json result = RunJson("sweep --json --sensor " + std::string(c.options));
+  const std::tuple<std::string, double, double> cases[] = {
+      {"s16 --noise none", 0.25, 0.75},
+      {"s16 --noise little", 0.25, 0.75},
+      {"s16 --noise much", 0.45, 1.8},
+      {"dual --noise none", 0.13, 0.3},
+      {"dual-packed --noise little --scene texture", 0.2, 0.7},
+      {"dual-hdr --noise none --from -39 --to 39 --step 2.6", 0.13, 0.3}};
+  for (const auto& [options, meanLimit, worstLimit] : cases) {
+    const json result = RunJson("sweep --json --sensor " + options);
     const size_t count = result["points"].size();
     ASSERT_GE(count, 31u * 9);
     // Scored here from the points, not taken from the program.
@@ -144,9 +141,9 @@ TEST_F(Pdcam, SweepStaysWithinItsErrors) {
       products += truth * point["phase_px"].get<double>();
       squares += truth * truth;
     }
-    EXPECT_LE(sum / static_cast<double>(count), c.meanAbs) << c.options;
-    EXPECT_LE(worst, c.worst) << c.options;
-    EXPECT_NEAR(products / squares, 1, 0.01) << c.options;  // the true values are centred on 0
+    EXPECT_LE(sum / static_cast<double>(count), meanLimit) << options;
+    EXPECT_LE(worst, worstLimit) << options;
+    EXPECT_NEAR(products / squares, 1, 0.01) << options;  // the true values are centred on 0
     EXPECT_NEAR(result["worst_px"], worst, 1e-9);
   }
 }

@@ -119,11 +119,7 @@ TEST(SensorFile, NamesWhatIsWrongWithADualSensor) {
 }
 
 TEST(SensorFile, NamesTheLine) {
-  struct Case {
-    const char* text;
-    const char* message;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"{\n\"name\": 1\n}", "my.json:2: field 'name': expected a text"},
       {"{\n\n\n}", "my.json:1: field 'name': expected a text, found nothing"},
       {"{\"name\": \"a\",\n\"name\": \"b\"}",
@@ -134,8 +130,8 @@ TEST(SensorFile, NamesTheLine) {
       {"{\"name\": \"a\",\n", "my.json:2: expected JSON"},
       {"[[[[[[[[[[[[[[[[[[[[", "my.json:1: expected values nested at most 16 deep"},
   };
-  for (const Case& c : cases)
-    EXPECT_EQ(ErrorOf(c.text).rfind(c.message, 0), 0u) << c.text << ": " << ErrorOf(c.text);
+  for (const auto& [wrong, message] : cases)
+    EXPECT_EQ(ErrorOf(wrong).rfind(message, 0), 0u) << wrong << ": " << ErrorOf(wrong);
 
   std::string text = test::kSmallSensor;
   text.replace(text.find("[11, 3, 0]"), 10, "7");
