@@ -39,11 +39,14 @@ class PdcamProcess : public testing::Test {
   }
   static std::string ReadFile(const std::string& path) { return test::ReadFile(path); }
 
-  // The text of a report: encoded pictures may spell anything.
-  static std::string WithoutPictures(std::string report) {
+  // A whole page, which fetches nothing from elsewhere. Encoded pictures may spell anything.
+  static void ExpectReport(const std::string& path) {
+    std::string report = ReadFile(path);
     for (size_t at; (at = report.find("data:image")) != std::string::npos;)
       report.erase(at, report.find('"', at) - at);
-    return report;
+    EXPECT_NE(report.find("</html>"), std::string::npos);
+    for (const char* outside : {"http:", "https:", "src=", "<script", "nan", "inf\""})
+      EXPECT_EQ(report.find(outside), std::string::npos) << path << ": " << outside;
   }
 
   Outcome Run(const std::string& arguments) const {

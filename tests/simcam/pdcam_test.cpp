@@ -109,13 +109,12 @@ TEST_F(Pdcam, FocusTellsAllInJsonCsvAndReport) {
   EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), lines);
   std::string version = Run("--version").output;
   version.pop_back();
-  for (const std::string& path : {Path("f.html"), Path("f-1.html")}) {
-    const std::string report = WithoutPictures(ReadFile(path));
+  for (const char* name : {"f.html", "f-1.html"}) {
+    ExpectReport(Path(name));
+    const std::string report = ReadFile(Path(name));
     for (const char* text : {version.c_str(), "pdcam focus --json", ">--dcc-error</td><td>0.08<",
-                             ">--start</td><td>14<", "</html>"})
+                             ">--start</td><td>14<"})
       EXPECT_NE(report.find(text), std::string::npos) << text;
-    for (const char* outside : {"http:", "https:", "src=", "<script", "nan", "inf\""})
-      EXPECT_EQ(report.find(outside), std::string::npos) << outside;
   }
 }
 

@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
+#include <charconv>
 #include <optional>
 #include <system_error>
 #include <vector>
@@ -87,7 +87,10 @@ std::optional<int> OwnDescriptor(const fs::path& path) {
   std::error_code none;
   const fs::path folder = fs::canonical(path.parent_path(), none);
   if (none || folder != fs::canonical("/proc/self/fd", none) || none) return std::nullopt;
-  return std::atoi(path.filename().c_str());
+  const std::string name = path.filename().string();
+  int number = 0;
+  const auto read = std::from_chars(name.data(), name.data() + name.size(), number);
+  return read.ec == std::errc() ? std::optional(number) : std::nullopt;
 }
 
 struct Target {

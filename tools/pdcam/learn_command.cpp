@@ -180,7 +180,10 @@ int Run(const Options& given) {
       std::all_of(checks.begin(), checks.end(), [](const Check& check) { return check.isPassed; });
 
   options.output.SaveCsv(LearnCsv(result));
-  options.output.SaveReport(LearnReport(result, options.output.Record()));
+  simcam::RunRecord record = options.output.Record();
+  for (const Check& check : checks)
+    if (!check.isPassed) record.failures.push_back(check.what);
+  options.output.SaveReport(LearnReport(result, record));
   if (options.output.isJson) {
     simcam::OrderedJson json = ToJson(result);
     for (const Check& check : checks)

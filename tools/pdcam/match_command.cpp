@@ -35,25 +35,19 @@ void PrintTable(const MatchResult& result) {
       result.leftPath.c_str(), result.rightPath.c_str(), result.left.width, result.left.height);
   std::printf("%-9s %6s %7s %7s %9s %10s %10s %10s %8s\n", "row", "column", "x, px", "y, px",
               "phase, px", "confidence", "range low", "range high", "defocus");
-  for (const MatchWindow& window : result.windows)
-    std::printf("%-9d %6d %7.0f %7.0f %9.3f %10u %10d %10d %8d\n", window.row, window.column,
-                window.x, window.y, static_cast<double>(window.measured.phaseDiff),
-                window.measured.confidence, window.measured.rangeLow, window.measured.rangeHigh,
-                window.measured.defocus);
-  std::printf("%-9s %6s %7s %7s %9.3f %10u %10d %10d %8d\n", "whole ROI", "", "", "",
-              static_cast<double>(result.whole.phaseDiff), result.whole.confidence,
-              result.whole.rangeLow, result.whole.rangeHigh, result.whole.defocus);
-}
-
-// Two maps of one size, or none.
-std::vector<simcam::GainMap> Gains(const Options& options) {
-  if (options.leftGains.empty()) return {};
-  std::vector<simcam::GainMap> maps = {simcam::LoadGainMap(options.leftGains),
-                                       simcam::LoadGainMap(options.rightGains)};
-  if (maps[0].columns != maps[1].columns || maps[0].rows != maps[1].rows)
-    throw simcam::InputError(options.rightGains + ": expected a map of the size of that in " +
-                             options.leftGains);
-  return maps;
+  const auto print = [&](const PDLibDefocusInfo& measured) {
+    std::printf(" %9.3f %10u %10d %10d %8d%s\n", static_cast<double>(measured.phaseDiff),
+                measured.confidence, measured.rangeLow, measured.rangeHigh, measured.defocus,
+                IsAtEdge(result.settings, measured) ? "  at the edge" : "");
+  };
+  for (const MatchWindow& window : result.windows) {
+    std::printf("%-9d %6d %7.0f %7.0f", window.row, window.column, window.x, window.y);
+    print(window.measured);
+  }
+  std::printf("%-9s %6s %7s %7s", "whole ROI", "", "", "");
+  print(result.whole);
+  const std::string edges = EdgeWarning(result);
+  if (!edges.empty()) std::printf("%s\n", edges.c_str());
 }
 
 simcam::MatchSettings Settings(const Options& options) {
@@ -66,7 +60,9 @@ simcam::MatchSettings Settings(const Options& options) {
   settings.searchTo = options.searchRange[1];
   if (settings.searchFrom > 0 || settings.searchTo < 0 || settings.searchFrom == settings.searchTo)
     throw CLI::ValidationError("--search-range", "expected a range around 0");
-  settings.gains = Gains(options);
+  if (!options.leftGains.empty())
+    settings.gains =
+        simcam::LoadGainMaps(options.leftGains, options.rightGains, settings.blackLevel);
   return settings;
 }
 

@@ -181,6 +181,10 @@ bool Camera::TakeChangedTuning() {
 
 FrameResult Camera::Shoot(double truePhasePx, int lensCode) {
   const bool isTuningNew = TakeChangedTuning();
+  if (IsTunedLive(settings_))
+    settings_.tuning->File().Store({static_cast<int64_t>(frameIndex_), lensCode,
+                                    settings_.frameRate, settings_.sensorGain,
+                                    1000 * kExposureShare / settings_.frameRate});
   const uint64_t noiseSeed = Mix(settings_.seed, 0xf7a3e, frameIndex_);
   for (ExposedRegion& region : regions_)
     region.renderer.Render(truePhasePx * region.phaseScale, noiseSeed, buffer_);

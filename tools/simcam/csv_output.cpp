@@ -49,13 +49,13 @@ std::string SweepLine(const SweepPoint& point, const std::string& window) {
                Fixed(point.trueDefocus, 2)});
 }
 
-void AddMatched(std::string& csv, const std::vector<std::string>& place,
-                const PDLibDefocusInfo& measured) {
+void AddMatched(std::string& csv, const MatchSettings& settings,
+                const std::vector<std::string>& place, const PDLibDefocusInfo& measured) {
   std::vector<std::string> values = place;
-  values.insert(
-      values.end(),
-      {Phase(measured), std::to_string(measured.confidence), std::to_string(measured.rangeLow),
-       std::to_string(measured.rangeHigh), std::to_string(measured.defocus)});
+  values.insert(values.end(),
+                {Phase(measured), std::to_string(measured.confidence),
+                 std::to_string(measured.rangeLow), std::to_string(measured.rangeHigh),
+                 std::to_string(measured.defocus), IsAtEdge(settings, measured) ? "1" : "0"});
   csv += Line(values);
 }
 
@@ -91,10 +91,11 @@ std::string SweepCsv(const SweepResult& result) {
 }
 
 std::string MatchCsv(const MatchResult& result) {
-  std::string csv = "row,column,x_px,y_px,phase_px,confidence,range_low,range_high,defocus\n";
-  AddMatched(csv, {"roi", "", "", ""}, result.whole);
+  std::string csv =
+      "row,column,x_px,y_px,phase_px,confidence,range_low,range_high,defocus,at_edge\n";
+  AddMatched(csv, result.settings, {"roi", "", "", ""}, result.whole);
   for (const MatchWindow& window : result.windows)
-    AddMatched(csv,
+    AddMatched(csv, result.settings,
                {std::to_string(window.row), std::to_string(window.column), Fixed(window.x, 1),
                 Fixed(window.y, 1)},
                window.measured);

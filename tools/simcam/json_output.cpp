@@ -15,8 +15,10 @@ void AddMeasured(OrderedJson& json, const PDLibDefocusInfo& measured) {
   json["confidence"] = measured.confidence;
 }
 
-void AddMatched(OrderedJson& json, const PDLibDefocusInfo& measured) {
+void AddMatched(OrderedJson& json, const MatchSettings& settings,
+                const PDLibDefocusInfo& measured) {
   AddMeasured(json, measured);
+  json["at_edge"] = IsAtEdge(settings, measured);
   json["range_low"] = measured.rangeLow;
   json["range_high"] = measured.rangeHigh;
 }
@@ -178,11 +180,11 @@ OrderedJson ToJson(const MatchResult& result) {
   for (const MatchWindow& window : result.windows) {
     OrderedJson entry = {{"row", window.row}, {"column", window.column}};
     entry["middle_px"] = {window.x, window.y};
-    AddMatched(entry, window.measured);
+    AddMatched(entry, settings, window.measured);
     json["windows"].push_back(std::move(entry));
   }
   json["whole"] = OrderedJson::object();
-  AddMatched(json["whole"], result.whole);
+  AddMatched(json["whole"], settings, result.whole);
   return json;
 }
 

@@ -20,7 +20,8 @@ struct RunRecord {
   };
   std::string commandLine;
   std::string version;
-  std::vector<Option> options;  // all that are in force
+  std::vector<Option> options;             // all that are in force
+  std::vector<std::string> failures = {};  // checks of the program that weren't passed
 };
 
 std::string FocusReport(const FocusResult& result, const RunRecord& run = {});

@@ -105,6 +105,14 @@ std::vector<std::string> TuningFile::Branches() const {
   return branches;
 }
 
+void TuningFile::Store(const StackValues& values) const {
+  manager_->SetControlValue({1, static_cast<long>(values.frame)});
+  manager_->SetControlValue({2, values.lensCode});
+  manager_->SetControlValue({3, values.frameRate});
+  manager_->SetTriggerValue({1, values.gain});
+  manager_->SetTriggerValue({2, values.exposureMs});
+}
+
 std::vector<TuningMode> TuningFile::Steps(const std::string& branch) const {
   char numbers[kTextSize];
   PList<TuningMode> steps(kMostSteps);

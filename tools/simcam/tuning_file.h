@@ -13,6 +13,15 @@ class TuningSetManager;
 
 namespace simcam {
 
+// What the stack does (controls) and what it finds (triggers), with their numbers on the live link.
+struct StackValues {
+  int64_t frame = 0;      // control 1: of the session, from 0
+  int lensCode = 0;       // control 2: actuator codes
+  double frameRate = 0;   // control 3: Hz
+  double gain = 1;        // trigger 1: of the sensor
+  double exposureMs = 0;  // trigger 2
+};
+
 // A loaded file, for as long as a camera uses it.
 class TuningFile {
  public:
@@ -35,6 +44,8 @@ class TuningFile {
   uint16_t LinkPort() const;
   // How many values were changed in it so far.
   uint32_t Changes() const;
+  // Stores what a camera stack tells tuning tools of itself, as controls and triggers.
+  void Store(const StackValues& values) const;
 
  private:
   std::string path_;

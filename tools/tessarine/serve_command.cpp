@@ -52,6 +52,7 @@ class EndSignals {
 };
 
 void Load(TuningSetManager& manager, const std::string& file) {
+  LoadBytes(file);  // tells why a file can't be read, which the manager doesn't
   if (manager.LoadBinaryParameters(file.c_str()) && manager.IsLoadValid()) return;
   char error[TuningSetManager::kMaxError] = {};
   manager.GetError(error, sizeof(error));
