@@ -106,7 +106,10 @@ int main(int argc, char** argv) {
   pdlib_bench::RegisterAdaptive();
   pdlib_bench::RegisterTuning();
   pdlib_bench::RegisterLink();
-  pdlib_bench::RatioReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
+  // What --benchmark_format asks for. Another form than lines for a reader has no room for ratios.
+  benchmark::BenchmarkReporter* const wanted = benchmark::CreateDefaultDisplayReporter();
+  pdlib_bench::RatioReporter ratios;
+  const bool isForReaders = dynamic_cast<benchmark::ConsoleReporter*>(wanted) != nullptr;
+  benchmark::RunSpecifiedBenchmarks(isForReaders ? &ratios : wanted);
   benchmark::Shutdown();
 }

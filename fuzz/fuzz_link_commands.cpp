@@ -1,6 +1,6 @@
 // Any request of a tuning tool, carried out on a small manager: each has the reply that its command
 // has, whole and ended, or none.
-#include "link/link_client.h"
+#include "link/scripted_com.h"
 #include "parameterrondelworker.h"
 #include "small_manager.h"
 
@@ -13,18 +13,15 @@ using test::NumberAt;
 enum Command : uint16_t { kDeviceInfo, kModes = 3, kInfo, kGetValues, kSetValues, kCustom = 8 };
 
 // Keeps the reply instead of sending it.
-class ReplyCom : public ParameterRondelComBase {
+class ReplyCom : public test::ScriptedCom {
  public:
   ReplyCom(const IParameterLoggingAPI* logger, std::string& reply)
-      : ParameterRondelComBase(logger), reply_(reply) {
+      : ScriptedCom(logger), reply_(reply) {
     Open();
   }
   // True if there is one.
   bool Write() { return WriteReply(0); }
 
-  bool StartCom() override { return true; }
-  void StopCom() override {}
-  int32_t ReadData(void*, uint32_t, int32_t, const std::atomic<bool>&) override { return 0; }
   int32_t WriteData(const void* buffer, uint32_t length) override {
     reply_.assign(static_cast<const char*>(buffer), length);
     return static_cast<int32_t>(length);

@@ -10,7 +10,7 @@
 
 #include "adaptive/learner.h"
 #include "adaptive/pdlib_adaptive_k_estimator.h"
-#include "host/orvo_host.h"
+#include "support/log_capture.h"
 
 namespace {
 
@@ -307,11 +307,9 @@ TEST(AdaptiveEstimator, AStateThatIsNoneIsAnErrorAndStays) {
     learner.Place(0, 0);
     learner.state.estimator.grid[0].state = state;
     learner.state.estimator.grid[0].counter = 5;
-    Orvo::Host::StartLogCapture();
+    const test::LogCapture log;
     learner.Show(kHeld);
-    const std::vector<Orvo::Host::LogLine> lines = Orvo::Host::StopLogCapture();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_TRUE(lines[0].text.ends_with("ADAPTK: S099 - Error in Adaptive K State!"));
+    EXPECT_EQ(log.texts(), std::vector<std::string>{"ADAPTK: S099 - Error in Adaptive K State!"});
     EXPECT_EQ(learner.Estimator().state, state);
     EXPECT_EQ(learner.Estimator().counter, 5);
   }

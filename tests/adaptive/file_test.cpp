@@ -20,8 +20,7 @@ class AdaptiveFile : public test::Plugin {
     VekPDLib* lib = open(cameraId);
     ASSERT_NE(lib, nullptr);
     ASSERT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
-    const PDLibInputs inputs = camera.inputs();
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(lib->pfnProcess(lib, &inputs, &output_), kPDLibSuccess);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(process(lib, camera), kPDLibSuccess);
     close(cameraId);
   }
 
@@ -35,13 +34,11 @@ class AdaptiveFile : public test::Plugin {
 };
 
 TEST_F(AdaptiveFile, BeginsWithTheCalibration) {
-  enter();
   Run(3);
   EXPECT_EQ(Read(3), std::vector<int16_t>(480, 1));  // 1024 with ten fractional bits
 }
 
 TEST_F(AdaptiveFile, ComesBackBitForBit) {
-  enter();
   std::vector<int16_t> values;
   for (int i = 0; i < 480; ++i) values.push_back(static_cast<int16_t>(i * 137 - 32768 + 1));
   std::ofstream(dataFile(3), std::ios::binary)
@@ -54,22 +51,17 @@ TEST_F(AdaptiveFile, ComesBackBitForBit) {
 }
 
 TEST_F(AdaptiveFile, WhatIsNoFileIsSurvivedAndNamed) {
-  enter();
   std::filesystem::create_directory(dataFile(3));
   Run(3);
   EXPECT_TRUE(wasLogged("Failed to open the adaptive k data file"));
   EXPECT_TRUE(std::filesystem::is_directory(dataFile(3)));
 }
 
-TEST_F(AdaptiveFile, OfAShortFileWhatIsThereCounts) {
-  enter();
+TEST_F(AdaptiveFile, AShortFileCountsAsNone) {
   std::ofstream(dataFile(3), std::ios::binary).write("\7\0\7\0\7", 5);
   Run(3);
   EXPECT_TRUE(wasLogged("The adaptive k data file holds 5 of 960 bytes"));
-  std::vector<int16_t> expected(480, 1);  // the calibration where the file holds nothing
-  std::fill_n(expected.begin(), 3, int16_t{7});
-  std::fill_n(expected.begin() + 240, 3, int16_t{0});  // the far values of the same positions
-  EXPECT_EQ(Read(3), expected);
+  EXPECT_EQ(Read(3), std::vector<int16_t>(480, 1));
 }
 
 }  // namespace

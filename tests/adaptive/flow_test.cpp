@@ -9,15 +9,14 @@
 #include <vector>
 
 #include "adaptive/learner.h"
-#include "sparse/sparse_horizontal_flow.h"
-#include "support/sparse_camera.h"
+#include "support/flow_run.h"
 
 namespace {
 
 using Blob = std::array<int16_t, kAdaptiveKBlobEntries>;
 
 // Calibrated to 64 in Q6, with the sensitivity of half a micron a unit that the camera has.
-struct LearningRun {
+struct LearningRun : test::SparseRun {
   LearningRun() {
     camera.tuning.adaptiveK = PlainTuning();
     camera.tuning.adaptiveK.state0ConfThres = camera.tuning.adaptiveK.state1ConfThres = 100;
@@ -25,14 +24,15 @@ struct LearningRun {
     std::fill_n(camera.calibration.DCC_map, kDccMapEntries, static_cast<int16_t>(64 << 6));
   }
 
-  void Init() { ASSERT_EQ(flow.Init(&camera.init, &camera.tuning), kPDStatusOk); }
-  void Call(uint32_t lines) { ASSERT_EQ(flow.Process(&camera.param, lines, &output), kPDStatusOk); }
+  void Init() { ASSERT_EQ(init(), kPDStatusOk); }
   // A lens at `position` with this true phase difference, the frame in one call or in two.
   void Show(int position, int phase, bool inTwoCalls = false) {
     camera.param.lensPosition = position;
     camera.exposeShifted(-phase);
-    if (inTwoCalls) Call(camera.imageHeight() - 1);
-    Call(camera.imageHeight());
+    if (inTwoCalls) {
+      ASSERT_EQ(call(camera.imageHeight() - 1), kPDStatusOk);
+    }
+    ASSERT_EQ(frame(), kPDStatusOk);
   }
   // 288 steps per 8 pixels at half a micron: K is 72. Three frames to start from, four to settle.
   void MoveOnce() {
@@ -44,7 +44,7 @@ struct LearningRun {
     const void* data = nullptr;
     int size = 0;
     Blob blob{};
-    EXPECT_EQ(flow.GetAdaptiveData(&data, &size), kPDStatusOk);
+    EXPECT_EQ(flow->GetAdaptiveData(&data, &size), kPDStatusOk);
     EXPECT_EQ(size, kAdaptiveDataSize);
     if (size == kAdaptiveDataSize) std::memcpy(blob.data(), data, sizeof(blob));
     return blob;
@@ -53,12 +53,8 @@ struct LearningRun {
     Blob blob;
     std::fill_n(blob.begin(), 240, near);
     std::fill_n(blob.begin() + 240, 240, far);
-    ASSERT_EQ(flow.SetAdaptiveData(blob.data(), sizeof(blob)), kPDStatusOk);
+    ASSERT_EQ(flow->SetAdaptiveData(blob.data(), sizeof(blob)), kPDStatusOk);
   }
-
-  test::SparseCamera camera;
-  SparseHorizontalFlow flow;
-  PDLibOutputData output{};
 };
 
 int DefocusBy(float coefficient, float phase) {
@@ -109,34 +105,6 @@ TEST(AdaptiveFlow, LearnsTheTravelPerPhaseOfAMove) {
   }
   EXPECT_EQ(measured, 9);  // the cells under the 3 by 3 windows, the sum window's among them
   EXPECT_TRUE(std::all_of(learnt.begin() + 240, learnt.end(), [](int k) { return k == 100; }));
-}
-
-// Three frames make a stable start, and of the two before a move only one stands where it began:
-// not even if it comes in two calls.
-TEST(AdaptiveFlow, CountsFramesNotCalls) {
-  LearningRun run;
-  run.Init();
-  const Blob before = run.Learnt();
-  run.Show(1100, 8);
-  run.Show(1000, 8, true);
-  for (int i = 0; i < 4; ++i) run.Show(712, 0, true);
-  EXPECT_EQ(run.Learnt(), before);
-  run.Show(1000, 8);
-  run.Show(1000, 8, true);
-  for (int i = 0; i < 4; ++i) run.Show(712, 0, true);
-  EXPECT_NE(run.Learnt(), before);
-}
-
-TEST(AdaptiveFlow, LearnsOnlyFromItsRoiTypes) {
-  for (const auto& [roiType, learns] :
-       std::vector<std::pair<uint32_t, bool>>{{0, true}, {1, false}, {2, true}, {3, false}}) {
-    LearningRun run;
-    run.camera.setWindows(3, 3, static_cast<PDLibRoiType>(roiType));
-    run.Init();
-    const Blob before = run.Learnt();
-    run.MoveOnce();
-    EXPECT_EQ(run.Learnt() != before, learns) << roiType;
-  }
 }
 
 }  // namespace

@@ -9,8 +9,9 @@
 
 #include "adaptive/learner.h"
 #include "adaptive/pdlib_adaptive_k.h"
-#include "base/pdlib_switches.h"
-#include "host/orvo_host.h"
+#include "support/log_capture.h"
+
+using test::LogCapture;
 
 namespace {
 
@@ -23,18 +24,11 @@ pdaf_adaptive_k_t Marked() {
   return state;
 }
 
-int ErrorsOf(const std::vector<Orvo::Host::LogLine>& lines, const char* ending) {
-  return static_cast<int>(
-      std::count_if(lines.begin(), lines.end(), [&](const Orvo::Host::LogLine& line) {
-        return line.level == Orvo::Log::kLevelError && line.text.ends_with(ending);
-      }));
-}
-
 TEST(AdaptiveInit, WithoutTuningOrTableNothingIsLearnt) {
   const AdaptiveTuning tuning = PlainTuning();
   const auto table = PlainTable();
   const pdaf_adaptive_k_t marked = Marked();
-  Orvo::Host::StartLogCapture();
+  const LogCapture log;
   pdaf_adaptive_k_t state = marked;
   adaptive_k_pd_init(&state, nullptr, table.data(), 6, 800, 600);
   adaptive_k_dpd_init(&state, nullptr, table.data(), 6, 800, 600);
@@ -48,11 +42,10 @@ TEST(AdaptiveInit, WithoutTuningOrTableNothingIsLearnt) {
   EXPECT_EQ(state.data.grid[0].nearTargetHistory[0], 0x5A5A);
   EXPECT_EQ(state.data.grid[0].farTargetInitDCC, 0x5A5A);
   EXPECT_EQ(state.data.history_locked, 0x5A5A5A5Au);
-  const std::vector<Orvo::Host::LogLine> lines = Orvo::Host::StopLogCapture();
-  EXPECT_EQ(lines.size(), 5u);
-  EXPECT_EQ(ErrorsOf(lines, "ADAPTK: S100 - Sending the NULL tuning pointer "), 2);
-  EXPECT_EQ(ErrorsOf(lines, "ADAPTK: S100 - Sending the NULL calibration pointer "), 2);
-  EXPECT_EQ(ErrorsOf(lines, "ADAPTK: S001 - Sending the NULL calibration data pointer "), 1);
+  EXPECT_EQ(log.texts().size(), 5u);
+  EXPECT_EQ(log.count("ADAPTK: S100 - Sending the NULL tuning pointer "), 2);
+  EXPECT_EQ(log.count("ADAPTK: S100 - Sending the NULL calibration pointer "), 2);
+  EXPECT_EQ(log.count("ADAPTK: S001 - Sending the NULL calibration data pointer "), 1);
 }
 
 TEST(AdaptiveInit, TurnedOffItTouchesNothingButDebug) {
@@ -168,8 +161,7 @@ TEST(AdaptiveWindows, OnlyMeasuringWindowsFollowAtOnce) {
 
 TEST(AdaptiveLog, DebugLinesNeedTheLevelAtInitialisation) {
   for (const int level : {0, 1, 2, 3, 4}) {
-    PDLIB_LOG = level;
-    Orvo::Host::StartLogCapture();
+    const LogCapture log(level);
     Learner learner;
     EXPECT_EQ(learner.state.debug, level == 3 ? 1u : 0u);
     PDLIB_LOG = 0;  // what the switch says later is another camera's
@@ -181,9 +173,8 @@ TEST(AdaptiveLog, DebugLinesNeedTheLevelAtInitialisation) {
     adaptive_k_set_data(&learner.state, zeros, 960);
     adaptive_k_reset(&learner.state);
     adaptive_k_deinit(&learner.state);
-    const std::vector<Orvo::Host::LogLine> lines = Orvo::Host::StopLogCapture();
     if (level != 3) {
-      EXPECT_TRUE(lines.empty()) << level;
+      EXPECT_TRUE(log.texts().empty()) << level;
       continue;
     }
     for (const char* text :
@@ -192,8 +183,7 @@ TEST(AdaptiveLog, DebugLinesNeedTheLevelAtInitialisation) {
           "ADAPTK: S010 - LensPos delta is too small delta 50, minimum 100",
           "ADAPTK: S020 - Propagate first estimated to all data [Far2Near].",
           "ADAPTK: Setting adaptive K data from pdlibdata0.bin"}) {
-      EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
-                              [&](const auto& line) { return line.text.ends_with(text); }),
+      EXPECT_EQ(log.count(text),
                 std::string(text).find("S010 - Update") == std::string::npos ? 1 : 2)
           << text;
     }

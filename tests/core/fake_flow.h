@@ -14,17 +14,20 @@ namespace test {
 // Outlives the flow, so that a test can ask after the flow's end.
 struct FlowRecord {
   std::function<int(const PDLibParam*, uint32_t, PDLibOutputData*)> process;
+  int initStatus = 0;
   int deInitStatus = 0;
   int adaptiveStatus = 0;
   void* tuning = nullptr;
-  std::vector<std::string> calls;
+  std::vector<std::string> calls = {};
 };
 
 class FakeFlow : public IPDLIBFlow {
  public:
   explicit FakeFlow(FlowRecord& record) : record_(record) {}
   ~FakeFlow() override { record_.calls.push_back("destroy"); }
-  int Init(const PDLibInitParam*, const afpdlibelements::tessarinePDLibType*) override { return 0; }
+  int Init(const PDLibInitParam*, const afpdlibelements::tessarinePDLibType*) override {
+    return record_.initStatus;
+  }
   int Process(const PDLibParam* param, uint32_t lines, PDLibOutputData* output) override {
     record_.calls.push_back("process");
     return record_.process ? record_.process(param, lines, output) : 0;

@@ -2,40 +2,16 @@
 
 #include <cmath>
 #include <string>
+#include <utility>
 
-#include "afpdlibelements.h"
 #include "core/pdlib.h"
 #include "core/pdlib_flows.h"
+#include "support/camera.h"
 
 using afpdlibelements::tessarinePDAxisControl;
-using afpdlibelements::tessarinePDLibType;
-using statsglobalelements::statsExtensionParamType;
+using test::PdCamera;
 
 namespace {
-
-struct Extension {
-  const char* name;
-  int32_t enableFlag;
-  uint32_t dataCount;
-  float first;
-};
-
-// A tuning whose extension list points into itself.
-struct Tuning {
-  tessarinePDLibType record{};
-  statsExtensionParamType entries[3] = {};
-  float data[3][2] = {};
-
-  void add(const Extension& extension) {
-    const uint32_t i = record.extensionParamCount++;
-    data[i][0] = extension.first;
-    entries[i].Name = const_cast<char*>(extension.name);
-    entries[i].enableFlag = extension.enableFlag;
-    entries[i].dataCount = extension.dataCount;
-    entries[i].data = data[i];
-    record.extensionParam = entries;
-  }
-};
 
 struct SelectionCase {
   uint32_t axis;
@@ -80,63 +56,66 @@ constexpr SelectionCase kSelections[] = {
 
 TEST(FlowSelection, FollowsAxisSensorAndHardware) {
   for (const SelectionCase& c : kSelections) {
-    Tuning tuning;
-    tuning.record.HVControl.PDProcessingAxis = static_cast<tessarinePDAxisControl>(c.axis);
-    tuning.record.hardwareGeometry.enabldHardwarePDModule = c.hardwareTuning;
-    if (c.wantsDiagonal) tuning.add({"HVSelection", 1, 2, 4.0f});
-    PDLibInitParam init{};
-    init.bufferDataInfo.sensorType = static_cast<PDAFType>(c.sensor);
-    init.DualPDHWEnable = c.dualHardware;
-    init.SparsePDHWEnable = c.sparseHardware;
-    EXPECT_EQ(SelectPDLibFlow(init, tuning.record), c.expected)
+    PdCamera camera;
+    camera.tuning.HVControl.PDProcessingAxis = static_cast<tessarinePDAxisControl>(c.axis);
+    camera.tuning.hardwareGeometry.enabldHardwarePDModule = c.hardwareTuning;
+    if (c.wantsDiagonal) camera.addExtension("HVSelection", {4, 0});
+    camera.buffer().sensorType = static_cast<PDAFType>(c.sensor);
+    camera.init.DualPDHWEnable = c.dualHardware;
+    camera.init.SparsePDHWEnable = c.sparseHardware;
+    EXPECT_EQ(SelectPDLibFlow(camera.init, camera.tuning), c.expected)
         << "axis " << c.axis << " sensor " << c.sensor << " tuning " << c.hardwareTuning << " dual "
         << c.dualHardware << " sparse " << c.sparseHardware << " diagonal " << c.wantsDiagonal;
   }
 }
 
-struct DiagonalCase {
-  const char* what;
-  std::vector<Extension> entries;
-  bool expected;
-};
-
 TEST(FlowSelection, DiagonalFollowsTheFirstEntryThatCounts) {
-  const DiagonalCase cases[] = {
-      {"no entries", {}, false},
-      {"four", {{"HVSelection", 1, 2, 4.0f}}, true},
-      {"truncates down to four", {{"HVSelection", 1, 9, 4.9f}}, true},
-      {"truncates to three", {{"HVSelection", 1, 2, 3.99f}}, false},
-      {"negative", {{"HVSelection", 1, 2, -4.0f}}, false},
-      {"not a number", {{"HVSelection", 1, 2, std::nanf("")}}, false},
-      {"beyond integers", {{"HVSelection", 1, 2, 1e30f}}, false},
-      {"a single value", {{"HVSelection", 1, 1, 4.0f}}, false},
-      {"disabled", {{"HVSelection", 0, 2, 4.0f}}, false},
-      {"enabled by another value", {{"HVSelection", 2, 2, 4.0f}}, false},
-      {"longer name", {{"HVSelection2", 1, 2, 4.0f}}, false},
-      {"prefix", {{"HVSelect", 1, 2, 4.0f}}, false},
-      {"no name", {{nullptr, 1, 2, 4.0f}}, false},
-      {"the disabled one is passed over",
-       {{"HVSelection", 0, 2, 0.0f}, {"Other", 1, 2, 1.0f}, {"HVSelection", 1, 2, 4.0f}},
-       true},
-      {"the first that counts decides",
-       {{"HVSelection", 1, 2, 0.0f}, {"HVSelection", 1, 2, 4.0f}},
-       false},
+  struct Extension {
+    const char* name;
+    std::vector<float> values;
+    int32_t enabled = 1;
   };
-  for (const DiagonalCase& c : cases) {
-    Tuning tuning;
-    for (const Extension& entry : c.entries) tuning.add(entry);
-    EXPECT_EQ(isDiagonalFlowEnable(&tuning.record), c.expected) << c.what;
+  const struct {
+    const char* what;
+    std::vector<Extension> entries;
+    bool expected;
+  } cases[] = {
+      {"no entries", {}, false},
+      {"four", {{"HVSelection", {4, 0}}}, true},
+      {"truncates down to four", {{"HVSelection", std::vector<float>(9, 4.9f)}}, true},
+      {"truncates to three", {{"HVSelection", {3.99f, 0}}}, false},
+      {"negative", {{"HVSelection", {-4, 0}}}, false},
+      {"not a number", {{"HVSelection", {NAN, 0}}}, false},
+      {"beyond integers", {{"HVSelection", {1e30f, 0}}}, false},
+      {"a single value", {{"HVSelection", {4}}}, false},
+      {"disabled", {{"HVSelection", {4, 0}, 0}}, false},
+      {"enabled by another value", {{"HVSelection", {4, 0}, 2}}, false},
+      {"longer name", {{"HVSelection2", {4, 0}}}, false},
+      {"prefix", {{"HVSelect", {4, 0}}}, false},
+      {"the disabled one is passed over",
+       {{"HVSelection", {0, 0}, 0}, {"Other", {1, 0}}, {"HVSelection", {4, 0}}},
+       true},
+      {"the first that counts decides", {{"HVSelection", {0, 0}}, {"HVSelection", {4, 0}}}, false},
+  };
+  for (const auto& c : cases) {
+    PdCamera camera;
+    for (const Extension& e : c.entries) camera.addExtension(e.name, e.values, e.enabled);
+    EXPECT_EQ(isDiagonalFlowEnable(&camera.tuning), c.expected) << c.what;
   }
 }
 
 TEST(FlowSelection, DiagonalSurvivesBrokenLists) {
   EXPECT_FALSE(isDiagonalFlowEnable(nullptr));
-  Tuning tuning;
-  tuning.add({"HVSelection", 1, 2, 4.0f});
-  tuning.entries[0].data = nullptr;
-  EXPECT_FALSE(isDiagonalFlowEnable(&tuning.record));
-  tuning.record.extensionParam = nullptr;
-  EXPECT_FALSE(isDiagonalFlowEnable(&tuning.record));
+  PdCamera camera;
+  camera.addExtension("HVSelection", {4, 0});
+  auto& entry = camera.tuning.extensionParam[0];
+  char* const name = std::exchange(entry.Name, nullptr);
+  EXPECT_FALSE(isDiagonalFlowEnable(&camera.tuning));
+  entry.Name = name;
+  entry.data = nullptr;
+  EXPECT_FALSE(isDiagonalFlowEnable(&camera.tuning));
+  camera.tuning.extensionParam = nullptr;
+  EXPECT_FALSE(isDiagonalFlowEnable(&camera.tuning));
 }
 
 TEST(FlowSelection, CreatesExactlyTheFlowsOfThisVersion) {

@@ -9,7 +9,7 @@
 #include "support/sparse_camera.h"
 
 using test::DualCamera;
-using test::FlowRun;
+using FlowRun = test::DualRun;
 using test::LogCapture;
 using test::OpenFlow;
 using test::Texture;
@@ -461,6 +461,29 @@ TEST(Vertical, BothFamiliesOfTheFill) {
       }
     }
   }
+}
+
+// Columns left of the ROI and rows above it, and what lies right of it.
+TEST(Vertical, WhatLiesOutsideTheRoiDoesNotCount) {
+  PDLibOutputData outputs[2];
+  for (int noise : {0, 1}) {
+    FlowRun run(CreateVerticalDPDFlow());
+    run.camera.setBlock(2, 1, {2, 3});
+    run.camera.setRoi(0.3F, 0.1F, 0.7F, 0.5F);  // sites 72 to 167, 12 to 59
+    run.camera.exposeWords([noise](uint32_t column, uint32_t row) {
+      const uint32_t x = column / 2;
+      const bool outside = x < 72 || x > 167 || row < 12;
+      return Texture(static_cast<int>(row + column % 2 * 4), static_cast<int>(x / 16)) +
+             (outside ? noise * static_cast<int>(x * row % 97) : 0);
+    });
+    ASSERT_EQ(run.init(), 0);
+    ASSERT_EQ(run.frame(), 0);
+    EXPECT_GT(run.result(9).confidence, 300u);
+    outputs[noise] = run.output;
+  }
+  EXPECT_EQ(
+      std::memcmp(outputs[0].defocusInfo, outputs[1].defocusInfo, 10 * sizeof(PDLibDefocusInfo)),
+      0);
 }
 
 // The curves of a column are cleared from the row of its own number on.

@@ -7,16 +7,12 @@
 #include "kernels/kernel_inputs.h"
 
 using test::DualCamera;
-using test::FlowRun;
+using FlowRun = test::DualRun;
 using test::LogCapture;
 using test::OpenFlow;
 using test::SameResults;
 
 namespace {
-
-uint64_t Live() {
-  return Orvo::Host::Allocations().live;
-}
 
 template <size_t kCount>
 int Sure(const PDLibDefocusInfo (&infos)[kCount]) {
@@ -26,29 +22,7 @@ int Sure(const PDLibDefocusInfo (&infos)[kCount]) {
 
 // ---- Calls of a frame: the ROI has lines 60 to 180 of 240
 
-TEST(Calls, FirstOneAloneMeasuresTheCentre) {
-  for (uint32_t lines : {180u, 200u, 60u, 10u}) {  // complete, or nothing of it yet
-    LogCapture log(1);
-    FlowRun run;
-    run.camera.exposeShifted(3);
-    ASSERT_EQ(run.init(), 0);
-    ASSERT_EQ(run.call(lines), 0);
-    EXPECT_EQ(Sure(run.output.defocusInfo), 10) << lines;
-    EXPECT_EQ(run.output.processingResult, kResultStarted);
-    EXPECT_EQ(run.output.horizontalWindowCount, 3u);
-    EXPECT_EQ(log.count("Warning: written PD buffer ratio negative -0.416667, number of written PD "
-                        "lines 10"),
-              lines == 10 ? 1 : 0);
-    const PDLibOutputData first = run.output;
-    run.camera.exposeShifted(-5);
-    ASSERT_EQ(run.frame(), 0);
-    EXPECT_TRUE(SameResults(run.output, first));
-    ASSERT_EQ(run.frame(), 0);  // the next frame begins anew
-    EXPECT_FALSE(SameResults(run.output, first));
-  }
-}
-
-TEST(Calls, PartOfTheRoiGivesItsRowsAndNoResult) {
+TEST(Calls, PartOfTheRoiGivesItsRows) {
   for (const auto& [lines, rows] : {std::pair{61u, 0u}, {89u, 0u}, {90u, 1u}, {179u, 3u}}) {
     OpenFlow inside;
     ASSERT_EQ(inside.open(), 0);
@@ -57,15 +31,6 @@ TEST(Calls, PartOfTheRoiGivesItsRowsAndNoResult) {
     for (uint32_t cell = 0; cell < 16; ++cell)
       EXPECT_EQ(inside.context.pCenterCorrelationGrids[cell].p_sad[0] != 0, cell / 4 < rows)
           << lines;
-
-    FlowRun run;
-    ASSERT_EQ(run.init(), 0);
-    ASSERT_EQ(run.call(lines), 0);
-    ASSERT_EQ(run.frame(), 0);  // further calls don't measure
-    EXPECT_EQ(Sure(run.output.defocusInfo), 0);
-    EXPECT_EQ(run.output.processingResult, kResultStarted);
-    ASSERT_EQ(run.frame(), 0);
-    EXPECT_EQ(Sure(run.output.defocusInfo), 10);
   }
 }
 
@@ -156,20 +121,6 @@ TEST(Calls, TestModeMeasuresNothing) {
   EXPECT_EQ(Orvo::Host::Allocations().allocations, allocations);  // no grid either
 }
 
-// The record holds that many results, and none for their sum, which decides all the same.
-TEST(Calls, AsManyWindowsAsTheRecordHolds) {
-  for (const float threshold : {0.0F, 1024.0F}) {
-    FlowRun run;
-    run.camera.setWindows(20, 10);
-    run.camera.tuning.correlation.defocusConfidenceThreshold = threshold;
-    run.camera.exposeShifted(4);
-    ASSERT_EQ(run.init(), 0);
-    ASSERT_EQ(run.frame(), 0);
-    EXPECT_EQ(run.output.processingResult, threshold == 0 ? kResultStarted : kResultLowConfidence);
-    EXPECT_EQ(run.output.horizontalWindowCount * run.output.verticalWindowCount, kMaxWindows);
-  }
-}
-
 TEST(Calls, LuxLevel) {
   dpd_context_t context{};
   const auto level = [&context](int gain, float fps, float integrationTime) {
@@ -187,68 +138,6 @@ TEST(Calls, LuxLevel) {
 }
 
 // ---- Window changes
-
-using WindowChange = void (*)(PDLibWindowConfig&);
-const WindowChange kWindowChanges[] = {
-    [](PDLibWindowConfig& c) { c.window.startX = 0.3F; },
-    [](PDLibWindowConfig& c) { c.window.startY = std::nextafter(0.25F, 1.0F); },
-    [](PDLibWindowConfig& c) { c.window.endX = 0.7F; },
-    [](PDLibWindowConfig& c) { c.window.endY = 1; },
-    [](PDLibWindowConfig& c) { c.horizontalWindowCount = 1; },
-    [](PDLibWindowConfig& c) { c.verticalWindowCount = 7; },
-    [](PDLibWindowConfig& c) { c.roiType = kRoiLearning; },
-    [](PDLibWindowConfig& c) { c.roiType = PDLibRoiType(5); },
-};
-
-void Remember(DualCamera& camera) {
-  camera.tuning.postProcess.temporalFilterStaticWeight = 0.25F;
-}
-
-TEST(WindowChange, RebuildsAndForgets) {
-  for (WindowChange change : kWindowChanges) {
-    FlowRun fresh;
-    FlowRun changed;
-    FlowRun kept;  // had the new window before as well
-    for (FlowRun* run : {&fresh, &changed, &kept}) {
-      Remember(run->camera);
-      ASSERT_EQ(run->init(), 0);
-    }
-    change(kept.camera.param.windowConfig);
-    for (FlowRun* run : {&changed, &kept}) {
-      run->camera.exposeShifted(3);
-      ASSERT_EQ(run->frame(), 0);
-    }
-    change(changed.camera.param.windowConfig);
-    change(fresh.camera.param.windowConfig);
-    for (FlowRun* run : {&fresh, &changed, &kept}) {
-      run->camera.exposeShifted(-2);
-      ASSERT_EQ(run->frame(), 0);
-    }
-    EXPECT_TRUE(SameResults(changed.output, fresh.output));
-    EXPECT_FALSE(SameResults(kept.output, fresh.output));
-  }
-}
-
-TEST(WindowChange, WithoutOneNothingIsAllocated) {
-  for (uint32_t roiType : {0u, 2u, 3u, 5u}) {
-    FlowRun run;
-    run.camera.setWindows(3, 2, roiType);
-    run.camera.setOffsets(0);
-    run.camera.native().orientation = kOrientationMirrorAndFlip;
-    run.camera.tuning.correlation.defocusConfidenceThreshold = 1024;
-    ASSERT_EQ(run.init(), 0);
-    ASSERT_EQ(run.frame(), 0);
-    const auto before = Orvo::Host::Allocations();
-    for (int i = 0; i < 3; ++i) {
-      run.camera.param.lensPosition = i;
-      ASSERT_EQ(run.call(60), 0);
-      ASSERT_EQ(run.frame(), 0);
-    }
-    const auto after = Orvo::Host::Allocations();
-    EXPECT_EQ(after.allocations, before.allocations) << roiType;
-    EXPECT_EQ(after.releases, before.releases) << roiType;
-  }
-}
 
 TEST(WindowChange, LearningConfiguresWhatItServes) {
   for (const auto& [roiType, offset] : {std::pair{0u, 0.0F}, {2u, 0.0F}, {1u, 0.75F}}) {
@@ -270,166 +159,19 @@ TEST(WindowChange, LearningConfiguresWhatItServes) {
   }
 }
 
-TEST(Calls, LearningSeesAFrameOnce) {
-  for (const auto& [roiType, enable, frames] :
-       {std::tuple{0u, 1, 2}, std::tuple{2u, 1, 2}, std::tuple{1u, 1, 0}, std::tuple{0u, 0, 0}}) {
-    LogCapture log(3);
-    FlowRun run;
-    run.camera.setWindows(3, 3, roiType);
-    run.camera.tuning.adaptiveK.enable = enable;
-    run.camera.param.lensPosition = 321;
-    ASSERT_EQ(run.init(), 0);
-    for (uint32_t lines : {60u, 180u, 240u, 240u}) ASSERT_EQ(run.call(lines), 0);
-    EXPECT_EQ(log.count("ADAPTK: S106 - Frame at lens position 321, sensitivity 0.500000"), frames);
-    EXPECT_FALSE(log.has("ADAPTK: S107 - Reset"));
-    run.camera.setWindows(2, 2, roiType);
-    ASSERT_EQ(run.frame(), 0);
-    EXPECT_EQ(log.count("ADAPTK: S107 - Reset"), enable);
-    const void* data = nullptr;
-    int size = -1;
-    ASSERT_EQ(run.flow->GetAdaptiveData(&data, &size), 0);
-    EXPECT_EQ(size, enable == 1 ? kAdaptiveDataSize : 0);
-  }
-}
-
-// ---- Memory
-
-struct FailedAt {
-  explicit FailedAt(int64_t index) { Orvo::Host::FailAllocation(index); }
-  ~FailedAt() { Orvo::Host::NeverFailAllocation(); }
-};
-
-TEST(Memory, EachAllocationOfInitMayFail) {
-  LogCapture log;
-  const uint64_t live = Live();
-  std::vector<int> statuses;
-  for (;;) {
-    FlowRun run;
-    const uint64_t before = Live();
-    run.camera.native().orientation = kOrientationMirrorAndFlip;
-    int status;
-    {
-      const FailedAt failed(static_cast<int64_t>(statuses.size()));
-      status = run.init();
-    }
-    if (status == 0) break;
-    statuses.push_back(status);
-    EXPECT_TRUE(log.has("Out of memory"));
-    log.restart();
-    EXPECT_EQ(Live(), before);
-    EXPECT_EQ(run.frame(), kPDStatusFlowFailed);
-    ASSERT_EQ(run.init(), 0);  // a second try works
-    EXPECT_EQ(run.frame(), 0);
-    EXPECT_EQ(run.flow->DeInit(), 0);
-    EXPECT_EQ(run.flow->DeInit(), kPDStatusBadInput);
-  }
-  // The context, two dense maps, two flips of both and of the table, the bias.
-  EXPECT_EQ(statuses, (std::vector<int>{3, 2, 2, 2, 2, 2, 2, 2, 2, 3}));
-  EXPECT_EQ(Live(), live);
-}
-
-// In the order of the allocations; the last line tells of the record, four lines and a curve.
-const std::vector<const char*> kLinesOfGrids = [] {
-  std::vector<const char*> lines = {
-      "pCenterCorrelationGrids NULL",       "Center correlation grids mem allocation fail",
-      "pCenterPostProcessGrids NULL",       "Center post process grid mem allocation fail",
-      "Peripheral_window allocation error", "Peripheral mem allocation error"};
-  lines.insert(lines.end(), 6, "p_dpd_grid_common NULL");
-  return lines;
-}();
-
-TEST(Memory, EachAllocationOfAWindowMayFail) {
-  const uint64_t live = Live();
-  for (bool isFirstWindow : {true, false}) {
-    for (size_t index = 0; index <= std::size(kLinesOfGrids); ++index) {
-      LogCapture log;
-      FlowRun run;
-      FlowRun fresh;
-      ASSERT_EQ(run.init(), 0);
-      ASSERT_EQ(fresh.init(), 0);
-      const uint64_t initialised = Live();
-      if (!isFirstWindow) {
-        ASSERT_EQ(run.frame(), 0);
-        run.camera.setWindows(2, 2);
-      }
-      int status;
-      {
-        const FailedAt failed(static_cast<int64_t>(index));
-        status = run.frame();
-      }
-      if (index == std::size(kLinesOfGrids)) {
-        EXPECT_EQ(status, 0);
-        break;
-      }
-      EXPECT_EQ(status, kPDStatusFlowFailed);
-      EXPECT_TRUE(log.has(kLinesOfGrids[index])) << index;
-      EXPECT_TRUE(log.has("mem allocation error"));
-      EXPECT_EQ(Live(), initialised);
-      EXPECT_EQ(run.frame(), kPDStatusFlowFailed);  // as long as the window stays
-      EXPECT_EQ(log.count("Set dpd context param failed"), 2);
-      run.camera.setWindows(5, 5);
-      fresh.camera.setWindows(5, 5);
-      ASSERT_EQ(run.frame(), 0);
-      ASSERT_EQ(fresh.frame(), 0);
-      EXPECT_TRUE(SameResults(run.output, fresh.output));
-    }
-  }
-  EXPECT_EQ(Live(), live);
-}
-
-TEST(Memory, UnflippedOffsetMapOnlyLosesTheOffset) {
+TEST(WindowChange, UnflippedOffsetMapOnlyLosesTheOffset) {
   LogCapture log;
   FlowRun run;
   run.camera.native().orientation = kOrientationMirror;
   run.camera.setOffsets(0.75F);
   ASSERT_EQ(run.init(), 0);
-  const FailedAt failed(4);  // behind the cells and windows
+  const test::FailedAt failed(4);  // behind the cells and windows
   EXPECT_EQ(run.frame(), 0);
   EXPECT_EQ(log.count("pd offset map left/right flip error"), 1);
   EXPECT_EQ(Sure(run.output.defocusInfo), 10);
 }
 
 // ---- Bad input
-
-TEST(BadInput, RefusedWithoutATrace) {
-  using Change = void (*)(PDLibParam&);
-  constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-  static constexpr float kInfinite = std::numeric_limits<float>::infinity();
-  LogCapture log;
-  FlowRun run;
-  EXPECT_EQ(run.frame(), kPDStatusBadInput);  // before Init
-  EXPECT_EQ(run.flow->Init(nullptr, nullptr), kPDStatusBadInput);
-  EXPECT_EQ(run.frame(), kPDStatusFlowFailed);
-  run.camera.init.calibration = nullptr;
-  EXPECT_EQ(run.init(), kPDStatusBadInput);
-  run.camera.init.calibration = &run.camera.calibration;
-  run.camera.tuning.postProcess.temporalFilterStaticWeight = 0.25F;
-  ASSERT_EQ(run.init(), 0);
-  FlowRun undisturbed;
-  undisturbed.camera.tuning.postProcess.temporalFilterStaticWeight = 0.25F;
-  ASSERT_EQ(undisturbed.init(), 0);
-  EXPECT_EQ(run.flow->Process(nullptr, 240, &run.output), kPDStatusBadInput);
-  EXPECT_EQ(run.flow->Process(&run.camera.param, 240, nullptr), kPDStatusBadInput);
-  const PDLibParam good = run.camera.param;
-  for (Change change : std::initializer_list<Change>{
-           [](PDLibParam& p) { p.PDBuffer = nullptr; }, [](PDLibParam& p) { p.PDBufferSize -= 1; },
-           [](PDLibParam& p) { p.PDBufferSize = -1; },
-           [](PDLibParam& p) { p.windowConfig.window.startX = kNan; },
-           [](PDLibParam& p) { p.windowConfig.window.endY = kInfinite; },
-           [](PDLibParam& p) { p.windowConfig.window.startY = -0.001F; },
-           [](PDLibParam& p) { p.windowConfig.window.startX = 0.76F; },
-           [](PDLibParam& p) { p.windowConfig.horizontalWindowCount = 0; },
-           [](PDLibParam& p) { p.windowConfig.verticalWindowCount = 67; },
-           [](PDLibParam& p) { p.windowConfig.verticalWindowCount = 0xFFFFFFFF; }}) {
-    run.camera.param = good;
-    change(run.camera.param);
-    EXPECT_EQ(run.frame(), kPDStatusBadInput);
-    run.camera.param = good;
-    ASSERT_EQ(run.frame(), 0);
-    ASSERT_EQ(undisturbed.frame(), 0);
-    EXPECT_TRUE(SameResults(run.output, undisturbed.output));
-  }
-}
 
 template <class Value>
 Value AnyOf(kernel_test::Random& random, std::initializer_list<Value> values) {

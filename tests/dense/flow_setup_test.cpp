@@ -457,6 +457,8 @@ TEST(Grid, CellsAndWindows) {
            Case{Roi(11, 1, {0, 0, 1, 1}, overlap), 24,
                 "c9:180-199,0-59 c10:176-240,0-59 c11:220-239,0-59 c22:176-240,60-118 "
                 "w10:176-239,0-118"},
+           // Cells of 23 from column 33: the one that ends at 216 has just room for 24 shifts.
+           Case{Roi(9, 1, {33.0F / 240, 0, 1, 0.5F}), 9, "c7:194-216,0-58 c8:217-239,0-58"},
            Case{OfType(3), 1, "c0:0-119,30-88"},
            Case{OfType(4), 1, "c0:60-179,30-88"},
            Case{OfType(5), 1, "c0:60-239,30-88"},

@@ -7,6 +7,7 @@
 namespace {
 
 using namespace dense_test;
+using kernel_test::Guard;
 
 // ---- The definition
 
@@ -85,14 +86,15 @@ uint32_t Shifted(uint32_t product, int shift, bool inVector) {
 
 class Line {
  public:
-  Line(const Packing& packing, const FillCase& c, Random& random)
+  Line(const Packing& packing, const FillCase& c, Random& random, Guard guard)
       : packing_(packing),
         case_(c),
         request_(Request(c.bin, c.depth, c.clamp)),
         gains_(c.atMapEnd ? c.length : Written(packing, c)),
-        frame_(static_cast<size_t>((c.bin - 1) * Stride() + LineBytes(packing, c))),
-        leftGain_(static_cast<size_t>(gains_)),
-        rightGain_(static_cast<size_t>(gains_)) {
+        guard_(guard),
+        frame_(static_cast<size_t>((c.bin - 1) * Stride() + LineBytes(packing, c)), guard),
+        leftGain_(static_cast<size_t>(gains_), guard),
+        rightGain_(static_cast<size_t>(gains_), guard) {
     request_.start_x = static_cast<uint16_t>(c.start);
     request_.end_x = static_cast<uint16_t>(c.start + c.length);
     request_.line_stride = static_cast<uint16_t>(Stride());
@@ -102,11 +104,11 @@ class Line {
     for (uint16_t& gain : rightGain_) gain = static_cast<uint16_t>(random.Next());
   }
 
-  // Left results, then right ones; outputs, gains and frame end at pages without access.
+  // Left results, then right ones; outputs, gains and frame lie at pages without access.
   std::vector<uint16_t> Fill(dpd_fill_t* fill) const {
     const size_t count = static_cast<size_t>(Written(packing_, case_));
-    const Guarded<uint16_t> left(count);
-    const Guarded<uint16_t> right(count);
+    const Guarded<uint16_t> left(count, guard_);
+    const Guarded<uint16_t> right(count, guard_);
     EXPECT_EQ(fill(frame_.data(), left.data(), right.data(), &request_, leftGain_.data(),
                    rightGain_.data()),
               static_cast<int8_t>(Log2(case_.bin) - 4 + case_.depth));
@@ -144,6 +146,7 @@ class Line {
   FillCase case_;
   dpd_input_line_request_t request_;
   int gains_;  // entries of a gain row from the stretch on
+  Guard guard_;
   Guarded<uint8_t> frame_;
   Guarded<uint16_t> leftGain_;
   Guarded<uint16_t> rightGain_;
@@ -152,13 +155,16 @@ class Line {
 class LineFill : public EveryForm {
  protected:
   static void Check(const Packing& packing, const FillCase& c) {
-    Random random(static_cast<uint64_t>(c.length * 64 + c.bin));
-    const Line line(packing, c, random);
-    const auto expected = line.Expected();
-    EXPECT_EQ(line.Fill(packing.byBin[Log2(c.bin)]), expected)
-        << packing.name << ", bin " << c.bin << ", " << c.length << " sites from " << c.start
-        << ", depth " << c.depth << ", clamp " << c.clamp;
-    EXPECT_EQ(line.Fill(packing.dispatch), expected) << packing.name << ", bin " << c.bin;
+    for (Guard guard : {Guard::kBehind, Guard::kBefore}) {
+      if (guard == Guard::kBefore && c.length % 3 != 1) continue;
+      Random random(static_cast<uint64_t>(c.length * 64 + c.bin));
+      const Line line(packing, c, random, guard);
+      const auto expected = line.Expected();
+      EXPECT_EQ(line.Fill(packing.byBin[Log2(c.bin)]), expected)
+          << packing.name << ", bin " << c.bin << ", " << c.length << " sites from " << c.start
+          << ", depth " << c.depth << ", clamp " << c.clamp;
+      EXPECT_EQ(line.Fill(packing.dispatch), expected) << packing.name << ", bin " << c.bin;
+    }
   }
 };
 
@@ -171,6 +177,9 @@ TEST_P(LineFill, EveryLengthAroundTheVectors) {
       }
       Check(packing, {bin, 5, 200, packing.depth, 0xffff, 1, true});
       Check(packing, {bin, 0, 515, packing.depth, 0xffff, 0, false});
+      Check(packing, {bin, 0, 998, packing.depth, 4000, 0, false});
+      for (int clamp : {0, 1, 1023, 32767, 32768, 65534})
+        Check(packing, {bin, 1, 46, packing.depth, clamp, 0, false});
     }
   }
 }

@@ -52,15 +52,20 @@ std::vector<int> Expected(const SadCase& c, const uint16_t* left, const uint16_t
 class LineSad : public EveryForm {
  protected:
   static void Check(const SadCase& c, Content content) {
+    for (Guard guard : {Guard::kBehind, Guard::kBefore}) Check(c, content, guard);
+  }
+
+ private:
+  static void Check(const SadCase& c, Content content, Guard guard) {
     Random random(static_cast<uint64_t>(c.length));
     const Lines read = ReadSamples(c);
-    const Samples left(read.left, random, content);
-    const Samples right(read.right, random, Content::kFullRange);
+    const Samples left(read.left, random, content, guard);
+    const Samples right(read.right, random, Content::kFullRange, guard);
     const std::vector<int> expected = Expected(c, left.data(), right.data());
     const auto lowest = std::min_element(expected.begin(), expected.end());
     for (auto sad : {dpd_line_sad_optimized, dpd_line_sad_optimized_neon}) {
       if (sad == dpd_line_sad_optimized_neon && Shifts(c) > 32) continue;
-      const Guarded<int> sads(expected.size());
+      const Guarded<int> sads(expected.size(), guard);
       int index = -1;
       int value = -1;
       sad(left.data(), right.data(), c.length, c.near, c.far, &index, &value, sads.data());
@@ -73,7 +78,7 @@ class LineSad : public EveryForm {
 
 TEST_P(LineSad, EveryCountOfShifts) {
   for (int shifts = 1; shifts <= 65; ++shifts) {
-    for (int length : {0, 1, shifts - 1, shifts, shifts + 1, 40, 100, 517}) {
+    for (int length : {0, 1, shifts - 1, shifts, shifts + 1, 40, 100, 517, 1040 + shifts}) {
       Check({length, -shifts / 2, shifts - 1 - shifts / 2}, Content::kFullRange);
     }
   }
@@ -81,7 +86,10 @@ TEST_P(LineSad, EveryCountOfShifts) {
 
 TEST_P(LineSad, LimitsOfEitherSignAndOrder) {
   for (int near : {-128, -31, -8, -1, 0, 5, 127}) {
-    for (int far : {-128, -20, -1, 0, 3, 15, 127}) Check({60, near, far}, Content::kTenBit);
+    for (int far : {-128, -20, -1, 0, 3, 15, 127}) {
+      Check({60, near, far}, Content::kTenBit);
+      Check({60, near, far}, Content::kExtremes);
+    }
   }
 }
 

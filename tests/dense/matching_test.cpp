@@ -45,6 +45,7 @@ const MatchCase kMatches[] = {
     {"rising", -2, 2, {1, 3, 5, 7, 9}, {}, 2, 0, {683, -2, -2, -2, -2}, 0},
     {"rising, wider than the curve", -2, 2, {1, 3, 5, 7, 9}, {}, 99, 0, {820, -2, -2, -2, -2}, 0},
     {"zeros", -2, 2, {0, 0, 0, 0, 0}, {}, 4, 0.1f, {0, -2, -2, -2, 2}, 0},
+    {"sum of one", -2, 2, {0, 0, 0, 0, 1}, {}, 4, 0, {1024, -2, -2, -2, 1}, 0},
     {"constant", -2, 2, {6, 6, 6, 6, 6}, {}, 4, 0, {0, -2, -2, -2, 2}, 0},
     {"two minima", -2, 2, {5, 1, 5, 1, 5}, {}, 2, 0, {745, -1, -1, -1, 1}, -1},
     // Parabola without a vertex: the hardware's result is the index alone.

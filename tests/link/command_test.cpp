@@ -6,10 +6,8 @@
 namespace test {
 namespace {
 
-struct Case {
-  std::string request;
-  std::string reply;  // empty: the request is dropped
-};
+// A request, and its reply: empty where the request is dropped.
+using Case = std::pair<std::string, std::string>;
 
 class Commands : public Link {
  protected:
@@ -17,10 +15,10 @@ class Commands : public Link {
   // reply.
   void expectReplies(const std::vector<Case>& cases) {
     LinkClient client(port());
-    for (const Case& c : cases) {
-      ASSERT_TRUE(client.send(c.request));
-      if (c.reply.empty()) continue;
-      ASSERT_EQ(client.receive(), c.reply) << "request " << testing::PrintToString(c.request);
+    for (const auto& [request, reply] : cases) {
+      ASSERT_TRUE(client.send(request));
+      if (reply.empty()) continue;
+      ASSERT_EQ(client.receive(), reply) << "request " << testing::PrintToString(request);
     }
     EXPECT_EQ(client.ask(ShortFrame(0)), DeviceInfo(manager.get()));
   }
@@ -39,17 +37,12 @@ struct Entries {
   std::string fitting{};
 };
 
-struct TextCase {
-  std::string payload;
-  std::string reply;
-};
-
-std::vector<Case> WithIds(uint16_t command, const std::vector<TextCase>& texts) {
-  std::vector<Case> cases;
+// The payloads of both, with an ID.
+std::vector<Case> WithIds(uint16_t command, std::vector<Case> cases) {
   uint32_t id = 0xFEDCBA98;
-  for (const TextCase& text : texts) {
-    ++id;
-    cases.push_back({TextFrame(command, id, text.payload), TextFrame(command, id, text.reply)});
+  for (auto& [request, reply] : cases) {
+    request = TextFrame(command, ++id, request);
+    reply = TextFrame(command, id, reply);
   }
   return cases;
 }
@@ -108,56 +101,40 @@ TEST_F(Commands, ShortRepliesAreCutBehindAWholeEntry) {
 TEST_F(Commands, ModesBelowOne) {
   const std::string root = "Sensor.3,Usecase.Video";
   expectReplies(WithIds(3, {{"Default", root},
-                            {"0", root},
                             {"0.0", root},
-                            {"dEFAULT", root},
                             {"", root},
                             {"Default|Effect.Neon", root},  // not in the tree
                             {"nonsense", root},             // is mode 0
-                            {"Default|nonsense.2", root},
                             {"Default|Usecase.Video", "Scene.Night"},
-                            {"0.0|2.2", "Scene.Night"},
-                            {"Default|usecase.VIDEO", "Scene.Night"},
-                            {"Default|Usecase.2", "Scene.Night"},
                             {"0|2.Video", "Scene.Night"},
                             {"Default|Usecase.Video|Scene.Night", ""},
                             {"Default|Sensor.3", ""}}));
-  // To the byte, once.
-  LinkClient client(port());
-  EXPECT_EQ(client.ask({"\x59\x5A\x03\x00\x12\x00\x07\x00\x00\x00"
-                        "Default",
-                        18}),
-            std::string("\x59\x5A\x03\x00\x21\x00\x07\x00\x00\x00"
-                        "Sensor.3,Usecase.Video",
-                        33));
 }
 
 TEST_F(Commands, Info) {
+  const std::string pd = "Default:tessarinePDLib";
   const std::string root = "tessarinePDLib=Default,Module;abf34_ife=Default,Module";
   const std::string video = "tessarinePDLib=Default|Usecase.Video,Module;abf34_ife=Default,Module";
   expectReplies(WithIds(
-      4,
-      {{"Default", root},
-       {"Default:", root},
-       {"Default|Sensor.3", root},
-       {"Default|Usecase.Video", video},
-       {"0|2.2|5.5", video},
-       {"", ""},
-       {"Default:nonsense", ""},
-       {"Default:tessarinePDLib.nonsense", ""},
-       {"Default:tessarinePDLib.skipControl",
-        "staticFrameCountThres=20,Int32;maxFrameRate=15,Int32"},
-       {"Default:tessarinePDLib.skipControl.maxFrameRate", "maxFrameRate=15,Int32"},
-       {"Default:tessarinePDLib.preProcess.HDR", "channelSelection=2,Enum;longThreshold=500,Int32"},
-       {"Default:tessarinePDLib.parameter_version", "revision=lab 7,String"},
-       {"Default:tessarinePDLib.preProcess.filterTrigger", "filterSet,Structure,3"},
-       {"Default:tessarinePDLib.hardwarePattern", "hardwarePattern,Structure,2"},
-       {"Default:tessarinePDLib.correlation.minimumConfidenceLevel",
-        "minimumConfidenceLevel=140.5,Float"},
-       {"Default:tessarinePDLib.extensionParam[0]",
-        "ID=-12,Int32;Name=gain,String;enableFlag=1,Boolean;data,Float,2"},
-       {"Default:tessarinePDLib.extensionParam[0].data[1]", "data[1]=-2,Float"},
-       {"Default:tessarinePDLib.extensionParam[2]", "extensionParam[2],Structure,2"}}));
+      4, {{"Default", root},
+          {"Default:", root},
+          {"Default|Sensor.3", root},
+          {"Default|Usecase.Video", video},
+          {"0|2.2|5.5", video},
+          {"", ""},
+          {"Default:nonsense", ""},
+          {pd + ".nonsense", ""},
+          {pd + ".skipControl", "staticFrameCountThres=20,Int32;maxFrameRate=15,Int32"},
+          {pd + ".skipControl.maxFrameRate", "maxFrameRate=15,Int32"},
+          {pd + ".preProcess.HDR", "channelSelection=2,Enum;longThreshold=500,Int32"},
+          {pd + ".parameter_version", "revision=lab 7,String"},
+          {pd + ".preProcess.filterTrigger", "filterSet,Structure,3"},
+          {pd + ".hardwarePattern", "hardwarePattern,Structure,2"},
+          {pd + ".correlation.minimumConfidenceLevel", "minimumConfidenceLevel=140.5,Float"},
+          {pd + ".extensionParam[0]",
+           "ID=-12,Int32;Name=gain,String;enableFlag=1,Boolean;data,Float,2"},
+          {pd + ".extensionParam[0].data[1]", "data[1]=-2,Float"},
+          {pd + ".extensionParam[2]", "extensionParam[2],Structure,2"}}));
   LinkClient client(port());
   const std::string fields = client.ask(TextFrame(4, 1, "Default:tessarinePDLib"));
   EXPECT_EQ(fields.find("module_version,Structure;parameter_version,Structure;preProcess,"),
@@ -177,13 +154,8 @@ TEST_F(Commands, GetValues) {
           {pd + ".skipControl:nonsense", ""},
           {pd + ".extensionParam[0]", "ID=-12;Name=gain;enableFlag=1;data=0.5,-2"},
           {pd + ".extensionParam[0].data", "data=0.5,-2"},
-          {pd + ".extensionParam[0].data[7]", "data[7]=0.5,-2"},
           {pd + ".extensionParam", ""},
           {pd + ".preProcess:HDR.channelSelection,HDR", "HDR.channelSelection=2"},
-          {pd + ".extensionParam[0]:data[1],Name", "data[1]=-2;Name=gain"},
-          {pd + ".correlation:minimumConfidenceLevel", "minimumConfidenceLevel=140.5"},
-          {pd + ".parameter_version", "revision=lab 7"},
-          {pd + ".preProcess.HDR:channelSelection", "channelSelection=2"},
           {pd + ".preProcess:boxFilterLength", "boxFilterLength=4"},
           {"Default|Usecase.Video:tessarinePDLib.preProcess:boxFilterLength", "boxFilterLength=2"},
           {"0|2.2|5.5:tessarinePDLib.preProcess:boxFilterLength", "boxFilterLength=2"},
@@ -209,10 +181,7 @@ TEST_F(Commands, SetValues) {
        {skip + "maxFrameRate=;staticFrameCountThres=9;;=4;maxFrameRate", "staticFrameCountThres=9"},
        {skip + "maxFrameRate=1;maxFrameRate=2", "maxFrameRate=1;maxFrameRate=2"},
        {skip + "maxFrameRate=abc", ""},
-       {skip + "maxFrameRate=1e3", ""},
-       {skip + "maxFrameRate=-12.9", "maxFrameRate=-12"},
        {skip + "maxFrameRate=3000000000", "maxFrameRate=2147483647"},
-       {skip + "maxFrameRate=-3000000000", "maxFrameRate=-2147483648"},
        {skip + "maxFrameRate=" + digits + "7", "maxFrameRate=7"},
        {skip + "maxFrameRate=" + digits + "08", ""},  // 513 characters
        {skip + "x" + digits + "0=1;maxFrameRate=5", "maxFrameRate=5"},
@@ -222,11 +191,6 @@ TEST_F(Commands, SetValues) {
        {"Default:nonsense:maxFrameRate=1", ""},
        {"Default:tessarinePDLib.extensionParam[0]:data[1]=4.25;data=1,2;data=x,3",
         "data[1]=4.25;data=1,2;data=1,3"},
-       {"Default:tessarinePDLib.extensionParam[0]:data=9;data=;ID=+5;ID= 5", "data=9,3"},
-       {"Default:tessarinePDLib.preProcess.HDR:channelSelection=1", "channelSelection=1"},
-       {"Default:tessarinePDLib.correlation:minimumConfidenceLevel=0.1",
-        "minimumConfidenceLevel=0.1000000015"},
-       {"Default:tessarinePDLib.parameter_version:revision=new", ""},
        {"Default:tessarinePDLib:skipControl.maxFrameRate=6", "skipControl.maxFrameRate=6"},
        {"Default|Usecase.Video:tessarinePDLib.skipControl:maxFrameRate=60", "maxFrameRate=60"}}));
   EXPECT_EQ(get({{0, 0}})->skipControl.maxFrameRate, 6);
@@ -266,21 +230,14 @@ TEST_F(Commands, TextsWithoutANulEndWithTheirFrame) {
 
 TEST_F(Commands, AnswersAreCutBehindTheLastWholeEntry) {
   Entries names{','};
-  Entries assignments{';'};
   Entries answer{';'};
   while (names.all.size() < 60000) {
     names.add("maxFrameRate");
     answer.add("maxFrameRate=15");
   }
-  Entries set{';'};  // shorter than what asks for it, and so whole
-  while (assignments.all.size() < 65000) {
-    assignments.add("maxFrameRate=1.5");
-    set.add("maxFrameRate=1");
-  }
   ASSERT_GT(answer.all.size(), answer.fitting.size());
   const std::string skip = "Default:tessarinePDLib.skipControl:";
-  expectReplies({{TextFrame(5, 1, skip + names.all), TextFrame(5, 1, answer.fitting)},
-                 {TextFrame(6, 2, skip + assignments.all), TextFrame(6, 2, set.all)}});
+  expectReplies({{TextFrame(5, 1, skip + names.all), TextFrame(5, 1, answer.fitting)}});
 }
 
 // A reply of assignments that shows more than they said: the last ones are carried out unseen.
@@ -395,6 +352,12 @@ TEST_F(Commands, CustomRequestsGoToTheHandler) {
   // A length above the room is cut to it.
   echo.claimed = 0xFFFF;
   expectReplies({{Frame(8, 9, large), Frame(8, 9, result + large)}});
+  // Of bytes that it claims and doesn't write, nothing is of an earlier reply.
+  for (const size_t claimed : {large.size(), size_t{8}}) {
+    echo.claimed = static_cast<uint16_t>(claimed);
+    const std::string zeros(claimed - 2, '\0');
+    expectReplies({{Frame(8, 9, "xy"), Frame(8, 9, result + "xy" + zeros)}});
+  }
   manager->SetCustomHandler(nullptr);
   expectReplies({{Frame(8, 5, bytes), noHandler}});
 }
@@ -412,6 +375,9 @@ TEST_F(Commands, TellTheLog) {
         TextFrame(4, 41, path), TextFrame(5, 51, path), TextFrame(6, 61, path + ":maxFrameRate=9"),
         Frame(8, 81, "x"), Frame(8, 82, "\x01|")})
     client.ask(request);
+  // A frame may end in front of its command; what it leaves behind takes the next header with it.
+  EXPECT_EQ(client.ask(ShortHeader(1, 2)), DeviceInfo(manager.get()));
+  client.send(ShortFrame(0));
   client.ask(ShortFrame(0));  // what the last one logs behind its reply stands there by now
   for (const char* line :
        {"Rondel queued command: Info(0), Version: 1.0, Name: lab camera",
@@ -424,6 +390,7 @@ TEST_F(Commands, TellTheLog) {
         "Rondel queued command: SetValues(6), ID: 61, Payload: maxFrameRate=9",
         "Rondel queued command: Custom(8), ID: 81, Payload: x...",
         "Rondel queued command: Custom(8), ID: 82, Payload: 017C...",
+        "Failed to read 2 bytes from binary file offset 2, length 2",
         "Rondel write 27 bytes, Command: 0", "Rondel accepted data connection on port 0x"})
     EXPECT_TRUE(logged(line)) << line;
 }

@@ -148,7 +148,7 @@ TEST_F(Life, NoClientHoldsUpAStop) {
         std::this_thread::sleep_for(Milliseconds(30));
         own.open();
       });
-      expectQuick([&] {
+      ExpectQuick([&] {
         if (destroyed) {
           manager.reset();
         } else {
@@ -188,7 +188,7 @@ TEST_F(Life, AHandlerThatWasRemovedIsNotCalled) {
 
 TEST_F(Life, StopsAndStartsFromManyThreads) {
   ParameterRondelWorker worker(manager.get());
-  std::vector<std::thread> threads;
+  std::vector<std::jthread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&worker, t] {
       for (int i = 0; i < 25; ++i) {
@@ -200,7 +200,7 @@ TEST_F(Life, StopsAndStartsFromManyThreads) {
       }
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  threads.clear();
   worker.Stop();
   worker.Start();
   EXPECT_EQ(LinkClient(worker.GetLinkPort()).ask(ShortFrame(0)), DeviceInfo(manager.get()));

@@ -47,6 +47,19 @@ inline std::string DeviceInfo(const void* manager, const std::string& tag = "lab
   return ShortTextFrame(0, LittleEndian(2, 1) + LittleEndian(8, number) + tag);
 }
 
+// Usually it takes a few milliseconds.
+inline void ExpectQuick(const std::function<void()>& action) {
+  const auto start = std::chrono::steady_clock::now();
+  action();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, Milliseconds(2000));
+}
+
+// Waits until it is so; false if that takes too long.
+inline bool WaitFor(const std::function<bool()>& isSo) {
+  for (int i = 0; i < 5000 && !isSo(); ++i) std::this_thread::sleep_for(Milliseconds(1));
+  return isSo();
+}
+
 class Link : public Tuning {
  protected:
   void SetUp() override {
@@ -63,17 +76,6 @@ class Link : public Tuning {
     do reply = client.receive();
     while (!reply.empty() && reply != TextFrame(5, 0xA11FE, "maxFrameRate=15"));
     EXPECT_NE(reply, "");
-  }
-  // Waits until the log has a line; false if that takes too long.
-  static bool logs(const std::string& text) {
-    for (int i = 0; i < 2000 && !logged(text); ++i) std::this_thread::sleep_for(Milliseconds(10));
-    return logged(text);
-  }
-  // Usually it takes a few milliseconds.
-  static void expectQuick(const std::function<void()>& action) {
-    const auto start = std::chrono::steady_clock::now();
-    action();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, Milliseconds(2000));
   }
   bool loadAgain() {
     const Bytes file = ReadableFile();

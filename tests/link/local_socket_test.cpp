@@ -44,8 +44,13 @@ void ListenLocally(SocketID& server) {
   FAIL() << "no local port is free";
 }
 
-TEST(LinkLocalSocket, HasTheNameOfItsPort) {
+TEST(LinkAddress, HasTheNameOfItsPort) {
   ParameterRondelCom::SocketAddress address;
+  address.SetupSocket(ParameterRondelCom::kInternet, 0x5A59);
+  EXPECT_STREQ(address.portText, "0x5a59");
+  EXPECT_EQ(address.address.internet.sin_family, AF_INET);
+  EXPECT_EQ(address.address.internet.sin_port, htons(0x5A59));
+  EXPECT_EQ(address.length, 16u);
   address.SetupSocket(ParameterRondelCom::kLocal, kFirstPort);
   EXPECT_STREQ(address.portText, "#Rondel8167");
   EXPECT_EQ(address.address.local.sun_family, AF_UNIX);
@@ -61,20 +66,25 @@ TEST(LinkLocalSocket, PassesBytesBothWays) {
   SocketID servers[] = {SocketID(nullptr), SocketID(nullptr)};
   for (SocketID& server : servers) ASSERT_NO_FATAL_FAILURE(ListenLocally(server));
   EXPECT_LT(servers[0].GetPort(), servers[1].GetPort());
+  EXPECT_EQ(servers[0].WriteData("nobody", 6), -1);
   for (int round = 0; round < 4; ++round) {
     SocketID& server = servers[round % 2];
     const int tool = ConnectTo(server.GetPort());
     ASSERT_GE(tool, 0);
     const std::string request = "request " + std::to_string(round);
     ASSERT_EQ(send(tool, request.data(), request.size(), MSG_NOSIGNAL), ssize_t(request.size()));
-    const std::atomic<bool> stop = false;
+    std::atomic<bool> stop = false;
     char bytes[64] = {};
     ASSERT_EQ(server.ReadData(bytes, sizeof(bytes), 20, stop), int32_t(request.size()));
     EXPECT_EQ(bytes, request);
+    EXPECT_EQ(server.ReadData(bytes, sizeof(bytes), 0, stop), 0);
+    stop = true;
+    EXPECT_EQ(server.ReadData(bytes, sizeof(bytes), -1, stop), 0);
     ASSERT_EQ(server.WriteData("reply", 5), 5);
     ASSERT_EQ(recv(tool, bytes, sizeof(bytes), 0), 5);
     EXPECT_EQ(std::string(bytes, 5), "reply");
     close(tool);
+    stop = false;
     EXPECT_EQ(server.ReadData(bytes, sizeof(bytes), 20, stop), -1);
   }
   const uint16_t port = servers[0].GetPort();

@@ -4,7 +4,6 @@
 
 #include "link_fixture.h"
 #include "parameterrondelcom.h"
-#include "scripted_com.h"
 
 namespace test {
 namespace {
@@ -67,11 +66,11 @@ TEST_F(LinkPorts, WithoutAFreeOneThereIsNoLink) {
   manager.reset();
   std::list<Listener> taken;
   for (uint16_t port = kFirstPort; port <= kLastPort; ++port) taken.emplace_back(port);
-  expectQuick([&] { ASSERT_TRUE(load(ReadableFile(), false)); });
+  ExpectQuick([&] { ASSERT_TRUE(load(ReadableFile(), false)); });
   EXPECT_EQ(port(), 0);
   EXPECT_TRUE(logged("Rondel Failed to bind any ports"));
   EXPECT_NE(get({{0, 0}}), nullptr);
-  expectQuick([&] { manager->StopLink(); });
+  ExpectQuick([&] { manager->StopLink(); });
 
   // The last of them will do, once the link is started again.
   taken.pop_back();
@@ -91,48 +90,6 @@ TEST_F(LinkPorts, TheInternalPortIsAnotherOne) {
   EXPECT_GE(port(), 33127);
   EXPECT_LE(port(), 33127 + 64);
   expectAlive();
-}
-
-TEST(LinkAddress, OfBothKinds) {
-  ParameterRondelCom::SocketAddress address;
-  address.SetupSocket(ParameterRondelCom::kInternet, 0x5A59);
-  EXPECT_EQ(address.length, 16u);
-  EXPECT_EQ(address.address.internet.sin_family, AF_INET);
-  EXPECT_EQ(address.address.internet.sin_port, htons(0x5A59));
-  EXPECT_STREQ(address.portText, "0x5a59");
-  address.SetupSocket(ParameterRondelCom::kLocal, 0x8167);
-  EXPECT_EQ(address.length, std::string("#Rondel8167").size() + 3);
-  EXPECT_EQ(address.address.local.sun_family, AF_UNIX);
-  EXPECT_EQ(std::string(address.address.local.sun_path, 12), std::string("\0Rondel8167\0", 12));
-  EXPECT_STREQ(address.portText, "#Rondel8167");
-}
-
-// Where there are no internet sockets. The NUL behind the name belongs to it.
-TEST(LinkAddress, ALocalServerTalks) {
-  const LinkLogger logger;
-  ParameterRondelCom::SocketID server(&logger);
-  const uint16_t port = static_cast<uint16_t>(20000 + getpid() % 10000);
-  server.SetupAddresses(ParameterRondelCom::kLocal, port);
-  ASSERT_TRUE(server.CreateSocket() && server.Listen());
-
-  ParameterRondelCom::SocketAddress address;
-  address.SetupSocket(ParameterRondelCom::kLocal, port);
-  const int client = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  ASSERT_EQ(connect(client, &address.address.any, address.length), 0);
-  char bytes[16] = "ping";
-  std::atomic<bool> stop = false;
-  EXPECT_EQ(server.WriteData("nobody", 6), -1);
-  EXPECT_EQ(send(client, bytes, 5, 0), 5);
-  EXPECT_EQ(server.ReadData(bytes, sizeof(bytes), 5, stop), 5);
-  EXPECT_STREQ(bytes, "ping");
-  EXPECT_EQ(server.ReadData(bytes, sizeof(bytes), 0, stop), 0);
-  stop = true;
-  EXPECT_EQ(server.ReadData(bytes, sizeof(bytes), -1, stop), 0);
-  EXPECT_EQ(server.WriteData("pong", 5), 5);
-  EXPECT_EQ(recv(client, bytes, sizeof(bytes), 0), 5);
-  EXPECT_STREQ(bytes, "pong");
-  close(client);
-  EXPECT_EQ(server.ReadData(bytes, sizeof(bytes), 5, stop), -1);
 }
 
 }  // namespace

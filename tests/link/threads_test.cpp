@@ -21,7 +21,7 @@ class LinkThreads : public Link {
 TEST_F(LinkThreads, SetReloadAndRead) {
   manager->SetLogLevels(true, false, false);
   const std::string skip = "0|2.2:tessarinePDLib.skipControl";
-  std::vector<std::thread> threads;
+  std::vector<std::jthread> threads;
   threads.emplace_back([&] {
     LinkClient client(port());
     until([&](uint32_t id) {
@@ -64,7 +64,7 @@ TEST_F(LinkThreads, SetReloadAndRead) {
   });
   std::this_thread::sleep_for(Milliseconds(1500));
   stop_ = true;
-  for (std::thread& thread : threads) thread.join();
+  threads.clear();
   WriteFile(path(), ReadableFile());
   ASSERT_TRUE(manager->ReloadBinaryParameters(false));
   expectAlive();

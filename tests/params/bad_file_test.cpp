@@ -12,11 +12,7 @@ namespace {
 TuningFile SmallFile(VersionUnion version = {5, 0, 0}, int32_t switchValue = 1) {
   TuningFile file(version);
   file.modes = {{0, 0, 0, 0}, {1, 2, 1, 0}};
-  for (uint32_t mode = 0; mode < 2; ++mode) {
-    PdSource source(1);
-    source.record().enableFocusMaps = switchValue;
-    AddPd(file, source, mode);
-  }
+  for (uint32_t mode = 0; mode < 2; ++mode) AddNumberedPd(file, mode, switchValue);
   return file;
 }
 
@@ -70,15 +66,7 @@ class BadFile : public Tuning {
     manager->FreeReplacedParameters();
     return loaded ? std::optional(records) : std::nullopt;
   }
-  void renew() { manager = std::make_unique<TuningSetManager>(); }
   MemoryFile file_;
-  int32_t valueAt(const std::vector<TuningMode>& branch) {
-    tessarinePDLibType* record = get(branch);
-    if (record == nullptr) return -1;
-    const int32_t value = record->enableFocusMaps;
-    record->Release();
-    return value;
-  }
 };
 
 TEST_F(BadFile, EachDefectHasItsError) {
@@ -86,10 +74,9 @@ TEST_F(BadFile, EachDefectHasItsError) {
   const uint32_t symbols = WordAt(good, kSymbols + 4);
   const uint32_t modes = WordAt(good, kModeTable + 4) + 32;
   struct Case {
-    const char* what;
     std::function<void(Bytes&)> damage;
     const char* error;
-    const char* log;  // null: none but the error
+    const char* log = nullptr;  // none but the error
   };
   const auto put = [](size_t place, uint32_t value) {
     return [=](Bytes& file) { PutWord(file, place, value); };
@@ -102,78 +89,70 @@ TEST_F(BadFile, EachDefectHasItsError) {
     };
   };
   const Case cases[] = {
-      {"empty", [](Bytes& f) { f.clear(); }, "Binary file CRC validation failed",
-       "Buffer too small"},
-      {"4 bytes", [](Bytes& f) { f.resize(4); }, "Binary file CRC validation failed",
-       "Buffer too small"},
-      {"tag cut", [](Bytes& f) { f.resize(20); }, "Failed to read binary header tag",
+      {[](Bytes& f) { f.clear(); }, "Binary file CRC validation failed", "Buffer too small"},
+      {[](Bytes& f) { f.resize(4); }, "Binary file CRC validation failed", "Buffer too small"},
+      {[](Bytes& f) { f.resize(20); }, "Failed to read binary header tag",
        "Failed to read 28 bytes from binary file offset 0, length 20"},
-      {"header cut", [](Bytes& f) { f.resize(50); },
-       "General error parsing binary header data header",
+      {[](Bytes& f) { f.resize(50); }, "General error parsing binary header data header",
        "Failed to read 48 bytes from binary file offset 40, length 50"},
-      {"tag", put(0, 0x20204E5A), "Invalid binary header tag: ZN  Tessarine Header", nullptr},
-      {"header size", put(28, 1000000),
-       "Binary header data too small: Expected: 1000000 bytes, Actual:", nullptr},
-      {"5.0.1", version(5, 0, 1),
+      {put(0, 0x20204E5A), "Invalid binary header tag: ZN  Tessarine Header"},
+      {put(28, 1000000), "Binary header data too small: Expected: 1000000 bytes, Actual:"},
+      {version(5, 0, 1),
        "Unsupported binary header version : 5.0.1. Please re-generate parser code using the latest "
-       "version of ParameterParser",
-       nullptr},
-      {"6.0.0", version(6, 0, 0), "Unsupported binary header version : 6.0.0.", nullptr},
-      {"checksum", [](Bytes& f) { f.back() ^= 1; }, "Binary file CRC validation failed",
+       "version of ParameterParser"},
+      {version(6, 0, 0), "Unsupported binary header version : 6.0.0."},
+      {[](Bytes& f) { f.back() ^= 1; }, "Binary file CRC validation failed",
        "Binary file CRC validation failed. Expected: "},
-      {"compressed", put(kFlags, 2),
-       "Compressed binary file not supported (support ended with V5.1.0)", nullptr},
-      {"1 section", put(kSectionCount, 1), "Invalid binary file section count",
+      {put(kFlags, 2), "Compressed binary file not supported (support ended with V5.1.0)"},
+      {put(kSectionCount, 1), "Invalid binary file section count",
        "ReadSectionInfo: Section count 1 is less than Min sections 2"},
-      {"5 sections", put(kSectionCount, 5), "Invalid binary file section count",
+      {put(kSectionCount, 5), "Invalid binary file section count",
        "ReadSectionInfo: Section count 5 is greater than Max sections 4"},
-      {"table outside", put(kSectionTable, 0xFFFFFFF0),
-       "Binary section table stands outside the file", nullptr},
-      {"section type", put(kSymbols, 4), "Invalid binary section type",
-       "Invalid binary section type 4"},
-      {"section offset", put(kData + 4, 0xFFFFFFF0), "Binary section stands outside the file",
-       nullptr},
-      {"section size", put(kData + 8, 0xFFFFFFF0), "Binary section stands outside the file",
-       nullptr},
-      {"symbol size", put(kSymbols + 8, 61), "Failed to read the tables of the binary file",
+      {put(kSectionTable, 0xFFFFFFF0), "Binary section table stands outside the file"},
+      {put(kSymbols, 4), "Invalid binary section type", "Invalid binary section type 4"},
+      {put(kData + 4, 0xFFFFFFF0), "Binary section stands outside the file"},
+      {put(kData + 8, 0xFFFFFFF0), "Binary section stands outside the file"},
+      {put(kSymbols + 8, 61), "Failed to read the tables of the binary file",
        "Invalid symbol table size: 61, expected: 60"},
-      {"data table size", put(kObjects + 8, 17), "Failed to read the tables of the binary file",
+      {put(kObjects + 8, 17), "Failed to read the tables of the binary file",
        "Invalid data table size: 17, expected: 16"},
-      {"mode size", put(kModeTable + 8, 32 + 25), "ReadModeSection: Invalid size of the mode table",
+      {put(kModeTable + 8, 32 + 25), "ReadModeSection: Invalid size of the mode table",
        "ReadModeSection: ModeSize 57 does not match expected size 56"},
-      {"no modes", put(kModeTable + 8, 32), "ReadModeSection: Failed, buffer length is 0", nullptr},
-      {"mode ID", put(modes + 24, 2), "ReadModeSection: Mode ID exceeds mode count", nullptr},
-      {"mode twice", put(modes + 24, 0), "ReadModeSection: Mode ID is given twice", nullptr},
-      {"parent", put(modes + 24 + 12, 2), "ReadModeSection: Parent Mode ID exceeds mode count",
-       nullptr},
-      {"link", put(modes + 24 + 16, 2), "ReadModeSection: Link Mode ID exceeds mode count",
-       nullptr},
-      {"link to itself", put(modes + 24 + 16, 1), "ReadModeSection: Link modes form a cycle",
-       nullptr},
-      {"module's mode", put(symbols + 44, 2), "AddModule: moduleData->ModeId(2) >= m_modeCount(2)",
+      {put(kModeTable + 8, 32), "ReadModeSection: Failed, buffer length is 0"},
+      {put(modes + 24, 2), "ReadModeSection: Mode ID exceeds mode count"},
+      {put(modes + 24, 0), "ReadModeSection: Mode ID is given twice"},
+      {put(modes + 24 + 12, 2), "ReadModeSection: Parent Mode ID exceeds mode count"},
+      {put(modes + 24 + 16, 2), "ReadModeSection: Link Mode ID exceeds mode count"},
+      {put(modes + 24 + 16, 1), "ReadModeSection: Link modes form a cycle"},
+      {put(symbols + 44, 2), "AddModule: moduleData->ModeId(2) >= m_modeCount(2)",
        "Failed to find ModeID 2 in mode table when creating ModuleData"},
-      {"module's version", put(symbols + 40, 9),
+      {put(symbols + 40, 9),
        "Failed to parse binary header data for:  Type: PDLib, Major: 9, Minor: 0, Patch: 9, Mode: "
        "0",
        "Unable to create tessarinePDLibTypeClass, binary version ("},
-      {"module's data", put(symbols + 52, 100), "Failed to load module data for:  Type: PDLib",
+      {put(symbols + 52, 100), "Failed to load module data for:  Type: PDLib",
        "Failed to read symbol table entry"},
-      {"data offset", put(symbols + 48, 0xFFFFFFF0),
+      {put(symbols + 48, 0xFFFFFFF0),
        "Failed to load module data for: ", "stands outside the data section"},
-      {"duplicate", put(symbols + 56, 3), "",
+      {put(symbols + 56, 3), "",
        "Invalid DuplicateID value 3, should be less than module table count: 2"},
-      {"symbol ID", put(symbols, 3), "", "Symbol table entry ID 3 out of range 1 - 2"},
-      {"no symbols", put(kSymbols + 8, 0), "",
+      {put(symbols, 3), "", "Symbol table entry ID 3 out of range 1 - 2"},
+      {put(kSymbols + 8, 0), "",
        "ReadModeSection: Binary missing symbol table or data SymbolOffset("},
   };
   for (const bool fileMode : {false, true}) {
     for (const Case& c : cases) {
-      SCOPED_TRACE(std::string(c.what) + (fileMode ? " file" : " buffer"));
+      SCOPED_TRACE(std::string(c.error) + (fileMode ? " file" : " buffer"));
       Bytes bytes = good;
       c.damage(bytes);
       Orvo::Host::StartLogCapture();
       const bool loaded = load(bytes, fileMode);
       EXPECT_EQ(loaded, *c.error == '\0');
+      // Only what is wrong with a module leaves the file in force.
+      const bool isThere = loaded || error().find("AddModule") == 0 ||
+                           error().find("Type: PDLib") != std::string::npos;
+      EXPECT_EQ(manager->GetBinaryTag() != nullptr, isThere);
+      EXPECT_EQ(manager->GetFileVersion(), isThere ? VersionUnion(5, 0, 0) : VersionUnion());
       // A file's checksum is looked at before its header.
       if (fileMode && bytes.size() < 100) continue;
       EXPECT_EQ(error().substr(0, std::strlen(c.error)), c.error);
@@ -196,34 +175,28 @@ TEST_F(BadFile, AModuleRepeatsOneOfItsOwnClassOnly) {
 }
 
 TEST_F(BadFile, CyclesOfParentsAndLinksAreRefused) {
-  struct Case {
-    std::vector<TuningFile::Mode> modes;
-    const char* error;
+  const char* const parents = "ReadModeSection: Parent modes form a cycle";
+  const char* const links = "ReadModeSection: Link modes form a cycle";
+  const std::vector<std::pair<const char*, std::vector<TuningFile::Mode>>> cases{
+      {parents, {{0, 0, 0, 0}, {1, 2, 0, 2}, {2, 2, 1, 1}}},
+      {parents, {{0, 0, 0, 0}, {1, 2, 0, 3}, {2, 2, 0, 1}, {3, 2, 0, 2}}},
+      {links, {{0, 0, 0, 0}, {1, 2, 0, 0, 2}, {2, 2, 1, 0, 3}, {3, 2, 2, 0, 1}}},
+      {links, {{0, 0, 0, 0}, {1, 2, 0, 0, 2}, {2, 2, 0, 1}}},
+      {"", {{0, 0, 0, 1}, {1, 2, 0, 0}}},                   // the first entry's parent counts not
+      {"", {{0, 0, 0, 0}, {1, 2, 0, 2}, {2, 1, 0, 0}}},     // a parent may come later
+      {"", {{0, 0, 0, 0}, {1, 2, 0, 0, 0}, {2, 2, 0, 1}}},  // a link to an ancestor is no cycle
   };
-  const Case cases[] = {
-      {{{0, 0, 0, 0}, {1, 2, 0, 2}, {2, 2, 1, 1}}, "ReadModeSection: Parent modes form a cycle"},
-      {{{0, 0, 0, 0}, {1, 2, 0, 3}, {2, 2, 0, 1}, {3, 2, 0, 2}},
-       "ReadModeSection: Parent modes form a cycle"},
-      {{{0, 0, 0, 0}, {1, 2, 0, 0, 2}, {2, 2, 1, 0, 3}, {3, 2, 2, 0, 1}},
-       "ReadModeSection: Link modes form a cycle"},
-      {{{0, 0, 0, 0}, {1, 2, 0, 0, 2}, {2, 2, 0, 1}}, "ReadModeSection: Link modes form a cycle"},
-      {{{0, 0, 0, 1}, {1, 2, 0, 0}}, ""},                   // the first entry's parent counts not
-      {{{0, 0, 0, 0}, {1, 2, 0, 2}, {2, 1, 0, 0}}, ""},     // a parent may come later
-      {{{0, 0, 0, 0}, {1, 2, 0, 0, 0}, {2, 2, 0, 1}}, ""},  // a link to an ancestor is no cycle
-  };
-  for (const Case& c : cases) {
+  for (const auto& [expected, modes] : cases) {
     TuningFile file = SmallFile();
-    file.modes = c.modes;
-    EXPECT_EQ(load(file.build(), false), *c.error == '\0') << error();
-    EXPECT_EQ(error(), c.error);
-    if (*c.error == '\0') {
-      EXPECT_EQ(valueAt(kRootBranch), 1);
-    }
+    file.modes = modes;
+    EXPECT_EQ(load(file.build(), false), *expected == '\0') << error();
+    EXPECT_EQ(error(), expected);
+    EXPECT_EQ(at(kRootBranch), *expected == '\0' ? 1 : -1);
   }
   // A group searched in a tree of links that seems to have no end.
   std::vector<TuningMode> group(65, {2, 0});
   group[0] = {0, 0};
-  EXPECT_EQ(valueAt(group), 1);
+  EXPECT_EQ(at(group), 1);
   TuningFile file = SmallFile();
   file.modes = {{0, 0, 0, 0}};
   constexpr uint32_t kLevels = 12;  // each level's modes all lead to the next one: 12^12 ways
@@ -237,7 +210,7 @@ TEST_F(BadFile, CyclesOfParentsAndLinksAreRefused) {
   ASSERT_TRUE(load(file.build(), false)) << error();
   group.assign(1, {0, 0});
   for (uint16_t sub = 0; sub <= kLevels; ++sub) group.push_back({2, sub});
-  EXPECT_EQ(valueAt(group), 1);
+  EXPECT_EQ(at(group), 1);
 }
 
 TEST_F(BadFile, AFileCantHaveItsBytesCopiedWithoutEnd) {
@@ -334,7 +307,7 @@ TEST_F(BadFile, AFailedExchangeKeepsTheOldData) {
                                     : manager->ReloadBinaryParameters(false);
       Orvo::Host::NeverFailAllocation();
       EXPECT_EQ(held->enableFocusMaps, 1);
-      const int32_t value = valueAt(kRootBranch);
+      const int32_t value = at(kRootBranch);
       if (!update) {
         EXPECT_EQ(value, exchanged ? 2 : 1) << index;
       }
@@ -345,6 +318,9 @@ TEST_F(BadFile, AFailedExchangeKeepsTheOldData) {
     }
     EXPECT_GT(kept, 20);
   }
+  for (const char* error : {"ReloadBinaryParameters: Failed to allocate ParameterBinaryFile class",
+                            "ReloadBinaryParameters: Failed to allocate space to read data"})
+    EXPECT_TRUE(logged(error)) << error;
 }
 
 TEST_F(BadFile, FailingReadsAreRetriedAndThenGivenUp) {
@@ -354,16 +330,16 @@ TEST_F(BadFile, FailingReadsAreRetriedAndThenGivenUp) {
     WriteFile(path(), good);
     Orvo::Host::FailRead(index);
     EXPECT_TRUE(manager->LoadBinaryParameters(path().c_str())) << index;
-    EXPECT_EQ(valueAt(kDeepBranch), 1);
+    EXPECT_EQ(at(kDeepBranch), 1);
     Orvo::Host::NeverFailRead();
     renew();
     Orvo::Host::FailRead(index, true);
     manager->LoadBinaryParameters(path().c_str());
-    const int32_t value = valueAt(kDeepBranch);
+    const int32_t value = at(kDeepBranch);
     Orvo::Host::NeverFailRead();
     EXPECT_TRUE(value == 1 || value == -1) << value;
     if (manager->IsLoadValid()) {
-      EXPECT_EQ(valueAt(kDeepBranch), 1);
+      EXPECT_EQ(at(kDeepBranch), 1);
     }
   }
   EXPECT_TRUE(logged("ParameterBinaryFile::Read failed, retrying"));
@@ -371,14 +347,12 @@ TEST_F(BadFile, FailingReadsAreRetriedAndThenGivenUp) {
   // A mode that can't be read gives way to its ancestor, and is read when the file can be again.
   TuningFile file = SmallFile();
   file.modules.pop_back();
-  PdSource deep(1);
-  deep.record().enableFocusMaps = 9;
-  AddPd(file, deep, 1);
+  AddNumberedPd(file, 1, 9);
   ASSERT_TRUE(load(file.build(), true));
   Orvo::Host::FailRead(0, true);
-  EXPECT_EQ(valueAt(kDeepBranch), 1);
+  EXPECT_EQ(at(kDeepBranch), 1);
   Orvo::Host::NeverFailRead();
-  EXPECT_EQ(valueAt(kDeepBranch), 9);
+  EXPECT_EQ(at(kDeepBranch), 9);
 }
 
 TEST_F(BadFile, AFileThatChangesBetweenTwoReadsMustBeReloaded) {

@@ -7,45 +7,33 @@ namespace test {
 namespace {
 
 // 0.0 ─┬─ 2.0 ─── 3.1 ─── 5.4
-//      ├─ 2.1 ─── 2.2 ─── 3.2
+//      ├─ 2.1 ─┬─ 2.2 ─── 3.2     (3.2: resident)
+//      │       └─ 2.0
 //      ├─ 2.3 ─── 3.1       (2.3 holds nothing)
 //      ├─ 2.4 → 2.0         (borrows children and modules)
 //      └─ 1.5               (a sensor: always resident)
 // Every node but 0.0 > 2.3 holds a module whose focus map switch is its ID.
-enum Node : uint32_t { kRoot, kA, kB, kC, kD, kE, kF, kG, kH, kLink, kSensor };
+enum Node : uint32_t { kRoot, kA, kB, kC, kD, kE, kF, kG, kH, kLink, kSensor, kBelowD };
 
 TuningFile TreeFile() {
   TuningFile file;
-  file.modes = {{kRoot, 0, 0, kRoot},     {kA, 2, 0, kRoot},     {kB, 3, 1, kA},
-                {kC, 5, 4, kB},           {kD, 2, 1, kRoot},     {kE, 2, 2, kD},
-                {kF, 3, 2, kE},           {kG, 2, 3, kRoot},     {kH, 3, 1, kG},
-                {kLink, 2, 4, kRoot, kA}, {kSensor, 1, 5, kRoot}};
-  for (const uint32_t id : {kRoot, kA, kB, kC, kD, kE, kF, kH, kSensor}) {
-    PdSource source(1, static_cast<int32_t>(id) * 1000);
-    source.record().enableFocusMaps = static_cast<int32_t>(id);
-    AddPd(file, source, id);
-  }
+  file.modes = {{kRoot, 0, 0, kRoot},     {kA, 2, 0, kRoot},      {kB, 3, 1, kA},
+                {kC, 5, 4, kB},           {kD, 2, 1, kRoot},      {kE, 2, 2, kD},
+                {kF, 3, 2, kE},           {kG, 2, 3, kRoot},      {kH, 3, 1, kG},
+                {kLink, 2, 4, kRoot, kA}, {kSensor, 1, 5, kRoot}, {kBelowD, 2, 0, kD}};
+  file.modes[kF].flags = 1;
+  for (const int32_t id : {kRoot, kA, kB, kC, kD, kE, kF, kH, kSensor, kBelowD})
+    AddNumberedPd(file, static_cast<uint32_t>(id), id, id * 1000);
   return file;
 }
 
 class Modes : public Tuning {
  protected:
-  int32_t at(const std::vector<TuningMode>& branch) {
-    tessarinePDLibType* record = get(branch);
-    if (record == nullptr) return -1;
-    const int32_t value = record->enableFocusMaps;
-    record->Release();
-    return value;
-  }
   bool isLoaded(uint32_t mode) { return manager->GetModeEntry(mode)->IsLoaded(); }
 };
 
 TEST_F(Modes, TheDeepestModeThatHoldsTheModuleWins) {
-  struct Case {
-    std::vector<TuningMode> branch;
-    Node expected;
-  };
-  const Case cases[] = {
+  const std::vector<std::pair<std::vector<TuningMode>, Node>> cases{
       {{}, kRoot},
       {{{0, 0}}, kRoot},
       {{{0, 0}, {2, 0}}, kA},
@@ -58,7 +46,8 @@ TEST_F(Modes, TheDeepestModeThatHoldsTheModuleWins) {
       {{{0, 0}, {2, 1}, {2, 2}}, kE},  // a group of alternatives: nested nodes
       {{{0, 0}, {2, 2}, {2, 1}}, kE},  // in any order
       {{{0, 0}, {2, 1}, {2, 2}, {3, 2}}, kF},
-      {{{0, 0}, {2, 0}, {2, 1}}, kRoot},  // no chain of two below 2.0
+      {{{0, 0}, {2, 0}, {2, 3}}, kRoot},    // no chain of two below either
+      {{{0, 0}, {2, 0}, {2, 1}}, kBelowD},  // none below 2.0, but one below 2.1
       {{{0, 0}, {2, 9}}, kRoot},
       {{{0, 0}, {2, 4}}, kA},  // linked
       {{{0, 0}, {2, 4}, {3, 1}, {5, 4}}, kC},
@@ -68,10 +57,10 @@ TEST_F(Modes, TheDeepestModeThatHoldsTheModuleWins) {
   };
   for (const bool fileMode : {false, true}) {
     ASSERT_TRUE(load(TreeFile().build(), fileMode)) << error();
-    for (const Case& c : cases) {
-      EXPECT_EQ(at(c.branch), static_cast<int32_t>(c.expected))
-          << (fileMode ? "file " : "buffer ") << c.branch.size() << " "
-          << (c.branch.empty() ? 0 : c.branch.back().subMode);
+    for (const auto& [branch, expected] : cases) {
+      EXPECT_EQ(at(branch), static_cast<int32_t>(expected))
+          << (fileMode ? "file " : "buffer ") << branch.size() << " "
+          << (branch.empty() ? 0 : branch.back().subMode);
     }
     EXPECT_EQ(manager->GetModule_tessarinePDLib(nullptr, 0, nullptr)->enableFocusMaps, kRoot);
     EXPECT_EQ(manager->GetModule_tessarinePDLib(nullptr, 3, nullptr)->enableFocusMaps, kRoot);
@@ -89,23 +78,20 @@ TEST_F(Modes, TheDeepestModeThatHoldsTheModuleWins) {
 
 TEST_F(Modes, AFileWithoutAModeTableHasTheDefault) {
   TuningFile file;
-  PdSource source(0);
-  AddPd(file, source, 0);
+  AddNumberedPd(file, 0, 8);
   for (const bool fileMode : {false, true}) {
     ASSERT_TRUE(load(file.build(), fileMode)) << error();
-    EXPECT_EQ(at({{0, 0}, {2, 0}}), source.record().enableFocusMaps);
+    EXPECT_EQ(at({{0, 0}, {2, 0}}), 8);
   }
 }
 
 TEST_F(Modes, AnEntryWithItsParentsKeyIsItsParent) {
   TuningFile file;
   file.modes = {{0, 0, 0, 0}, {1, 2, 3, 0}, {2, 2, 3, 1}, {3, 2, 3, 2}, {4, 3, 0, 3}};
-  PdSource root(0), deep(0, 500);
-  AddPd(file, root, 0);
-  AddPd(file, deep, 3);
+  for (const int32_t mode : {0, 3}) AddNumberedPd(file, static_cast<uint32_t>(mode), mode);
   ASSERT_TRUE(load(file.build(), false)) << error();
   EXPECT_EQ(manager->GetModeEntry(3u), manager->GetModeEntry(1u));
-  EXPECT_EQ(at({{0, 0}, {2, 3}, {3, 0}}), deep.record().enableFocusMaps);
+  EXPECT_EQ(at({{0, 0}, {2, 3}, {3, 0}}), 3);
 }
 
 TEST_F(Modes, ModesShareAnInstanceByItsDuplicateId) {
@@ -129,9 +115,7 @@ TEST_F(Modes, FileModeKeepsABoundedNumberOfModes) {
   constexpr uint32_t kScenes = 100;
   for (uint32_t i = 0; i <= kScenes; ++i) {
     if (i != 0) file.modes.push_back({i, 5, static_cast<uint16_t>(i), 0});
-    PdSource source(1);
-    source.record().enableFocusMaps = static_cast<int32_t>(i);
-    AddPd(file, source, i);
+    AddNumberedPd(file, i, static_cast<int32_t>(i));
   }
   ASSERT_TRUE(load(file.build(), true)) << error();
   const auto scene = [](uint32_t i) {
@@ -179,6 +163,25 @@ TEST_F(Modes, FileModeKeepsABoundedNumberOfModes) {
       "Attempt to release unreferenced module.  Mode: 5, SubMode: 3, Module tessarinePDLib"));
 }
 
+TEST_F(Modes, AFileIsLoadedWithTheModesThatStayAlone) {
+  ASSERT_TRUE(load(TreeFile().build(), true));
+  const auto loadedModules = [&] {
+    std::vector<uint32_t> ids;
+    for (uint32_t id = kRoot; id <= kBelowD; ++id) {
+      const ParameterModule* module = manager->GetModeEntry(id)->FindModule("tessarinePDLib");
+      if (module != nullptr && module->IsLoaded()) ids.push_back(id);
+    }
+    return ids;
+  };
+  const std::vector<uint32_t> residents{kRoot, kF, kSensor};
+  EXPECT_EQ(loadedModules(), residents);
+  const std::vector<TuningMode> branch{{0, 0}, {2, 1}, {2, 2}, {3, 2}};
+  EXPECT_EQ(at(branch), kF);
+  for (uint32_t count = 2; count <= 4; ++count) manager->UnloadMode(branch.data(), count);
+  EXPECT_TRUE(manager->UnloadMode(branch.data(), 1));
+  EXPECT_EQ(loadedModules(), residents);
+}
+
 TEST_F(Modes, PreviousIsReleasedAndUnloadingTellsOfReferences) {
   ASSERT_TRUE(load(TreeFile().build(), true));
   manager->SetLogLevels(true, true, true);
@@ -196,8 +199,6 @@ TEST_F(Modes, PreviousIsReleasedAndUnloadingTellsOfReferences) {
   EXPECT_TRUE(logged("Unloading mode with 1 unreleased modules: 0.0|2.1"));
   EXPECT_TRUE(logged("ReleaseReferences called with unreleased module: tessarinePDLib, RefCnt: 1"));
   EXPECT_FALSE(isLoaded(kD));
-  EXPECT_TRUE(manager->UnloadMode(branch, 1));  // the root: resident
-  EXPECT_TRUE(isLoaded(kRoot));
   EXPECT_FALSE(manager->UnloadMode(std::vector<TuningMode>{{0, 0}, {2, 9}}.data(), 2));
   EXPECT_TRUE(manager->LoadMode(branch, 2, "test"));
   EXPECT_TRUE(isLoaded(kD));
@@ -219,29 +220,33 @@ TEST_F(Modes, AChangedFileIsReloadedOnce) {
   TuningFile next = TreeFile();
   next.modules.clear();
   next.objects.clear();
-  for (const uint32_t id : {kRoot, kB}) {
-    PdSource source(2);
-    source.record().enableFocusMaps = static_cast<int32_t>(100 + id);
-    AddPd(next, source, id);
-  }
+  for (const int32_t id : {kRoot, kB}) AddNumberedPd(next, static_cast<uint32_t>(id), 100 + id);
   WriteFile(path(), next.build());
   EXPECT_EQ(at({{0, 0}, {2, 0}}), kA);  // in memory: nobody looks at the file
   EXPECT_EQ(at({{0, 0}, {2, 0}, {3, 1}}), 100 + kB);
   EXPECT_EQ(at({{0, 0}, {2, 0}}), 100 + kRoot);
   EXPECT_EQ(held->enableFocusMaps, kA);  // still readable
   held->Release();
+  EXPECT_FALSE(logged("Attempt to release"));
 
   // What can't be loaded leaves the old data in force.
+  const auto expectRefused = [&](const char* ofLoad, const char* ofReload) {
+    for (const bool bufferMode : {false, true}) {
+      EXPECT_FALSE(manager->ReloadBinaryParameters(bufferMode));
+      EXPECT_EQ(error(), bufferMode ? ofReload : ofLoad);
+      EXPECT_STREQ(manager->GetBinaryTag(), "test");
+      EXPECT_EQ(manager->GetFileVersion(), (VersionUnion{5, 0, 0}));
+      EXPECT_EQ(at({{0, 0}, {2, 0}, {3, 1}}), 100 + kB);
+    }
+  };
   Bytes broken = next.build();
   broken[200] ^= 1;
   WriteFile(path(), broken);
-  EXPECT_FALSE(manager->ReloadBinaryParameters(false));
-  EXPECT_EQ(error(), "Binary file CRC validation failed");
-  EXPECT_EQ(at({{0, 0}, {2, 0}, {3, 1}}), 100 + kB);
   EXPECT_EQ(at({{0, 0}, {2, 0}, {3, 1}, {5, 4}}), 100 + kB);
+  expectRefused("Binary file CRC validation failed",
+                "ReloadBinaryParameters: File CRC check failed");
   std::filesystem::remove(path());
-  EXPECT_FALSE(manager->ReloadBinaryParameters(true));
-  EXPECT_EQ(at({{0, 0}}), 100 + kRoot);
+  expectRefused("Failed to load binary file", "ReloadBinaryParameters: Failed to open file");
   WriteFile(path(), TreeFile().build());
   EXPECT_TRUE(manager->ReloadBinaryParameters(true));
   EXPECT_FALSE(manager->IsFileMode());
@@ -288,8 +293,44 @@ TEST_F(Modes, AnUpdateKeepsOldRecordsReadable) {
   }
 }
 
+// What a client holds of the data before an update stays its own; what it gets afterwards is of the
+// manager that it asked, and the source has nothing of it any more.
+TEST_F(Modes, AnUpdateMovesTheInstances) {
+  ASSERT_TRUE(load(TreeFile().build(), false));
+  TuningSetManager source;
+  const Bytes bytes = TreeFile().build();
+  ASSERT_TRUE(source.LoadBinaryParameters(bytes.data(), bytes.size()));
+  const TuningMode branch[] = {{0, 0}, {2, 0}};
+  ParameterModule* held = manager->GetModule("tessarinePDLib", branch, 2, nullptr);
+  DefaultModule* left = source.FindDefaultModule("PDLib");
+  EXPECT_NE(left->Find(1), nullptr);
+  ASSERT_TRUE(manager->UpdateParameters(source));
+  for (uint32_t symbol = 0; symbol <= kBelowD + 1; ++symbol)
+    EXPECT_EQ(left->Find(symbol), nullptr) << symbol;
+  EXPECT_EQ(left->GetInstances().First(), nullptr);
+
+  ParameterModule* current = manager->GetModule("tessarinePDLib", branch, 2, nullptr);
+  EXPECT_EQ(current->GetData()->setManager, manager.get());
+  EXPECT_EQ(current->GetData()->mode, manager->GetModeEntry(kA));
+  EXPECT_TRUE(held->IsRetired() && !current->IsRetired());
+  EXPECT_TRUE(held->SetValue("enableFocusMaps", "77"));
+  char text[16];
+  EXPECT_TRUE(held->GetValue("enableFocusMaps", text, sizeof(text)));
+  EXPECT_STREQ(text, "77");
+  EXPECT_EQ(at({{0, 0}, {2, 0}}), kA);
+  for (ParameterModule* module : {held, current}) {
+    EXPECT_TRUE(module->HasClients());
+    module->Release();
+    EXPECT_FALSE(module->HasClients());
+  }
+}
+
 TEST_F(Modes, AnUpdateNeedsAValidLoad) {
-  manager = std::make_unique<TuningSetManager>();
+  TuningSetManager unloaded;
+  ASSERT_TRUE(load(TreeFile().build(), false));
+  EXPECT_FALSE(manager->UpdateParameters(unloaded) || unloaded.UpdateParameters(*manager));
+  EXPECT_EQ(at({{0, 0}, {2, 0}}), kA);
+  renew();
   EXPECT_FALSE(manager->LoadBinaryParameters("x", 1));
   const Bytes bytes = TreeFile().build();
   EXPECT_FALSE(manager->UpdateBinaryParameters(bytes.data(), bytes.size()));
@@ -349,7 +390,7 @@ TEST_F(Modes, TextsOfBranches) {
 }
 
 TEST_F(Modes, ControlsAndTriggersAreSortedLists) {
-  manager = std::make_unique<TuningSetManager>();
+  renew();
   char text[64];
   EXPECT_TRUE(manager->SetControlValues("9=1.5,2=-7,9=2.5"));
   manager->SetControlValue(ParameterCTValue(5, 3));

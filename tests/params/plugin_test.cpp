@@ -9,8 +9,8 @@ namespace {
 
 using ManagedSession = Plugin;
 
-// The camera's record in a file, under a mode; the default has no PD data.
-Bytes FileOf(const Camera& camera) {
+// Has the camera's record in a file, under a mode; the default has no PD data.
+void Load(TuningSetManager& manager, const Camera& camera) {
   TuningFile file;
   file.modes = {{0, 0, 0, 0}, {1, 2, 0, 0}};
   PdSource source(0);
@@ -18,7 +18,8 @@ Bytes FileOf(const Camera& camera) {
   source.record() = camera.tuning;
   source.record().parameter_version.revision = text;
   AddPd(file, source, 1);
-  return file.build();
+  const Bytes bytes = file.build();
+  ASSERT_TRUE(manager.LoadBinaryParameters(bytes.data(), bytes.size()));
 }
 
 TEST_F(ManagedSession, GivesTheSameResultsAsWithARecordOfItsOwn) {
@@ -26,9 +27,8 @@ TEST_F(ManagedSession, GivesTheSameResultsAsWithARecordOfItsOwn) {
   std::vector<PDLibDefocusInfo> results[2];
   for (const bool managed : {false, true}) {
     Camera camera(0);
-    const Bytes bytes = FileOf(camera);
     TuningSetManager manager;
-    ASSERT_TRUE(manager.LoadBinaryParameters(bytes.data(), bytes.size()));
+    Load(manager, camera);
     const TuningMode branch[] = {{0, 0}, {2, 0}};
     if (managed) {
       camera.createParams.initParam.tuningData = nullptr;
@@ -53,9 +53,8 @@ TEST_F(ManagedSession, GivesTheSameResultsAsWithARecordOfItsOwn) {
 TEST_F(ManagedSession, FailsWhereTheManagerHasNoRecord) {
   enter();
   Camera camera(0);
-  const Bytes bytes = FileOf(camera);
   TuningSetManager manager;
-  ASSERT_TRUE(manager.LoadBinaryParameters(bytes.data(), bytes.size()));
+  Load(manager, camera);
   camera.createParams.initParam.tuningData = nullptr;
   camera.createParams.tuningManager = &manager;  // the default branch
   VekPDLib* lib = open(0);

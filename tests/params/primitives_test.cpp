@@ -6,10 +6,12 @@
 #include <random>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "fdsetmanager.h"
 #include "imagesensormodulesetmanager.h"
+#include "orvo/log.h"
 #include "parametercrc.h"
 #include "parameterlist.h"
 #include "parametermap.h"
@@ -66,62 +68,45 @@ TEST(ParameterMapTest, AgreesWithAnOrderedMap) {
 }
 
 TEST(ParameterNumbers, AreReadFromPlainDecimalText) {
-  struct Case {
-    const char* text;
-    bool success;
-    double value;
-  };
-  for (const Case& c : std::vector<Case>{{"0", true, 0.0},       {"12", true, 12.0},
-                                         {"-12.5", true, -12.5}, {"0.0625", true, 0.0625},
-                                         {".5", true, 0.5},      {"7.", true, 7.0},
-                                         {"007", true, 7.0},     {"4294967295", true, 4294967295.0},
-                                         {"1.2.3", false, 0.0},  {"1a2", false, 0.0},
-                                         {"", false, 0.0},       {nullptr, false, 0.0},
-                                         {"-", false, 0.0},      {".", false, 0.0},
-                                         {"--1", false, 0.0},    {"1-", false, 0.0},
-                                         {"+1", false, 0.0},     {" 1", false, 0.0},
-                                         {"1e3", false, 0.0},    {"nan", false, 0.0}}) {
-    bool success = !c.success;
-    EXPECT_EQ(utils::StringToDouble(c.text, &success), c.value)
-        << (c.text == nullptr ? "null" : c.text);
-    EXPECT_EQ(success, c.success) << (c.text == nullptr ? "null" : c.text);
-  }
+  const std::vector<std::pair<const char*, double>> numbers{
+      {"0", 0.0},  {"12", 12.0}, {"-12.5", -12.5}, {"0.0625", 0.0625},
+      {".5", 0.5}, {"7.", 7.0},  {"007", 7.0},     {"4294967295", 4294967295.0}};
   bool success = false;
+  for (const auto& [text, value] : numbers)
+    EXPECT_TRUE(utils::StringToDouble(text, &success) == value && success) << text;
+  for (const char* text : {"1.2.3", "1a2", "", "-", ".", "--1", "1-", "+1", " 1", "1e3", "nan",
+                           static_cast<const char*>(nullptr)})
+    EXPECT_TRUE(utils::StringToDouble(text, &(success = true)) == 0.0 && !success)
+        << (text == nullptr ? "null" : text);
   EXPECT_TRUE(std::isinf(utils::StringToDouble(std::string(400, '9').c_str(), &success)));
   EXPECT_TRUE(success);
 }
 
 TEST(ParameterNumbers, AreWrittenWithoutAFormat) {
-  struct Case {
-    double value;
-    int decimals;
-    uint32_t size;
-    const char* text;
-    bool success;
-  };
-  for (const Case& c :
-       std::vector<Case>{{0.0, 10, 32, "0", true},
-                         {-2147483648.0, 0, 32, "-2147483648", true},
-                         {4294967295.0, 0, 32, "4294967295", true},
-                         {1.5, 10, 32, "1.5", true},
-                         {double{0.1f}, 10, 32, "0.1000000015", true},
-                         {-0.25, 10, 32, "-0.25", true},
-                         {0.99, 1, 32, "1", true},    // carries into the integer
-                         {9.996, 2, 32, "10", true},  // and makes it longer
-                         {1.06, 1, 32, "1.1", true},
-                         {1.04, 1, 32, "1", true},  // trailing zeros go, and the point with them
-                         {2.5, 0, 32, "3", true},
-                         {1e21, 0, 32, "1000000000000000000000", true},
-                         {123.456, 10, 6, "123.4", true},  // what fits
-                         {123456.0, 0, 4, "123", false},
-                         {1.0, 0, 1, "", false},
-                         {std::nan(""), 10, 32, "", false},
-                         {INFINITY, 10, 32, "", false}}) {
+  const std::vector<std::tuple<double, int, uint32_t, const char*, bool>> cases{
+      {0.0, 10, 32, "0", true},
+      {-2147483648.0, 0, 32, "-2147483648", true},
+      {4294967295.0, 0, 32, "4294967295", true},
+      {1.5, 10, 32, "1.5", true},
+      {double{0.1f}, 10, 32, "0.1000000015", true},
+      {-0.25, 10, 32, "-0.25", true},
+      {0.99, 1, 32, "1", true},    // carries into the integer
+      {9.996, 2, 32, "10", true},  // and makes it longer
+      {1.06, 1, 32, "1.1", true},
+      {1.04, 1, 32, "1", true},  // trailing zeros go, and the point with them
+      {2.5, 0, 32, "3", true},
+      {1e21, 0, 32, "1000000000000000000000", true},
+      {123.456, 10, 6, "123.4", true},  // what fits
+      {123456.0, 0, 4, "123", false},
+      {1.0, 0, 1, "", false},
+      {std::nan(""), 10, 32, "", false},
+      {INFINITY, 10, 32, "", false}};
+  for (const auto& [value, decimals, size, expected, succeeds] : cases) {
     char text[32] = "?";
-    bool success = !c.success;
-    utils::DoubleToString(c.value, text, c.size, c.decimals, &success);
-    EXPECT_STREQ(text, c.text);
-    EXPECT_EQ(success, c.success) << c.text;
+    bool success = !succeeds;
+    utils::DoubleToString(value, text, size, decimals, &success);
+    EXPECT_STREQ(text, expected);
+    EXPECT_EQ(success, succeeds) << expected;
   }
   // What is written is read back.
   std::mt19937 random(2);
@@ -135,26 +120,22 @@ TEST(ParameterNumbers, AreWrittenWithoutAFormat) {
 }
 
 TEST(ParameterTexts, StepThroughAPath) {
-  struct Case {
-    const char* path;
-    const char* name;
-    uint32_t index;
-    uint32_t consumed;
-  };
-  for (const Case& c : std::vector<Case>{{"a.b", "a", utils::kNoIndex, 2},
-                                         {"filterSet[2].x", "filterSet", 2, 13},
-                                         {"S[12]", "S", 12, 5},
-                                         {"S[x].y", "S", utils::kNoIndex, 5},
-                                         {"S[1", "S", 1, 3},
-                                         {"S[", "S", utils::kNoIndex, 2},
-                                         {"S[99999999999]", "S", utils::kNoIndex, 14},
-                                         {"", "", utils::kNoIndex, 0},
-                                         {".a", "", utils::kNoIndex, 1}}) {
+  const std::vector<std::tuple<const char*, const char*, uint32_t, uint32_t>> cases{
+      {"a.b", "a", utils::kNoIndex, 2},
+      {"filterSet[2].x", "filterSet", 2, 13},
+      {"S[12]", "S", 12, 5},
+      {"S[x].y", "S", utils::kNoIndex, 5},
+      {"S[1", "S", 1, 3},
+      {"S[", "S", utils::kNoIndex, 2},
+      {"S[99999999999]", "S", utils::kNoIndex, 14},
+      {"", "", utils::kNoIndex, 0},
+      {".a", "", utils::kNoIndex, 1}};
+  for (const auto& [path, expected, place, consumed] : cases) {
     char name[16];
     uint32_t index = 7;
-    EXPECT_EQ(utils::GetVariable(c.path, name, &index, sizeof(name)), c.consumed) << c.path;
-    EXPECT_STREQ(name, c.name);
-    EXPECT_EQ(index, c.index) << c.path;
+    EXPECT_EQ(utils::GetVariable(path, name, &index, sizeof(name)), consumed) << path;
+    EXPECT_STREQ(name, expected);
+    EXPECT_EQ(index, place) << path;
   }
   const std::string longName(300, 'n');
   char name[utils::kMaxVariable + 1];
@@ -184,10 +165,7 @@ TEST(ParameterTexts, RawReadsStepByTheAlignment) {
   const char* texts[] = {"ReadBuffer failed, read 3 bytes, expected 4 bytes\n",
                          "ReadBuffer called with nullptr buffer\n",
                          "ReadBuffer called with nullptr value\n"};
-  for (size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(lines[i].text.find("[ERROR] ParameterParser: parameterutils.cpp:"), 0u);
-    EXPECT_NE(lines[i].text.find(texts[i]), std::string::npos);
-  }
+  for (size_t i = 0; i < 3; ++i) EXPECT_NE(lines[i].text.find(texts[i]), std::string::npos);
   char text[5];
   position = 4;
   EXPECT_TRUE(utils::ReadString(bytes, sizeof(bytes), &position, text, 4, 1, nullptr));
@@ -198,24 +176,59 @@ TEST(ParameterTexts, RawReadsStepByTheAlignment) {
   EXPECT_EQ(written, 4u);
 }
 
+struct Logger : IParameterLoggingAPI {
+  const char* GetBinaryTag() const override { return tag; }
+  bool IsLogLevelEnabled(ParameterLogLevel level) const override { return level != silent; }
+  const char* tag = nullptr;
+  uint32_t silent = UINT32_MAX;
+};
+
+TEST(ParameterLog, LinesHaveALevelAGroupAndAnOrigin) {
+  const LogCapture log;
+  Logger logger;
+  char address[32];
+  std::snprintf(address, sizeof(address), "%p ", static_cast<const void*>(&logger));
+  using Level = std::tuple<ParameterLogLevel, uint32_t, const char*>;
+  for (const auto& [level, platformLevel, word] :
+       {Level{kParameterLogDebug, Orvo::Log::kLevelDebug, "[DEBUG]"},
+        Level{kParameterLogWarning, Orvo::Log::kLevelWarning, "[WARNING]"},
+        Level{kParameterLogError, Orvo::Log::kLevelError, "[ERROR]"}}) {
+    const std::string start = std::string(word) + " ParameterParser: ";
+    Orvo::Host::StartLogCapture();
+    logger = {};
+    ParameterLogging::Write(nullptr, level, "a/b\\c.cpp", 7, "%d\n", 5);
+    ParameterLogging::Write(&logger, level, "c.cpp", 7, "5\n");
+    logger.tag = "tag";
+    ParameterLogging::Write(&logger, level, nullptr, 7, "5\n");
+    logger.silent = level;
+    ParameterLogging::Write(&logger, level, "c.cpp", 7, "5\n");
+    const auto lines = Orvo::Host::CapturedLog();
+    ASSERT_EQ(lines.size(), 3u);
+    const std::string texts[] = {"c.cpp:7: 5\n", address + std::string("c.cpp:7: 5\n"),
+                                 address + std::string("(tag): FileNameIsNULL:7: 5\n")};
+    for (size_t i = 0; i < 3; ++i) {
+      EXPECT_EQ(lines[i].text, start + texts[i]);
+      EXPECT_EQ(lines[i].level, platformLevel);
+      EXPECT_EQ(lines[i].group, Orvo::Log::kGroupStatsAF);
+    }
+  }
+}
+
 TEST(ParameterTypes, ShortNamesFitTheirField) {
-  struct Case {
-    const char* name;
-    const char* type;
-  };
-  for (const Case& c : std::vector<Case>{
-           {"tessarinePDLib", "PDLib"},
-           {"tessarine_abf34", "abf34"},
-           {"TESSARINE_x", "x"},
-           {"tessarine", "tessarine"},
-           {"tessarine_", "_"},
-           {"abf34_ife", "abf34_ife"},
-           {"12345678901234567890123456789012", "12345678901234567890123456789012"},
-           // 40 characters: the first 8, "-", the last 23
-           {"1234567890123456789012345678901234567890", "12345678-89012345678901234567890"}}) {
+  const std::vector<std::pair<const char*, const char*>> cases{
+      {"tessarinePDLib", "PDLib"},
+      {"tessarine_abf34", "abf34"},
+      {"TESSARINE_x", "x"},
+      {"tessarine", "tessarine"},
+      {"tessarine_", "_"},
+      {"abf34_ife", "abf34_ife"},
+      {"12345678901234567890123456789012", "12345678901234567890123456789012"},
+      // 40 characters: the first 8, "-", the last 23
+      {"1234567890123456789012345678901234567890", "12345678-89012345678901234567890"}};
+  for (const auto& [name, expected] : cases) {
     char type[ModuleData::kMaxType + 1];
-    ModuleData::GetType(type, c.name);
-    EXPECT_STREQ(type, c.type);
+    ModuleData::GetType(type, name);
+    EXPECT_STREQ(type, expected);
   }
   std::set<std::string> types;
   const auto addType = [&](const char* name) {

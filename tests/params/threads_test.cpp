@@ -25,8 +25,7 @@ Bytes NumberedFile(int32_t number) {
   for (uint32_t i = 0; i < 8; ++i) {
     if (i != 0) file.modes.push_back({i, 5, static_cast<uint16_t>(i), 0});
     PdSource source(1);
-    source.record().enableFocusMaps = number;
-    source.record().enablePeripheralWindows = number;
+    source.record().enableFocusMaps = source.record().enablePeripheralWindows = number;
     AddPd(file, source, i);
   }
   return file.build();
@@ -53,14 +52,13 @@ class Threads : public Tuning {
     }
   }
   void run(const std::function<void(int32_t)>& exchange) {
-    std::thread first([this] { read(1); });
-    std::thread second([this] { read(4); });
+    std::vector<std::jthread> readers;
+    for (const uint32_t seed : {1u, 4u}) readers.emplace_back([this, seed] { read(seed); });
     const auto end = std::chrono::steady_clock::now() + Duration();
     int32_t number = 2;
     while (std::chrono::steady_clock::now() < end) exchange(number++);
     stop_ = true;
-    first.join();
-    second.join();
+    readers.clear();
     EXPECT_GT(number, 10);
     EXPECT_GT(looks_, 10);
     EXPECT_GT(get({{0, 0}})->enableFocusMaps, 2);
@@ -95,7 +93,7 @@ TEST(ParameterMutexTest, LetsManyReadAndOneWrite) {
   ParameterMutex mutex;
   std::atomic<int> writers = 0;
   int guarded = 0;
-  std::vector<std::thread> threads;
+  std::vector<std::jthread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&] {
       for (int i = 0; i < 2000; ++i) {
@@ -112,7 +110,7 @@ TEST(ParameterMutexTest, LetsManyReadAndOneWrite) {
       }
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  threads.clear();
   EXPECT_EQ(guarded, 4 * 500);
 }
 
@@ -138,7 +136,7 @@ TEST(ParameterMutexTest, TheSoleReaderMayWrite) {
 TEST(ParameterMutexTest, AWriterGetsInBetweenReaders) {
   ParameterMutex mutex;
   std::atomic<bool> stop = false;
-  std::vector<std::thread> readers;
+  std::vector<std::jthread> readers;
   for (int t = 0; t < 3; ++t) {
     readers.emplace_back([&] {
       while (!stop) {
@@ -149,7 +147,6 @@ TEST(ParameterMutexTest, AWriterGetsInBetweenReaders) {
   }
   for (int i = 0; i < 20; ++i) const ParameterWriteLock lock(mutex);
   stop = true;
-  for (std::thread& reader : readers) reader.join();
 }
 
 }  // namespace

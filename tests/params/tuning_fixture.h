@@ -26,9 +26,10 @@ class Tuning : public testing::Test {
     Orvo::Host::StopLogCapture();
   }
 
+  void renew() { manager = std::make_unique<TuningSetManager>(); }
   // Loads into a fresh manager.
   bool load(const Bytes& bytes, bool fileMode) {
-    manager = std::make_unique<TuningSetManager>();
+    renew();
     if (!fileMode) return manager->LoadBinaryParameters(bytes.data(), bytes.size());
     WriteFile(path(), bytes);
     return manager->LoadBinaryParameters(path().c_str());
@@ -40,16 +41,20 @@ class Tuning : public testing::Test {
     return manager->GetModule_tessarinePDLib(branch.data(), static_cast<unsigned>(branch.size()),
                                              previous);
   }
+  // The focus map switch of the record in force on a branch; -1 without one.
+  int32_t at(const std::vector<TuningMode>& branch) {
+    tessarinePDLibType* record = get(branch);
+    if (record == nullptr) return -1;
+    const int32_t value = record->enableFocusMaps;
+    record->Release();
+    return value;
+  }
   std::string error() const {
     char text[ParameterSetManager::kMaxError];
     manager->GetError(text, sizeof(text));
     return text;
   }
-  static bool logged(const std::string& text) {
-    for (const auto& line : Orvo::Host::CapturedLog())
-      if (line.text.find(text) != std::string::npos) return true;
-    return false;
-  }
+  static bool logged(const std::string& text) { return IsLogged(text); }
 
   const uint64_t liveBefore_ = Orvo::Host::Allocations().live;
   TempFolder folder_;

@@ -7,6 +7,7 @@
 
 #include "errors.h"
 #include "focus_run.h"
+#include "window_limits.h"
 
 namespace {
 
@@ -57,6 +58,39 @@ INSTANTIATE_TEST_SUITE_P(All, ShippedSensor,
 
 TEST(ShippedSensors, AreAllTested) {
   EXPECT_EQ(EmbeddedSensors().size(), 15u);
+}
+
+TEST(WindowLimits, AreThoseOfTheSearchRange) {
+  const struct {
+    const char* sensor;
+    float width, height;  // of the ROI, in the middle of the image
+    uint32_t windows;     // each way
+    const char* reason;   // "" where all is well
+  } cases[] = {
+      // 5 and 6 blocks of 4 samples for shifts of -11 to 11 samples.
+      {"s16", 0.015f, 0.1f, 1, "20 samples along a line, expected at least 23"},
+      {"s16", 0.02f, 0.1f, 1, ""},
+      // 16 blocks in 4 cells; 19, of which the last cell has 7.
+      {"s16", 0.06f, 0.1f, 3, "16 samples along a line, expected at least 23: a ROI that is 0.096"},
+      {"s16", 0.07f, 0.1f, 3, ""},
+      // 3 rows of blocks in 4 cells; a large ROI of which one row of nine is read.
+      {"s16", 0.3f, 0.01f, 3, "0 rows of PD blocks, expected at least 1"},
+      {"s16", 0.9f, 0.9f, 13, ""},
+      {"s16", 0.9f, 0.9f, 18, "8 rows of PD blocks"},
+      // 98 and 114 sites for shifts of -44 to 44 sites, and 16 more.
+      {"dual", 0.03f, 0.1f, 1, "98 samples along a line, expected at least 105"},
+      {"dual", 0.035f, 0.1f, 1, ""},
+      {"dual", 0.3f, 0.015f, 3, "4 lines, expected at least 7"},
+  };
+  for (const auto& c : cases) {
+    CameraSettings settings;
+    settings.roi = {0.5f - c.width / 2, 0.5f - c.height / 2, 0.5f + c.width / 2,
+                    0.5f + c.height / 2};
+    settings.columns = settings.rows = c.windows;
+    const std::string reason = WhyTooSmall(LoadSensor(c.sensor), settings);
+    EXPECT_NE(reason.find(c.reason), std::string::npos) << reason;
+    EXPECT_EQ(reason.empty(), *c.reason == '\0') << c.sensor << ", " << c.width << ": " << reason;
+  }
 }
 
 std::vector<double> Phases(const FocusResult& result) {

@@ -103,27 +103,49 @@ TEST_F(MatchFiles, BadPicturesAreNamed) {
   EXPECT_NE(ErrorOf([] { LoadGreyPicture("/nosuch.pgm"); }).find("/nosuch.pgm"), std::string::npos);
 }
 
-TEST_F(MatchFiles, GainsAreReadFromNumbersOrAWhiteField) {
+// A white field of 160 x 26 pixels: an interval of the map's columns is ten of them.
+template <class Light>
+std::string Field(Light light) {
+  std::string field = "P5\n160 26\n255\n";
+  for (int i = 0; i < 160 * 26; ++i) field += static_cast<char>(light(i % 160));
+  return field;
+}
+
+TEST_F(MatchFiles, GainsAreReadFromNumbersOrWhiteFields) {
   for (const char* text :
        {"[[1, 1.5, 2], [0.5, 1, 3]]", "1,1.5,2\n0.5, 1 ,3\n", "1,1.5,2\r\n.5,1,3"}) {
-    const GainMap map = LoadGainMap(Write("g", text));
-    EXPECT_EQ(map.columns * 10 + map.rows, 32) << text;
-    EXPECT_EQ(map.gains, (std::vector<double>{1, 1.5, 2, 0.5, 1, 3})) << text;
+    const std::string path = Write("g", text);
+    for (const GainMap& map : LoadGainMaps(path, path, 0)) {
+      EXPECT_EQ(map.columns * 10 + map.rows, 32) << text;
+      EXPECT_EQ(map.gains, (std::vector<double>{1, 1.5, 2, 0.5, 1, 3})) << text;
+    }
   }
-  // A field of 170 x 26 whose left half has half the light: from column 9 of 17 parts on, all of
-  // it.
-  std::string field = "P5\n170 26\n255\n";
-  for (int i = 0; i < 170 * 26; ++i) field += static_cast<char>(i % 170 < 90 ? 100 : 200);
-  const GainMap map = LoadGainMap(Write("field.pgm", field));
-  ASSERT_EQ(map.columns * 100 + map.rows, 1713);
-  for (int entry : {0, 8, 17, 12 * 17 + 8}) EXPECT_EQ(map.gains[static_cast<size_t>(entry)], 2);
-  for (int entry : {9, 16, 12 * 17 + 9}) EXPECT_EQ(map.gains[static_cast<size_t>(entry)], 1);
+  // Above black, the right view has 0.8 of the left one's light, and the left half half of the
+  // right one's: up to the middle between columns 8 and 9.
+  const auto maps =
+      LoadGainMaps(Write("left.pgm", Field([](int x) { return x < 85 ? 60 : 110; })),
+                   Write("right.pgm", Field([](int x) { return x < 85 ? 50 : 90; })), 10);
+  for (size_t view : {0u, 1u}) {
+    ASSERT_EQ(maps[view].columns * 100 + maps[view].rows, 1713);
+    for (size_t entry : {0u, 8u, 17u, 12u * 17 + 8})
+      EXPECT_DOUBLE_EQ(maps[view].gains[entry], view == 0 ? 2 : 2.5) << entry;
+    for (size_t entry : {9u, 16u, 12u * 17 + 9})
+      EXPECT_DOUBLE_EQ(maps[view].gains[entry], view == 0 ? 1 : 1.25) << entry;
+  }
+  // On a ramp of one code for a pixel each entry has the light of its place, those at the edges
+  // too. Pixel x covers x to x + 1.
+  const std::string ramp = Write("ramp.pgm", Field([](int x) { return 90 + x; }));
+  for (const GainMap& map : LoadGainMaps(ramp, ramp, 0))
+    for (size_t entry = 0; entry < 17; ++entry)
+      EXPECT_NEAR(map.gains[entry], 249.5 / (89.5 + 10 * static_cast<double>(entry)), 1e-9);
 }
 
 TEST_F(MatchFiles, BadGainsAreNamed) {
+  const std::string even = Field([](int) { return 200; });
   struct Case {
-    const char* text;
+    std::string text;
     const char* message;
+    std::string other = "[[1, 1], [1, 1]]";  // of the left view, when the text is the right one's
   };
   const Case cases[] = {
       {"", "can be read"},
@@ -137,11 +159,16 @@ TEST_F(MatchFiles, BadGainsAreNamed) {
       {"1,1\n1,\n", "line 2: expected numbers"},
       {"1,nan\n1,1\n", "line 1: expected gains"},
       {"  ", "line 1: expected numbers"},
-      {"P5\n4 4\n255\n0123456789abcdef", "expected a white field of at least 17 x 13 pixels"},
+      {"[[1, 1, 1], [1, 1, 1]]", "expected a map of the size of that in"},
+      {even, "expected a map of numbers as in"},
+      {"[[1, 1], [1, 1]]", "expected a white field as in", even},
+      {"P5\n4 4\n255\n0123456789abcdef", "expected a white field of at least 34 x 13 pixels", even},
+      {Field([](int x) { return x < 80 ? 60 : 200; }), "at least a quarter of the light", even},
+      {"P5\n34 13\n15\n" + std::string(34 * 13, '\x0f'), "expected a white field of 8 bits", even},
   };
   for (const Case& c : cases) {
     const std::string path = Write("g", c.text);
-    const std::string error = ErrorOf([&] { LoadGainMap(path); });
+    const std::string error = ErrorOf([&] { LoadGainMaps(Write("other", c.other), path, 20); });
     EXPECT_EQ(error.rfind(path, 0), 0u) << error;
     EXPECT_NE(error.find(c.message), std::string::npos) << c.text << ": " << error;
   }

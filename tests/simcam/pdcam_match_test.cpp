@@ -35,6 +35,19 @@ class PdcamMatch : public test::PdcamProcess {
     Write(name, pgm);
     return Path(name);
   }
+
+  // A picture of 8 bits behind a lens that passes this share of its light at each place along the
+  // row, from 0 to 1, on a sensor with this code of black.
+  template <class Share>
+  std::string Shaded(const std::string& name, std::string pgm, int black, Share share) const {
+    const size_t start = pgm.size() - kWidth * kHeight;
+    for (size_t i = start; i < pgm.size(); ++i) {
+      const double x = static_cast<double>((i - start) % kWidth) / (kWidth - 1);
+      pgm[i] = static_cast<char>(std::lround(black + static_cast<uint8_t>(pgm[i]) * share(x)));
+    }
+    Write(name, pgm);
+    return Path(name);
+  }
 };
 
 TEST_F(PdcamMatch, FindsTheShiftOfEveryWindow) {
@@ -43,12 +56,16 @@ TEST_F(PdcamMatch, FindsTheShiftOfEveryWindow) {
     int largest;
     double left, right;  // shift of the second view at the picture's edges
     size_t windows;
+    double edge = 0;  // the end of the search range, where the shift lies beyond it
   };
   const Case cases[] = {
       {"--grid 4x2", 255, 3, 3, 8},
       {"--grid 4x2", 255, -5.5, -5.5, 8},
       {"--grid 5x1 --no-overlap --binning 1 --search-range -8 8", 65535, -3, 3, 5},
       {"--grid 1x1 --roi 0.1 0.1 0.9 0.9 --binning 16", 4095, 2.25, 2.25, 1},
+      {"--grid 2x1 --search-range -2 4", 255, 6, 6, 2, 4},
+      {"--grid 2x1 --search-range -2 4", 255, -4, -4, 2, -2},
+      {"--grid 2x1 --search-range -1 4", 255, 3, 3, 2},
   };
   for (const Case& c : cases) {
     const auto shift = [&](int x) { return c.left + (c.right - c.left) * x / kWidth; };
@@ -61,7 +78,9 @@ TEST_F(PdcamMatch, FindsTheShiftOfEveryWindow) {
     for (const json& window : result["windows"]) {
       // Within a quarter of a pixel: the fit's own error is a twelfth, and the ramp changes by one
       // across a window.
-      EXPECT_NEAR(window["phase_px"], shift(window["middle_px"][0]), 0.25) << c.options;
+      EXPECT_EQ(window["at_edge"], c.edge != 0) << c.options;
+      EXPECT_NEAR(window["phase_px"], c.edge != 0 ? c.edge : shift(window["middle_px"][0]), 0.25)
+          << c.options;
       EXPECT_GT(window["confidence"], 100) << c.options;
     }
   }
@@ -90,40 +109,64 @@ TEST_F(PdcamMatch, TellsAllInJsonCsvAndReport) {
   EXPECT_LE(std::min(low, high) - 12, defocus);
   EXPECT_GE(std::max(low, high) + 12, defocus);
   const std::string csv = ReadFile(Path("m.csv"));
-  EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 7);
-  const std::string report = WithoutPictures(ReadFile(Path("m.html")));
-  EXPECT_NE(report.find("</html>"), std::string::npos);
-  for (const char* outside : {"http:", "https:", "src=", "<script", "nan", "inf\""})
-    EXPECT_EQ(report.find(outside), std::string::npos) << outside;
+  EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 8);
+  ExpectReport(Path("m.html"));
 }
 
-// Gains make up for a view that is darker towards one side, black for one that is lifted.
-TEST_F(PdcamMatch, TakesBlackLevelAndGains) {
+// A match beyond the search range is said to be one, to people as well.
+TEST_F(PdcamMatch, SaysWhatLiesAtTheEdge) {
   const std::string left = Picture("a.pgm", 255, [](int) { return 0.0; });
-  Picture("b.pgm", 255, [](int) { return 2.0; });
-  std::string dark = ReadFile(Path("b.pgm"));
-  const size_t start = dark.size() - kWidth * kHeight;
-  for (size_t i = start; i < dark.size(); ++i) {
-    const double x = static_cast<double>((i - start) % kWidth) / (kWidth - 1);
-    dark[i] = static_cast<char>(std::lround(static_cast<uint8_t>(dark[i]) * (1 - 0.6 * x)));
+  const std::string right = Picture("b.pgm", 255, [](int) { return 3.0; });
+  for (const char* range : {"-4 2", "-2 8"}) {
+    const bool isBeyond = std::string(range) == "-4 2";
+    const Outcome outcome = Run("match " + left + " " + right + " --grid 3x1 --search-range " +
+                                range + " --report " + Path("m.html"));
+    EXPECT_EQ(outcome.output.find("3 of 3 windows matched best at the edge of the search range, -4 "
+                                  "to 2 pixels") != std::string::npos,
+              isBeyond);
+    EXPECT_EQ(outcome.output.find("edge") != std::string::npos, isBeyond) << outcome.output;
+    EXPECT_EQ(ReadFile(Path("m.html")).find("at the edge") != std::string::npos, isBeyond);
   }
-  Write("dark.pgm", dark);
-  std::vector<double> gains;
-  for (int i = 0; i <= 16; ++i) gains.push_back(1 / (1 - 0.6 * i / 16));
-  Write("right.json", json{gains, gains}.dump());
-  Write("left.csv", "1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1\n1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1,1\n");
-  const auto confidence = [&](const std::string& options) {
-    const Outcome outcome =
-        Run("match " + left + " " + Path("dark.pgm") + " --json --grid 1x1 " + options);
+}
+
+// The right view has less light, the more so to the right, and both stand on black: gains from
+// numbers or from white fields make up for it, and both views keep their ratio.
+TEST_F(PdcamMatch, TakesBlackLevelAndGains) {
+  const auto leftShare = [](double x) { return 0.5 + 0.4 * x; };
+  const auto rightShare = [](double x) { return 0.7 - 0.4 * x; };
+  const std::string white = "P5\n" + std::to_string(kWidth) + " " + std::to_string(kHeight) +
+                            "\n255\n" + std::string(kWidth * kHeight, '\xff');
+  Picture("a.pgm", 255, [](int) { return 0.0; });
+  Picture("b.pgm", 255, [](int) { return 2.0; });
+  const std::string views = Shaded("l.pgm", ReadFile(Path("a.pgm")), 20, leftShare) + " " +
+                            Shaded("r.pgm", ReadFile(Path("b.pgm")), 20, rightShare);
+  const std::string fields = " --left-gains " + Shaded("lf.pgm", white, 20, leftShare) +
+                             " --right-gains " + Shaded("rf.pgm", white, 20, rightShare);
+  std::vector<double> leftGains, rightGains;
+  for (int i = 0; i <= 16; ++i) {
+    leftGains.push_back(1 / leftShare(i / 16.0));
+    rightGains.push_back(1 / rightShare(i / 16.0));
+  }
+  Write("l.json", json{leftGains, leftGains}.dump());
+  Write("r.json", json{rightGains, rightGains}.dump());
+  const auto match = [&](const std::string& options) {
+    const Outcome outcome = Run("match " + views + " --json --grid 1x1 " + options);
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     const json window = json::parse(outcome.output)["windows"][0];
     return std::pair(window["confidence"].get<int>(), window["phase_px"].get<double>());
   };
-  const auto plain = confidence("");
-  const auto corrected =
-      confidence("--left-gains " + Path("left.csv") + " --right-gains " + Path("right.json"));
-  EXPECT_GT(corrected.first, plain.first + 100);
-  EXPECT_NEAR(corrected.second, 2, 0.1);
+  const auto plain = match("--black-level 20");
+  const std::string numbers =
+      " --left-gains " + Path("l.json") + " --right-gains " + Path("r.json");
+  const auto exact = match("--black-level 20" + numbers);
+  for (const std::string& gains : {numbers, fields}) {
+    const auto corrected = match("--black-level 20" + gains);
+    EXPECT_GT(corrected.first, plain.first + 100) << gains;
+    EXPECT_NEAR(corrected.first, exact.first, 10) << gains;
+    EXPECT_NEAR(corrected.second, 2, 0.05) << gains;
+    EXPECT_LT(std::abs(corrected.second - 2), std::abs(plain.second - 2)) << gains;
+    EXPECT_GT(corrected.first, match(gains).first) << gains;
+  }
 }
 
 TEST_F(PdcamMatch, TellsByItsStatusWhatWentWrong) {

@@ -2,9 +2,14 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <signal.h>
 
+#include <chrono>
+#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <string>
+#include <thread>
 
 #include "support/program.h"
 #include "support/temp_folder.h"
@@ -13,6 +18,20 @@ namespace test {
 
 class PdcamProcess : public testing::Test {
  protected:
+  // What programs make in the temporary folder must be gone in the end.
+  PdcamProcess() {
+    std::filesystem::create_directory(Path("tmp"));
+    setenv("TMPDIR", Path("tmp").c_str(), 1);
+  }
+  void TearDown() override {
+    const auto isEmpty = [this] { return std::filesystem::is_empty(Path("tmp")); };
+    EXPECT_TRUE(Waits(isEmpty)) << "something is left in the temporary folder";
+  }
+  ~PdcamProcess() override {
+    if (process_ > 0) kill(process_, SIGKILL);
+    unsetenv("TMPDIR");
+  }
+
   std::string Path(const std::string& name) const { return (folder_.path() / name).string(); }
 
   void Write(const std::string& name, const std::string& content) const {
@@ -20,18 +39,39 @@ class PdcamProcess : public testing::Test {
   }
   static std::string ReadFile(const std::string& path) { return test::ReadFile(path); }
 
-  // The text of a report: encoded pictures may spell anything.
-  static std::string WithoutPictures(std::string report) {
+  // A whole page, which fetches nothing from elsewhere. Encoded pictures may spell anything.
+  static void ExpectReport(const std::string& path) {
+    std::string report = ReadFile(path);
     for (size_t at; (at = report.find("data:image")) != std::string::npos;)
       report.erase(at, report.find('"', at) - at);
-    return report;
+    EXPECT_NE(report.find("</html>"), std::string::npos);
+    for (const char* outside : {"http:", "https:", "src=", "<script", "nan", "inf\""})
+      EXPECT_EQ(report.find(outside), std::string::npos) << path << ": " << outside;
   }
 
   Outcome Run(const std::string& arguments) const {
     return RunProgram(PDCAM_PROGRAM, arguments, Path("errors"));
   }
 
+  // In the background; what it prints goes to files.
+  void Start(const std::string& arguments) {
+    const std::string command = std::string(PDLIB_LAUNCHER) + " " + PDCAM_PROGRAM + " " +
+                                arguments + " >" + Path("table") + " 2>" + Path("said") +
+                                " & echo $!";
+    FILE* pipe = popen(command.c_str(), "r");
+    ASSERT_EQ(fscanf(pipe, "%d", &process_), 1);
+    pclose(pipe);
+  }
+
+  static bool Waits(const std::function<bool()>& isThere) {
+    constexpr int kTries = 1200;
+    for (int i = 0; i < kTries && !isThere(); ++i)
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    return isThere();
+  }
+
   TempFolder folder_;
+  pid_t process_ = 0;
 };
 
 }  // namespace test

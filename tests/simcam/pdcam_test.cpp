@@ -19,6 +19,9 @@ TEST_F(Pdcam, TellsByItsStatusWhatWentWrong) {
   broken["native"]["block"] = {0, 16};
   Write("broken.json", broken.dump());
   Write("photo.png", "no picture");
+  json uneven = json::parse(test::kSmallSensor);
+  uneven["tuning"] = {{"overlap_sum_by_columns", false}};
+  Write("uneven.json", uneven.dump());
   const std::string quick = " --from 0 --to 0 --sensor " + Path("small.json");
   struct Case {
     std::string arguments;
@@ -28,6 +31,18 @@ TEST_F(Pdcam, TellsByItsStatusWhatWentWrong) {
   const Case cases[] = {
       {"--help", 0, ""},
       {"focus --help", 0, ""},
+      {"--version", 0, ""},
+      {"foo", 2, "did you mean 'focus'?"},
+      {"sweep --sede 3", 2, "did you mean '--seed'?"},
+      {"sweep --scene mixd" + quick, 3, "did you mean 'mixed'?"},
+      {"sweep --sensor s61", 3, "did you mean 's16'?"},
+      {"sensors s1", 2, "did you mean 's16'?"},
+      {"sensors s16 >/dev/full", 3, "standard output"},
+      {"sweep --json" + quick + " >/dev/full", 3, "standard output"},
+      {"sweep --report /dev/full" + quick, 3, "/dev/full"},
+      {"sweep --roi 0.45 0.2 0.55 0.8" + quick, 0, "expected at least 11"},
+      {"sweep --windows 4x2 --from 0 --to 0 --sensor " + Path("uneven.json"), 0,
+       "OverlapSumByColumns"},
       {"", 2, "subcommand"},
       {"focus --speed 3", 2, "--speed"},
       {"focus --start 1 --start-code 2", 2, "--start"},
@@ -75,6 +90,13 @@ TEST_F(Pdcam, FocusTellsAllInJsonCsvAndReport) {
   EXPECT_EQ(result["sensor"], "small");
   EXPECT_EQ(result["seed"], 5);
   ASSERT_EQ(result["frames"].size(), 9u);
+  // Each frame has the ROI, its windows, and those around it that are valid.
+  ptrdiff_t lines = 1;
+  for (const json& frame : result["frames"]) {
+    ASSERT_EQ(frame["windows"].size(), 9u);
+    EXPECT_TRUE(frame["windows"][8]["confidence"].is_number());
+    lines += 10 + static_cast<ptrdiff_t>(frame.value("peripheral", json::array()).size());
+  }
   for (const char* name : {"index", "lens_position", "true_phase_px", "phase_px", "defocus",
                            "confidence", "processing_result"})
     EXPECT_TRUE(result["frames"][8][name].is_number()) << name;
@@ -84,12 +106,15 @@ TEST_F(Pdcam, FocusTellsAllInJsonCsvAndReport) {
   EXPECT_EQ(Run(arguments).output, outcome.output);
 
   const std::string csv = ReadFile(Path("f.csv"));
-  EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 10);
-  for (const std::string& path : {Path("f.html"), Path("f-1.html")}) {
-    const std::string report = WithoutPictures(ReadFile(path));
-    EXPECT_NE(report.find("</html>"), std::string::npos);
-    for (const char* outside : {"http:", "https:", "src=", "<script", "nan", "inf\""})
-      EXPECT_EQ(report.find(outside), std::string::npos) << outside;
+  EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), lines);
+  std::string version = Run("--version").output;
+  version.pop_back();
+  for (const char* name : {"f.html", "f-1.html"}) {
+    ExpectReport(Path(name));
+    const std::string report = ReadFile(Path(name));
+    for (const char* text : {version.c_str(), "pdcam focus --json", ">--dcc-error</td><td>0.08<",
+                             ">--start</td><td>14<"})
+      EXPECT_NE(report.find(text), std::string::npos) << text;
   }
 }
 
@@ -142,9 +167,28 @@ TEST_F(Pdcam, SweepStaysWithinItsErrors) {
 }
 
 TEST_F(Pdcam, FocusCheckFailsWhenTheLensHasNoTime) {
-  const std::string quick = "focus --check --runs 1 --sensor s16 --roi 0.42 0.42 0.58 0.58 ";
-  EXPECT_EQ(Run(quick + "--frames 9").status, 0);
-  EXPECT_EQ(Run(quick + "--frames 2").status, 1);
+  const std::string quick = "focus --check --runs 1 --sensor s16 --roi 0.42 0.42 0.58 0.58 --csv " +
+                            Path("b.csv") + " --report " + Path("b.html");
+  EXPECT_EQ(Run(quick + " --frames 9").status, 0);
+  EXPECT_EQ(Run(quick + " --frames 2").status, 1);
+  // A line for each of the two runs, out of focus both.
+  const std::string csv = ReadFile(Path("b.csv"));
+  EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 3) << csv;
+  EXPECT_NE(csv.find(",0\n\"s16\",-1,1,"), std::string::npos) << csv;
+  const std::string report = ReadFile(Path("b.html"));
+  for (const char* text : {"0 of 2 runs end in focus", "NOT in focus", ">--runs</td><td>1<"})
+    EXPECT_NE(report.find(text), std::string::npos) << text;
+}
+
+// The fixture looks for what it may have left behind.
+TEST_F(Pdcam, EndsCleanlyWhenItIsStopped) {
+  Write("small.json", test::kSmallSensor);
+  const std::string many = "sweep --step 0.001 --windows 1x1 --sensor " + Path("small.json");
+  Start(many);
+  ASSERT_TRUE(Waits([this] { return !std::filesystem::is_empty(Path("tmp")); }));
+  kill(process_, SIGTERM);
+  // Nobody reads what it prints.
+  Run("focus --json --frames 40 --sensor " + Path("small.json") + " | head -c 1");
 }
 
 }  // namespace

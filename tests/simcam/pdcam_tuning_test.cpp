@@ -69,6 +69,13 @@ TEST_F(PdcamTuning, MayHaveAnyFileName) {
 TEST_F(PdcamTuning, TellsWhatAFileLacks) {
   json source = Source();
   const std::string file = Compile(source);
+  json plain = source;
+  json& values = plain["modes"][0]["modules"]["tessarinePDLib"]["values"];
+  values["extensionParam"].erase(values["extensionParam"].size() - 1);
+  std::filesystem::rename(file, Path("full.bin"));
+  std::filesystem::rename(Compile(plain), Path("plain.bin"));
+  std::filesystem::rename(Path("full.bin"), file);
+  const std::string grid = " --windows 4x2 --frames 1 --no-peripheral";
   source["modes"][0].erase("modules");
   source["modes"][0]["modes"] = json::array({{{"mode", "Sensor.1"}}});
   Write("noise.bin", "no tuning");
@@ -79,7 +86,9 @@ TEST_F(PdcamTuning, TellsWhatAFileLacks) {
   };
   const Case cases[] = {
       {"--mode Default", 2, "--tuning"},
-      {"--tuning /nosuch/file", 3, "/nosuch/file"},
+      {"--tuning /nosuch/file", 3, "/nosuch/file: there is no such file"},
+      {"--tuning " + file + " --mode 'Default|Senser.3'", 3, "did you mean 'Default|Sensor.3'?"},
+      {"--tuning " + Path("plain.bin") + grid, 0, "the tuning leaves OverlapSumByColumns off"},
       {"--tuning " + Path("noise.bin"), 3, "noise.bin: "},
       {"--tuning " + file + " --mode 'Default|Sensor.99'", 3, "has no mode 'Default|Sensor.99'"},
       {"--tuning " + file + " --mode Nonsense.4", 3, "has no mode 'Nonsense.4'"},
@@ -90,6 +99,7 @@ TEST_F(PdcamTuning, TellsWhatAFileLacks) {
     EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
     EXPECT_NE(outcome.errors.find(c.message), std::string::npos) << outcome.errors;
   }
+  EXPECT_EQ(Run("focus --tuning " + file + grid).errors, "");
   const std::string empty = Compile(source);
   EXPECT_NE(Run("focus --tuning " + empty).errors.find("no PD tuning for 'Default|Sensor.1'"),
             std::string::npos);

@@ -4,8 +4,11 @@
 #include <nlohmann/json.hpp>
 
 #include "errors.h"
+#include "json_schema.h"
+#include "sensor_fields.h"
 #include "small_dual_sensor.h"
 #include "small_sensor.h"
+#include "support/program.h"
 
 namespace {
 
@@ -57,8 +60,13 @@ TEST(SensorFile, NamesTheFieldThatIsWrong) {
       {"/native/pixels/1", json::array({16, 3, 1}), "'native.pixels[1]': expected [x, y, type]"},
       {"/native/pixels/1", json::array({3, 3, 2}), "'native.pixels[1]'"},
       {"/native/pixels/1", json::array({3, 3}), "'native.pixels[1]'"},
+      {"/native/pixels/3", json::array({3, 2, 1}),
+       "'native.pixels[3]': expected a pixel at a place of its own, found that of pixels[0] again"},
+      {"/buffer/first_pattern/pixels/1", json::array({3, 2, 0}),
+       "'buffer.first_pattern.pixels[1]': expected a pixel at a place of its own"},
       {"/native/pixels/1/2", 0, "'native.pixels': expected as many pixels of type 0"},
-      {"/native/pixels/1/0", 11, "'native.pixels': expected as many columns of type 0"},
+      {"/native/pixels/1", json::array({11, 5, 1}),
+       "'native.pixels': expected as many columns of type 0"},
       {"/native/pixels", json::array(), "'native.pixels': expected an even number"},
       {"/native/colour", 1, "'native.colour': is not known here; expected one of: block, offset"},
       {"/buffer/first_pattern/pixels/0/2", 0, "'buffer.first_pattern.pixels'"},
@@ -81,7 +89,7 @@ TEST(SensorFile, NamesTheFieldThatIsWrong) {
     json description = json::parse(test::kSmallSensor);
     description[json::json_pointer(c.pointer)] = c.value;
     const std::string error = ErrorOf(description.dump());
-    EXPECT_EQ(error.rfind("my.json: ", 0), 0u) << c.pointer << ": " << error;
+    EXPECT_EQ(error.rfind("my.json:1: field ", 0), 0u) << c.pointer << ": " << error;
     EXPECT_NE(error.find(c.message), std::string::npos) << c.pointer << ": " << error;
   }
 }
@@ -124,12 +132,101 @@ TEST(SensorFile, NamesWhatIsWrongWithADualSensor) {
   }
 }
 
-TEST(SensorFile, NamesTheFieldThatIsMissing) {
-  for (const char* field : {"name", "image", "sensor_type", "blocks", "native", "buffer"}) {
-    json description = json::parse(test::kSmallSensor);
-    description.erase(field);
-    EXPECT_NE(ErrorOf(description.dump()).find(field), std::string::npos);
+TEST(SensorFile, NamesTheLine) {
+  struct Case {
+    const char* text;
+    const char* message;
+  };
+  const Case cases[] = {
+      {"{\n\"name\": 1\n}", "my.json:2: field 'name': expected a text"},
+      {"{\n\n\n}", "my.json:1: field 'name': expected a text, found nothing"},
+      {"{\"name\": \"a\",\n\"name\": \"b\"}",
+       "my.json:2: field 'name': stands twice, first in line 1"},
+      {"{\"lens\": {\"travel\":\n[1,\n2],\n\"travel\": [1, 2]}}",
+       "my.json:4: field 'lens.travel': stands twice, first in line 1"},
+      {"{\"a\": [{\"b\": 1}, {\"b\": 1,\n\"b\": 2}]}", "my.json:2: field 'a[1].b': stands twice"},
+      {"{\"name\": \"a\",\n", "my.json:2: expected JSON"},
+      {"[[[[[[[[[[[[[[[[[[[[", "my.json:1: expected values nested at most 16 deep"},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(ErrorOf(c.text).rfind(c.message, 0), 0u) << c.text << ": " << ErrorOf(c.text);
+
+  json description = json::parse(test::kSmallSensor);
+  description["native"]["pixels"][2] = 7;
+  const std::string text = description.dump(1);
+  const size_t line =
+      1 + static_cast<size_t>(std::count(
+              text.begin(), text.begin() + text.find("\"pixels\"", text.find("native")), '\n'));
+  const std::string error = ErrorOf(text);
+  EXPECT_EQ(error.rfind("my.json:" + std::to_string(line) + ": field 'native.pixels[2]'", 0), 0u)
+      << error;
+}
+
+// Every field of a description spoilt in every way that a schema can tell: whatever the reader
+// refuses, the schema refuses, and the other way round.
+TEST(SensorFile, ReaderAndSchemaAgree) {
+  const json schema = json::parse(SensorSchema());
+  const auto agree = [&](const json& description, bool isRight, const std::string& what) {
+    const std::string error = ErrorOf(description.dump());
+    EXPECT_EQ(error == "accepted", isRight) << what << ": " << error;
+    EXPECT_EQ(test::WhyInvalid(schema, description).empty(), isRight)
+        << what << ": " << test::WhyInvalid(schema, description);
+    // The place is that of the field.
+    EXPECT_TRUE(isRight || error.find("field '" + what) != std::string::npos) << error;
+  };
+  for (const EmbeddedSensor& embedded : EmbeddedSensors())
+    agree(json::parse(embedded.json), true, embedded.name);
+  for (const json& whole :
+       {json::parse(test::kSmallSensor),
+        json::parse(test::DualSensorText(R"({"dual": {"offset": {}}, "noise": {}})"))}) {
+    SensorDescription defaults = DescriptionOfDefaults();
+    for (const SensorField& field : SensorFields()) {
+      std::string pointer = std::string("/").append(field.path);
+      std::replace(pointer.begin(), pointer.end(), '.', '/');
+      const json::json_pointer at(pointer);
+      const bool isDual = whole.contains("dual");
+      if (field.of != FieldOf::kAll && isDual != (field.of == FieldOf::kDual)) continue;
+      json spoilt = whole;
+      if (field.isRequired) {
+        spoilt.at(at.parent_pointer()).erase(at.back());
+        agree(spoilt, false, field.path);
+      }
+      const FieldTarget target = field.target(defaults);
+      spoilt = whole;
+      spoilt[at] = field.IsObject() ? json(3) : json::object();
+      agree(spoilt, false, field.path);
+      if (field.IsObject()) {
+        spoilt[at] = whole.contains(at) ? whole[at] : json::object();
+        spoilt[at]["colour"] = 1;
+        agree(spoilt, false, std::string(field.path).append(".colour"));
+      }
+      const bool isFree = field.choices.empty();
+      for (double value : {(isFree ? field.low : field.choices.front()) - 1,
+                           (isFree ? field.high : field.choices.back()) + 1}) {
+        if (std::holds_alternative<int*>(target)) spoilt[at] = static_cast<int>(value);
+        if (std::holds_alternative<double*>(target)) spoilt[at] = value;
+        if (std::holds_alternative<IntegerPair>(target))
+          spoilt[at] = json::array({static_cast<int>(value), static_cast<int>(value)});
+        agree(spoilt, false, field.path);
+      }
+    }
   }
+}
+
+// The page's tables and the schema beside it are what the program prints; its examples work.
+TEST(SensorFile, DocumentsAreUpToDate) {
+  const std::string docs = DOCS_FOLDER;
+  const std::string page = test::ReadFile(docs + "/sensor-descriptions.md");
+  EXPECT_NE(page.find(SensorFieldTables()), std::string::npos);
+  EXPECT_EQ(test::ReadFile(docs + "/sensor-description.schema.json"), SensorSchema());
+  const std::string fence = "```json\n";
+  int examples = 0;
+  for (size_t at = page.find(fence); at != std::string::npos; at = page.find(fence, at + 1)) {
+    const size_t begin = at + fence.size();
+    EXPECT_EQ(ErrorOf(page.substr(begin, page.find("```", begin) - begin)), "accepted");
+    ++examples;
+  }
+  EXPECT_EQ(examples, 2);
 }
 
 TEST(SensorFile, SurvivesDamage) {

@@ -17,7 +17,7 @@ struct PlainCamera : SparseCamera {
   PlainCamera() : SparseCamera(20, 16) {
     setPixels(test::FourColumns(1));
     setRoi(0, 0, 1, 1);
-    setWindows(1, 1, PDLibRoiType(1));
+    setWindows(1, 1, 1);
     tuning.correlation.searchRange = {-16, 16};
     tuning.preProcess.boxFilterLength = 0;
     tuning.preProcess.antiAliasFilterThreshold = 1023;
@@ -132,7 +132,7 @@ TEST(Result, LowestOfEqualMinimaCounts) {
 TEST(Result, OneConfidentWindowOfTheGridIsEnough) {
   for (const int textured : {0, 1, 2}) {
     SparseCamera camera;
-    camera.setWindows(2, 1, PDLibRoiType(1));
+    camera.setWindows(2, 1, 1);
     camera.tuning.postProcess.enableGridOverlap = 0;
     camera.expose([textured](bool, int x, int row) {
       const bool inWindow = textured == (x < 480 ? 0 : 1);

@@ -4,12 +4,12 @@
 #include <cmath>
 #include <string>
 
-#include "flow_fixture.h"
 #include "sparse/pdlib_sparse_wrapper.h"
 #include "sparse_context.h"
+#include "support/flow_run.h"
 
 using test::ConfiguredContext;
-using test::FlowRun;
+using FlowRun = test::SparseRun;
 using test::FourColumns;
 using test::LogCapture;
 using test::SparseCamera;
@@ -39,7 +39,7 @@ void ServeBothAxes(SparseCamera& camera) {
 const SensorCase kSensors[] = {
     {"plain", [](SparseCamera&) {}},
     {"one window, no overlap", [](SparseCamera& c) { c.setWindows(1, 1); }},
-    {"custom ROI", [](SparseCamera& c) { c.setWindows(4, 2, PDLibRoiType(7)); }},
+    {"custom ROI", [](SparseCamera& c) { c.setWindows(4, 2, 7); }},
     {"one pixel a sample", [](SparseCamera& c) { c.setPixels(FourColumns(1)); }},
     {"optimized", [](SparseCamera& c) { c.addExtension("EnableOptimizedSparseParsing"); }},
     {"band pass", [](SparseCamera& c) { c.addExtension("EnableSparsePDAFIIRFilter"); }},
@@ -125,7 +125,7 @@ TEST(Measurement, OverlappingCellsAreSummedByTheStatedIndices) {
   for (const auto& c : cases) {
     LogCapture log(1);
     SparseCamera camera;
-    camera.addExtension("OverlapSumByColumns", c.byColumns ? 1.0f : 2.0f);
+    camera.addExtension("OverlapSumByColumns", {c.byColumns ? 1.0f : 2.0f});
     camera.setWindows(c.columns, c.rows);
     camera.exposeShifted(8);
     const auto expected = ConfiguredContext(camera);
@@ -174,20 +174,6 @@ TEST(Measurement, OverlappingCellsAreSummedByTheStatedIndices) {
           << size << ", result " << i;
     }
   }
-}
-
-// The record holds that many results, and none for their sum.
-TEST(Measurement, AsManyWindowsAsTheRecordHoldsHaveASumWithoutAPlace) {
-  FlowRun run;
-  run.camera.setWindows(20, 10);
-  run.camera.setRoi(0, 0, 1, 1);
-  run.camera.exposeShifted(8);
-  run.output.isPeripheralValid = 0x55;
-  ASSERT_EQ(run.init(), kPDStatusOk);
-  ASSERT_EQ(run.frame(), kPDStatusOk);
-  EXPECT_EQ(run.output.processingResult, kResultStarted);
-  EXPECT_EQ(run.output.isPeripheralValid, 0);
-  EXPECT_NEAR(run.result(kMaxWindows - 1).phaseDiff, -8, kTolerance);
 }
 
 TEST(Measurement, LengthsOfTheFiltersThatDoNotExist) {

@@ -85,14 +85,22 @@ TEST(PixelTables, PixelsOfOneColumnFoldIntoOneSample) {
                     {0, 8, true, 2, 0},
                     {4, 0, false, 3, 0},
                     {4, 4, true, 4, 0},
-                    {4, 4, false, 5, 0}});
+                    {4, 4, false, 5, 0},
+                    {8, 0, true, 6, 0},
+                    {4, 8, false, 7, 0}});
   const auto context = InitialisedContext(camera);
   ASSERT_NE(context, nullptr);
-  EXPECT_EQ(Take(context->leftLast, 3), (Numbers{0, 1, 1}));
-  EXPECT_EQ(Take(context->rightLast, 3), (Numbers{1, 0, 1}));
-  EXPECT_EQ(context->unique_num_L_pixel, 2);
+  EXPECT_EQ(Take(context->leftLast, 4), (Numbers{0, 1, 1, 1}));
+  EXPECT_EQ(Take(context->rightLast, 4), (Numbers{1, 0, 0, 1}));
+  EXPECT_EQ(context->unique_num_L_pixel, 3);
   EXPECT_EQ(context->unique_num_R_pixel, 2);
-  EXPECT_EQ(Take(context->uniqueColumn, 2), (Numbers{0, 4}));
+  EXPECT_EQ(Take(context->uniqueColumn, 3), (Numbers{0, 4, 8}));
+
+  std::vector<PdPixel> all;  // as many as a pattern holds
+  for (uint32_t i = 0; i < kMaxPatternPixels; ++i)
+    all.push_back({i / 16, i % 16, i % 2 == 0, i / 16, i % 16});
+  camera.setPixels(all);
+  EXPECT_NE(InitialisedContext(camera), nullptr);
 }
 
 TEST(PixelTables, OffsetsCountPixelsOfTheBuffer) {

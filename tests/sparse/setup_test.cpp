@@ -5,9 +5,8 @@
 
 #include "frame/pdlib_flow.h"
 #include "frame/pdlib_utils_curve.h"
-#include "sparse/sparse_horizontal_flow.h"
 #include "sparse_context.h"
-#include "support/log_capture.h"
+#include "support/flow_run.h"
 #include "support/pd_tuning.h"
 
 using test::FourColumns;
@@ -42,7 +41,7 @@ TEST(SparseSetup, SearchRangeInSamples) {
     camera.setPixels(pixels);
     camera.init.nativePatternInfo.blockPattern.blockDimension.width = c.blockWidth;
     camera.tuning.correlation.searchRange = {c.from, c.to};
-    camera.addExtension("xCFA_factor", c.factor);
+    camera.addExtension("xCFA_factor", {c.factor});
     LogCapture log;
     const auto context = InitialisedContext(camera);
     ASSERT_NE(context, nullptr);
@@ -104,25 +103,24 @@ TEST(SparseSetup, OtherValuesAreLimited) {
 
 struct Extension {
   const char* name;
-  float value;
+  std::vector<float> values;
   int32_t enabled = 1;
-  uint32_t count = 1;
 };
 
 test::Context WithExtensions(const std::vector<Extension>& extensions) {
   SparseCamera camera;
-  for (const Extension& e : extensions) camera.addExtension(e.name, e.value, e.enabled, e.count);
+  for (const Extension& e : extensions) camera.addExtension(e.name, e.values, e.enabled);
   return InitialisedContext(camera);
 }
 
 TEST(SparseSetup, ExtensionParameters) {
-  const auto set = WithExtensions({{"skipLCRInMonitorAndSmallPD", 1.9f},
-                                   {"skipLCRPDThreshold", 2.5f},
-                                   {"verticalBinningControl", -3.7f},
-                                   {"EnableSparsePDAFIIRFilter", 258.0f},
-                                   {"minimumMeanSADLevel", 70.9f},
-                                   {"LCRParsingMode", 1.0f},
-                                   {"EnableOptimizedSparseParsing", 0.9f}});
+  const auto set = WithExtensions({{"skipLCRInMonitorAndSmallPD", {1.9f}},
+                                   {"skipLCRPDThreshold", {2.5f}},
+                                   {"verticalBinningControl", {-3.7f}},
+                                   {"EnableSparsePDAFIIRFilter", {258.0f}},
+                                   {"minimumMeanSADLevel", {70.9f}},
+                                   {"LCRParsingMode", {1.0f}},
+                                   {"EnableOptimizedSparseParsing", {0.9f}}});
   EXPECT_EQ(set->skipLCRInMonitorAndSmallPD, 1);
   EXPECT_EQ(set->skipLCRPDThreshold, 2.5f);
   EXPECT_EQ(set->verticalBinningControl, -3);
@@ -131,13 +129,21 @@ TEST(SparseSetup, ExtensionParameters) {
   EXPECT_EQ(set->LCRParsingMode, 1);
   EXPECT_FALSE(set->optimizedParsing);  // 0.9 is cut to 0
 
-  EXPECT_EQ(WithExtensions({{"LCRParsingModeOfTomorrow", 5}})->LCRParsingMode, 5);
-  EXPECT_EQ(WithExtensions({{"LCRParsingMod", 5}})->LCRParsingMode, 0);
-  EXPECT_EQ(WithExtensions({{"lcrparsingmode", 5}})->LCRParsingMode, 0);
-  EXPECT_EQ(WithExtensions({{"LCRParsingMode", 5, 2}})->LCRParsingMode, 0);
-  EXPECT_EQ(WithExtensions({{"LCRParsingMode", 5, 0}})->LCRParsingMode, 0);
-  EXPECT_EQ(WithExtensions({{"LCRParsingMode", 5, 1, 0}})->LCRParsingMode, 0);
-  EXPECT_EQ(WithExtensions({{"LCRParsingMode", 5}, {"LCRParsingMode", 6}})->LCRParsingMode, 6);
+  SparseCamera camera;  // entries that the count doesn't reach, and a count without entries
+  camera.addExtension("LCRParsingMode", {5});
+  camera.tuning.extensionParamCount = 0;
+  EXPECT_EQ(InitialisedContext(camera)->LCRParsingMode, 0);
+  camera.tuning.extensionParam = nullptr;
+  camera.tuning.extensionParamCount = 1;
+  EXPECT_EQ(InitialisedContext(camera)->LCRParsingMode, 0);
+
+  EXPECT_EQ(WithExtensions({{"LCRParsingModeOfTomorrow", {5}}})->LCRParsingMode, 5);
+  EXPECT_EQ(WithExtensions({{"LCRParsingMod", {5}}})->LCRParsingMode, 0);
+  EXPECT_EQ(WithExtensions({{"lcrparsingmode", {5}}})->LCRParsingMode, 0);
+  EXPECT_EQ(WithExtensions({{"LCRParsingMode", {5}, 2}})->LCRParsingMode, 0);
+  EXPECT_EQ(WithExtensions({{"LCRParsingMode", {5}, 0}})->LCRParsingMode, 0);
+  EXPECT_EQ(WithExtensions({{"LCRParsingMode", {}}})->LCRParsingMode, 0);
+  EXPECT_EQ(WithExtensions({{"LCRParsingMode", {5}}, {"LCRParsingMode", {6}}})->LCRParsingMode, 6);
 }
 
 TEST(SparseSetup, TuningWithoutSearchRangeIsReplaced) {
@@ -277,14 +283,25 @@ TEST(SparseSetup, CropAndOrientationOfTheSensor) {
   EXPECT_TRUE(log.has("init_sensor_info: pdaf init failed due to invalid ori image dimension\n"));
 }
 
+TEST(SparseSetup, FlowHandsOutItsTuning) {
+  LogCapture log;
+  test::SparseRun run;
+  void* tuning = nullptr;
+  EXPECT_EQ(run.flow->GetTuningData(&tuning), kPDStatusBadInput);  // before Init
+  ASSERT_EQ(run.init(), kPDStatusOk);
+  EXPECT_EQ(run.flow->GetTuningData(nullptr), kPDStatusBadInput);
+  EXPECT_EQ(log.texts(), std::vector<std::string>(2, "null pointer"));
+  EXPECT_EQ(run.flow->GetTuningData(&tuning), kPDStatusOk);
+  EXPECT_EQ(std::memcmp(tuning, &run.camera.tuning, 1024), 0);
+}
+
 TEST(SparseSetup, InvertedOrEmptyRangeFailsSilently) {
   for (const afpdlibelements::tessarinePDRange range :
        {afpdlibelements::tessarinePDRange{8, 8}, afpdlibelements::tessarinePDRange{9, 8}}) {
     LogCapture log(2);
-    SparseCamera camera;
-    camera.tuning.correlation.searchRange = range;
-    SparseHorizontalFlow flow;
-    EXPECT_EQ(flow.Init(&camera.init, &camera.tuning), kPDStatusFlowFailed);
+    test::SparseRun run;
+    run.camera.tuning.correlation.searchRange = range;
+    EXPECT_EQ(run.init(), kPDStatusFlowFailed);
     EXPECT_EQ(log.texts(), std::vector<std::string>{"set init info error"});
   }
 }

@@ -43,20 +43,12 @@ DualCamera::DualCamera() {
   tuning.enablePeripheralWindows = 1;
   tuning.singleWindowProcessingLevel.processingMode = afpdlibelements::tessarinePDProcessingMode(3);
 
-  native().originalImageWidth = native().currentImageWidth = 480;
-  native().originalImageHeight = native().currentImageHeight = 240;
+  setImageSize(480, 240);
   native().horizontalDownscaleFactor = native().verticalDownscaleFactor = 2;
   buffer().isp1BufferWidth = 480;
   buffer().ispBufferHeight = 120;
   buffer().sensorType = kSensorDualPD1;
   setFormat(kBufferUnpacked16);
-  init.pixelDepth = 10;
-  init.actuatorSensitivity = 0.5F;
-  init.calibration = &calibration;
-  init.tuningData = &tuning;
-  param.gain = 1;
-  param.fps = 30;
-  setWindows(3, 3);
   setRoi(0.25F, 0.25F, 0.75F, 0.75F);
   exposeShifted(0);
 }
@@ -81,36 +73,15 @@ void DualCamera::setFormat(uint32_t format) {
   buffer().isp1BufferStride = (format < 3 ? bytes[format] : width) + 12;
 }
 
-void DualCamera::setWindows(uint32_t columns, uint32_t rows, uint32_t roiType) {
-  param.windowConfig.roiType = PDLibRoiType(roiType);
-  param.windowConfig.horizontalWindowCount = columns;
-  param.windowConfig.verticalWindowCount = rows;
-}
-
-void DualCamera::setRoi(float startX, float startY, float endX, float endY) {
-  param.windowConfig.window = {startX, startY, endX, endY};
-}
-
 void DualCamera::setOffsets(float pixels) {
   PDLibOffsetMap& map = calibration.PD_OffsetMap;
   map = {1, {}, calibration.DCC_param.MapWidth, calibration.DCC_param.MapHeight, {}};
   std::fill_n(map.map, kDccMapEntries, pixels);
 }
 
-void DualCamera::addExtension(const char* name, const std::vector<float>& values, int32_t enabled) {
-  extensionNames_.emplace_back(name);
-  extensionValues_.push_back(values);
-  extensions_.push_back({0, extensionNames_.back().data(), enabled,
-                         static_cast<uint32_t>(values.size()), 0, extensionValues_.back().data()});
-  tuning.extensionParam = extensions_.data();
-  tuning.extensionParamCount = static_cast<uint32_t>(extensions_.size());
-}
-
-void DualCamera::startFrame(uint64_t lastLineBytes) {
-  frame.assign(uint64_t{buffer().isp1BufferStride} * (buffer().ispBufferHeight - 1) + lastLineBytes,
-               0);
-  param.PDBuffer = frame.data();
-  param.PDBufferSize = static_cast<int64_t>(frame.size());
+void DualCamera::startFrame(size_t lastLineBytes) {
+  PdCamera::startFrame(size_t{buffer().isp1BufferStride} * (buffer().ispBufferHeight - 1) +
+                       lastLineBytes);
 }
 
 void DualCamera::exposeWords(const std::function<int(uint32_t column, uint32_t row)>& words) {

@@ -1,34 +1,22 @@
 // A small camera with a dual-PD sensor: its records, and frames whose phase difference is known.
 #pragma once
 
-#include <cstdint>
-#include <deque>
-#include <functional>
-#include <string>
-#include <vector>
-
-#include "afpdlibelements.h"
-#include "base/pdlib_common.h"
+#include "support/camera.h"
 
 namespace test {
 
 // 240 by 120 sites in an image of 480 by 240 pixels, two words of 10 bits a site; gains and
 // coefficients that differ by place; 3 by 3 overlapping windows over the middle half; the
 // fallback's search range, -32 to 16 pixels, in which 24 shifts of 2 pixels are tried, every 4
-// lines. Tests change the records before they use them.
-struct DualCamera {
+// lines.
+struct DualCamera : PdCamera {
   DualCamera();
-  DualCamera(const DualCamera&) = delete;  // the records point into the object
-  DualCamera& operator=(const DualCamera&) = delete;
 
   // Blocks of this size with these site types; the buffer keeps its size in sites.
   void setBlock(uint32_t width, uint32_t height, const std::vector<uint32_t>& types);
   void setFormat(uint32_t format);
-  void setWindows(uint32_t columns, uint32_t rows, uint32_t roiType = kRoiDefault);
-  void setRoi(float startX, float startY, float endX, float endY);
   // A PD offset map with this value everywhere.
   void setOffsets(float pixels);
-  void addExtension(const char* name, const std::vector<float>& values, int32_t enabled = 1);
 
   // Writes the frame: sample 0 or 1 of the site at (x, y), in the horizontal layout of the format.
   void expose(const std::function<int(int sample, int x, int y)>& codes);
@@ -37,21 +25,8 @@ struct DualCamera {
   // Writes words in their place, whatever the block.
   void exposeWords(const std::function<int(uint32_t column, uint32_t row)>& words);
 
-  uint32_t imageHeight() const { return init.nativePatternInfo.currentImageHeight; }
-  PDLibSensorNativeInfo& native() { return init.nativePatternInfo; }
-  PDLibDataBufferInfo& buffer() { return init.bufferDataInfo; }
-
-  _pdaf_cal_param_t calibration{};
-  afpdlibelements::tessarinePDLibType tuning{};
-  PDLibInitParam init{};
-  PDLibParam param{};
-  std::vector<uint8_t> frame;  // exactly as large as a flow needs
-
  private:
-  void startFrame(uint64_t lastLineBytes);
-  std::vector<statsglobalelements::statsExtensionParamType> extensions_;
-  std::deque<std::string> extensionNames_;
-  std::deque<std::vector<float>> extensionValues_;
+  void startFrame(size_t lastLineBytes);
 };
 
 }  // namespace test

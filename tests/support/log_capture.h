@@ -15,6 +15,13 @@ inline std::string TextOf(const Orvo::Host::LogLine& line) {
   return line.text.substr(line.text.find("() ") + 3);
 }
 
+// Whether a part of a line of the log that is being captured reads so.
+inline bool IsLogged(const std::string& text) {
+  const auto lines = Orvo::Host::CapturedLog();
+  return std::any_of(lines.begin(), lines.end(),
+                     [&](const auto& line) { return line.text.find(text) != std::string::npos; });
+}
+
 // Captures the log of its life and puts the switches back.
 class LogCapture {
  public:

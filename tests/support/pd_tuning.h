@@ -205,5 +205,11 @@ inline size_t AddPd(TuningFile& file, const PdSource& source, uint32_t modeId,
   file.modules.push_back({"PDLib", kPdVersion, modeId, data, duplicateOf});
   return file.modules.size() - 1;
 }
+// Adds one with an element in each array, which its focus map switch tells from others.
+inline size_t AddNumberedPd(TuningFile& file, uint32_t modeId, int32_t number, int32_t first = 1) {
+  PdSource source(1, first);
+  source.record().enableFocusMaps = number;
+  return AddPd(file, source, modeId);
+}
 
 }  // namespace test

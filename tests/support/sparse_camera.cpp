@@ -62,22 +62,14 @@ SparseCamera::SparseCamera(uint32_t columns, uint32_t rows) {
   tuning.PeripheralProcessing = tuning.singleWindowProcessingLevel;
   tuning.skipControl = {1000, 30};
 
-  init.nativePatternInfo.blockPattern.blockDimension = {kBlock, kBlock};
-  init.nativePatternInfo.bufferFormat = kBufferUnpacked16;
-  init.bufferDataInfo.isp1BlockPattern.blockDimension = {kBlock, kBlock};
-  init.bufferDataInfo.bufferFormat = kBufferUnpacked16;
-  init.bufferDataInfo.sensorType = kSensorSparse2;
+  native().blockPattern.blockDimension =
+      buffer().isp1BlockPattern.blockDimension = {kBlock, kBlock};
+  native().bufferFormat = kBufferUnpacked16;
+  buffer().sensorType = kSensorSparse2;
   init.blackLevel = kBlackLevel;
-  init.pixelDepth = 10;
-  init.actuatorSensitivity = 0.5f;
-  init.calibration = &calibration;
-  init.tuningData = &tuning;
 
-  param.gain = 1.0f;
-  param.fps = 30.0f;
   setBlockCounts(columns, rows);
   setPixels(FourColumns(2));
-  setWindows(3, 3);
   setRoi(0.2f, 0.2f, 0.8f, 0.8f);
   exposeShifted(0);
 }
@@ -97,27 +89,15 @@ void SparseCamera::setPixels(const std::vector<PdPixel>& newPixels) {
 }
 
 void SparseCamera::setBlockCounts(uint32_t columns, uint32_t rows) {
-  PDLibSensorNativeInfo& native = init.nativePatternInfo;
-  const PDLibBlockDimension& block = native.blockPattern.blockDimension;
-  native.horizontalBlockCount = columns;
-  native.verticalBlockCount = rows;
-  native.originalImageWidth = native.currentImageWidth = columns * block.width;
-  native.originalImageHeight = native.currentImageHeight = rows * block.height;
-  native.cropRegion = {0, 0, native.currentImageWidth, native.currentImageHeight};
-  PDLibDataBufferInfo& buffer = init.bufferDataInfo;
-  buffer.isp1BufferWidth = columns * buffer.isp1BlockPattern.blockDimension.width;
-  buffer.isp1BufferStride = buffer.isp1BufferWidth * 2;
-  buffer.ispBufferHeight = rows * buffer.isp1BlockPattern.blockDimension.height;
-}
-
-void SparseCamera::setWindows(uint32_t columns, uint32_t rows, PDLibRoiType roiType) {
-  param.windowConfig.roiType = roiType;
-  param.windowConfig.horizontalWindowCount = columns;
-  param.windowConfig.verticalWindowCount = rows;
-}
-
-void SparseCamera::setRoi(float startX, float startY, float endX, float endY) {
-  param.windowConfig.window = {startX, startY, endX, endY};
+  const PDLibBlockDimension& block = native().blockPattern.blockDimension;
+  native().horizontalBlockCount = columns;
+  native().verticalBlockCount = rows;
+  setImageSize(columns * block.width, rows * block.height);
+  native().cropRegion = {0, 0, columns * block.width, rows * block.height};
+  const PDLibBlockDimension& stored = buffer().isp1BlockPattern.blockDimension;
+  buffer().isp1BufferWidth = columns * stored.width;
+  buffer().isp1BufferStride = buffer().isp1BufferWidth * 2;
+  buffer().ispBufferHeight = rows * stored.height;
 }
 
 void SparseCamera::addSecondProcessor(uint32_t firstBlock, uint32_t overlapPixels) {
@@ -134,15 +114,6 @@ void SparseCamera::addSecondProcessor(uint32_t firstBlock, uint32_t overlapPixel
   buffer.isp2BufferWidth = rightBlocks * kBlock + overlapPixels;
   buffer.isp1BufferStride = buffer.isp1BufferWidth * 2;
   buffer.isp2BufferStride = buffer.isp2BufferWidth * 2;
-}
-
-void SparseCamera::addExtension(const char* name, float value, int32_t enabled, uint32_t count) {
-  extensionNames_.emplace_back(name);
-  extensionValues_.push_back(value);
-  extensions_.push_back(
-      {0, extensionNames_.back().data(), enabled, count, 0, &extensionValues_.back()});
-  tuning.extensionParam = extensions_.data();
-  tuning.extensionParamCount = static_cast<uint32_t>(extensions_.size());
 }
 
 size_t SparseCamera::pixelPosition(uint32_t blockX, uint32_t blockY, const PdPixel& pixel) const {
@@ -165,7 +136,7 @@ void SparseCamera::expose(const std::function<int(bool left, int x, int blockRow
   const PDLibDataBufferInfo& buffer = init.bufferDataInfo;
   const bool wide = buffer.bufferFormat == kBufferUnpacked16;
   const size_t lineBytes = buffer.isp1BufferStride + buffer.isp2BufferStride;
-  frame.assign(lineBytes * buffer.ispBufferHeight, 0);
+  startFrame(lineBytes * buffer.ispBufferHeight);
   for (uint32_t y = 0; y < native.verticalBlockCount; ++y) {
     for (uint32_t x = 0; x < native.horizontalBlockCount; ++x) {
       for (const PdPixel& pixel : pixels) {
@@ -179,8 +150,6 @@ void SparseCamera::expose(const std::function<int(bool left, int x, int blockRow
       }
     }
   }
-  param.PDBuffer = frame.data();
-  param.PDBufferSize = static_cast<int64_t>(frame.size());
 }
 
 void SparseCamera::exposeShifted(int shift) {

@@ -10,7 +10,6 @@ namespace {
 using Failure = Plugin;
 
 TEST_F(Failure, AFlowThatThisVersionLacksFailsClearly) {
-  enter();
   VekPDLib* lib = open(0);
   Camera camera(0);
   camera.tuning.HVControl.PDProcessingAxis = afpdlibelements::tessarinePDAxisControl{1};
@@ -19,35 +18,30 @@ TEST_F(Failure, AFlowThatThisVersionLacksFailsClearly) {
   EXPECT_NE(lib->pPrivate, nullptr);
   EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);  // finds the handle
 
-  const PDLibInputs inputs = camera.inputs(3, 3);
-  EXPECT_EQ(lib->pfnProcess(lib, &inputs, &output_), kPDLibFailed);
+  EXPECT_EQ(process(lib, camera, 3, 3), kPDLibFailed);
   for (int i = 0; i < 9; ++i) EXPECT_EQ(output_.defocusInfo[i].confidence, 1023u);
   EXPECT_EQ(output_.defocusInfo[9].confidence, 0u);
   close(0);
 }
 
 TEST_F(Failure, AFlowWhoseInitFailedStaysSafe) {
-  enter();
   VekPDLib* lib = open(0);
   Camera camera(0);
   camera.createParams.initParam.calibration = nullptr;
   EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibFailed);
-  const PDLibInputs inputs = camera.inputs();
-  EXPECT_EQ(lib->pfnProcess(lib, &inputs, &output_), kPDLibFailed);
+  EXPECT_EQ(process(lib, camera), kPDLibFailed);
   EXPECT_EQ(output_.defocusInfo[3].confidence, 1023u);
   close(0);
   EXPECT_FALSE(std::filesystem::exists(dataFile(0)));
 }
 
 TEST_F(Failure, ARefusedGridLeavesTheOutputAlone) {
-  enter();
-  VekPDLib* lib = open(0);
   const Camera camera(0);
-  ASSERT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
+  VekPDLib* lib = start(camera);
+  ASSERT_NE(lib, nullptr);
   output_.defocusInfo[0].confidence = 4711;
   for (const auto& [columns, rows] : {std::pair{0u, 2u}, {2u, 0u}, {67u, 3u}, {65536u, 65536u}}) {
-    const PDLibInputs inputs = camera.inputs(columns, rows);
-    EXPECT_EQ(lib->pfnProcess(lib, &inputs, &output_), kPDLibFailed);
+    EXPECT_EQ(process(lib, camera, columns, rows), kPDLibFailed);
     EXPECT_EQ(output_.defocusInfo[0].confidence, 4711u);
   }
   close(0);

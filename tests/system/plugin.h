@@ -7,9 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "afpdlibelements.h"
 #include "host/orvo_host.h"
 #include "orvopdlibinterface.h"
+#include "support/log_capture.h"
+#include "support/sparse_camera.h"
 #include "support/temp_folder.h"
 
 namespace test {
@@ -34,21 +35,15 @@ class ParamList {
   PDLibParamList list_{};
 };
 
-// A sparse sensor of 40 by 30 blocks of 16 by 16 pixels, four pairs each: 640 by 480 pixels in 16
-// bits. Left and right see the same texture.
-struct Camera {
+// The sparse camera with 640 by 480 pixels and the records of a session. Left and right see the
+// same texture. Changes of `init` come too late for `createParams`.
+struct Camera : SparseCamera {
   explicit Camera(uint32_t cameraId);
-  Camera(const Camera&) = delete;  // the records point into the object
-  Camera& operator=(const Camera&) = delete;
 
   PDLibInputs inputs(uint32_t columns = 2, uint32_t rows = 2) const;
 
-  static constexpr uint32_t kWidth = 640;
   static constexpr uint32_t kHeight = 480;
-  _pdaf_cal_param_t calibration{};
-  afpdlibelements::tessarinePDLibType tuning{};
   PDLibCreateParams createParams{};
-  std::vector<uint16_t> frame;
 };
 
 // Loads a copy of the library, so that its globals are new in every test; captures the log, and
@@ -60,7 +55,11 @@ class Plugin : public testing::Test {
 
   // Calls the entry and takes the callbacks.
   void enter();
-  VekPDLib* open(uint32_t cameraId);
+  VekPDLib* open(uint32_t cameraId);  // enters first, if need be
+  // Opens the camera and initialises its session.
+  VekPDLib* start(const Camera& camera);
+  // A frame of the camera with so many windows, into `output_`.
+  int process(VekPDLib* lib, const Camera& camera, uint32_t columns = 2, uint32_t rows = 2);
   void close(uint32_t cameraId);
 
   std::filesystem::path dataFile(uint32_t cameraId) const;

@@ -20,16 +20,13 @@ class ProfileSession : public Plugin {
     }
     return count;
   }
-  int processFrame(VekPDLib* lib) {
-    const PDLibInputs inputs = camera_.inputs();
-    return lib->pfnProcess(lib, &inputs, &output_);
-  }
+  int processFrame(VekPDLib* lib) { return process(lib, camera_); }
   Camera camera_{2};
 };
 
 TEST_F(ProfileSession, ListsModulesAndSumsUpInitAndFrames) {
-  VekPDLib* lib = open(2);
-  ASSERT_EQ(lib->pfnInitialize(lib, &camera_.createParams), kPDLibSuccess);
+  VekPDLib* lib = start(camera_);
+  ASSERT_NE(lib, nullptr);
   const std::string prefix = "CID:2 Profile Module";
   EXPECT_EQ(logTexts(),
             (std::vector<std::string>{
@@ -58,8 +55,8 @@ TEST_F(ProfileSession, ListsModulesAndSumsUpInitAndFrames) {
 // block at that moment, so that it goes with the instance only.
 TEST_F(ProfileSession, EndsWithTheFirstCloseAndIsFreedWithTheLast) {
   const uint64_t before = Orvo::Host::Allocations().live;
-  VekPDLib* lib = open(2);
-  ASSERT_EQ(lib->pfnInitialize(lib, &camera_.createParams), kPDLibSuccess);
+  VekPDLib* lib = start(camera_);
+  ASSERT_NE(lib, nullptr);
   ASSERT_EQ(open(2), lib);
   EXPECT_EQ(processFrame(lib), kPDLibSuccess);
   EXPECT_EQ(summaries(), 2u);  // of initialisation and frame
@@ -73,8 +70,8 @@ TEST_F(ProfileSession, EndsWithTheFirstCloseAndIsFreedWithTheLast) {
 }
 
 TEST_F(ProfileSession, BelongsToOneCamera) {
-  VekPDLib* lib = open(2);
-  ASSERT_EQ(lib->pfnInitialize(lib, &camera_.createParams), kPDLibSuccess);
+  VekPDLib* lib = start(camera_);
+  ASSERT_NE(lib, nullptr);
   Camera other(3);
   VekPDLib* otherLib = open(3);
   ASSERT_EQ(otherLib->pfnInitialize(otherLib, &other.createParams), kPDLibSuccess);
@@ -91,8 +88,8 @@ TEST_F(ProfileSession, BelongsToOneCamera) {
 
 TEST_F(ProfileSession, IsDisabledForACameraThatTheFlagsDoNotMean) {
   camera_.createParams.initParam.profileFlags |= 1u << 24 | 3u << 25;
-  VekPDLib* lib = open(2);
-  ASSERT_EQ(lib->pfnInitialize(lib, &camera_.createParams), kPDLibSuccess);
+  VekPDLib* lib = start(camera_);
+  ASSERT_NE(lib, nullptr);
   EXPECT_TRUE(wasLogged("CID:2 Profile PDLIB module enabled:"));
   EXPECT_EQ(processFrame(lib), kPDLibSuccess);
   EXPECT_EQ(summaries(), 0u);

@@ -16,7 +16,6 @@ namespace {
 using Session = Plugin;
 
 TEST_F(Session, IsSharedByCountUntilTheLastClose) {
-  enter();
   VekPDLib* first = open(3);
   ASSERT_NE(first, nullptr);
   EXPECT_EQ(first->instanceCount, 1u);
@@ -41,7 +40,6 @@ struct CloseCase {
 };
 
 TEST_F(Session, OnlyAnActualCloseFreesTheObject) {
-  enter();
   VekPDLib* lib = open(2);
   CloseCase counted[] = {
       {"no override", ParamList().addCamera(1, 2)},
@@ -74,13 +72,11 @@ TEST_F(Session, OnlyAnActualCloseFreesTheObject) {
 }
 
 TEST_F(Session, MeasuresAFrame) {
-  enter();
-  VekPDLib* lib = open(0);
   const Camera camera(0);
-  ASSERT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
+  VekPDLib* lib = start(camera);
+  ASSERT_NE(lib, nullptr);
   EXPECT_EQ(lib->pfnConfigure(lib, nullptr), kPDLibSuccess);
-  const PDLibInputs inputs = camera.inputs();
-  ASSERT_EQ(lib->pfnProcess(lib, &inputs, &output_), kPDLibSuccess);
+  ASSERT_EQ(process(lib, camera), kPDLibSuccess);
   EXPECT_EQ(output_.processingResult, 1u);
   EXPECT_EQ(output_.horizontalWindowCount, 2u);
   EXPECT_EQ(output_.verticalWindowCount, 2u);
@@ -92,14 +88,12 @@ TEST_F(Session, MeasuresAFrame) {
 }
 
 TEST_F(Session, VerboseLogTellsAFrameInOrder) {
-  enter();
-  VekPDLib* lib = open(0);
   Camera camera(0);
   camera.createParams.initParam.logLevel = 2;
-  ASSERT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
-  const PDLibInputs inputs = camera.inputs(1, 1);
+  VekPDLib* lib = start(camera);
+  ASSERT_NE(lib, nullptr);
   Orvo::Host::StartLogCapture();
-  ASSERT_EQ(lib->pfnProcess(lib, &inputs, &output_), kPDLibSuccess);
+  ASSERT_EQ(process(lib, camera, 1, 1), kPDLibSuccess);
   const char* const expected[] = {
       "window configure: type: 0, size: [1, 1], coord: [0.25 0.25 0.75 0.75]",
       "Dump Flag is 0",
@@ -117,7 +111,6 @@ TEST_F(Session, VerboseLogTellsAFrameInOrder) {
 }
 
 TEST_F(Session, RefusesBadArguments) {
-  enter();
   VekPDLib* lib = open(0);
   Camera camera(0);
   PDLibInputs inputs = camera.inputs();
@@ -136,18 +129,15 @@ TEST_F(Session, RefusesBadArguments) {
 }
 
 TEST_F(Session, ACameraIdBeyondTheTablesIsServedWithoutThem) {
-  enter();
   VekPDLib* lib = open(0);
   Camera camera(0xffffffffu);
   camera.createParams.initParam.profileFlags = 1u << 5;
   EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
-  const PDLibInputs inputs = camera.inputs();
-  EXPECT_EQ(lib->pfnProcess(lib, &inputs, &output_), kPDLibSuccess);
+  EXPECT_EQ(process(lib, camera), kPDLibSuccess);
   close(0);
 }
 
 TEST_F(Session, AnswersParameters) {
-  enter();
   VekPDLib* lib = open(0);
   const Camera camera(0);
   PDHwConfig config{};
@@ -186,11 +176,10 @@ TEST_F(Session, AnswersParameters) {
 }
 
 TEST_F(Session, ASecondSessionFindsTheCoreRunning) {
-  enter();
-  VekPDLib* lib = open(1);
   Camera camera(1);
   camera.createParams.initParam.logLevel = 1;
-  ASSERT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
+  VekPDLib* lib = start(camera);
+  ASSERT_NE(lib, nullptr);
   void* handle = lib->pPrivate;
   open(1);
   EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
@@ -198,8 +187,7 @@ TEST_F(Session, ASecondSessionFindsTheCoreRunning) {
   EXPECT_TRUE(wasLogged("PDLib already initialized, IGNORE"));
   close(1);
   EXPECT_TRUE(wasLogged("cameraID 1 instance count 1 skip destroying PD"));
-  const PDLibInputs inputs = camera.inputs();
-  EXPECT_EQ(lib->pfnProcess(lib, &inputs, &output_), kPDLibSuccess);
+  EXPECT_EQ(process(lib, camera), kPDLibSuccess);
   close(1);
 }
 
@@ -211,14 +199,13 @@ std::vector<char> ReadAll(const std::filesystem::path& path) {
 }
 
 TEST_F(Session, LoadsTheFileOfItsOwnCamera) {
-  enter();
   for (const size_t size : {0u, 959u, 960u, 2000u}) {
     std::ofstream(dataFile(6), std::ios::binary) << std::string(size, 'k');
     Orvo::Host::StartLogCapture();
-    VekPDLib* lib = open(6);
     Camera camera(6);
     camera.createParams.initParam.logLevel = 1;
-    EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
+    VekPDLib* lib = start(camera);
+    ASSERT_NE(lib, nullptr);
     EXPECT_TRUE(wasLogged("pFilePath is /var/cache/camera/pdlibdata6.bin"));
     // One that lacks bytes counts as none.
     EXPECT_EQ(wasLogged("Can not load adaptive PDAF data - using defaults"), size < 960);
@@ -229,11 +216,10 @@ TEST_F(Session, LoadsTheFileOfItsOwnCamera) {
 }
 
 TEST_F(Session, AMissingFileIsNoError) {
-  enter();
-  VekPDLib* lib = open(5);
   Camera camera(5);
   camera.createParams.initParam.logLevel = 1;
-  EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
+  VekPDLib* lib = start(camera);
+  ASSERT_NE(lib, nullptr);
   EXPECT_TRUE(wasLogged("pFilePath is /var/cache/camera/pdlibdata5.bin"));
   EXPECT_TRUE(wasLogged("Failed to open the adaptive k data file"));
   EXPECT_TRUE(wasLogged("Can not load adaptive PDAF data - using defaults"));
@@ -270,7 +256,6 @@ TEST_F(Session, CamerasRunSideBySide) {
 }
 
 TEST_F(Session, ThreadsShareOneCameraByCount) {
-  enter();
   VekPDLib* lib = open(0);
   constexpr int kThreads = 4;
   std::latch start(kThreads);

@@ -1,9 +1,7 @@
-// Files with defects: that each is found, and that none does harm.
+// Files with defects: that each is found. That none does harm, the fuzz targets show.
 #include <algorithm>
 #include <cstring>
 
-#include "diff.h"
-#include "listing.h"
 #include "sources.h"
 
 namespace {
@@ -70,13 +68,12 @@ TEST(TessarineDamage, IsFoundAndNamed) {
       {kSectionTable + 4, kData, "section of type 1: it overlaps the one of type 0"},
       {kSectionTable + 2 * 12 + 8, 33, "mode table: its size of 33 is not made of entries of 24"},
       {kSectionTable + 2 * 12 + 8, 32, "mode table: it has no modes"},
+      {kSectionTable + 2 * 12 + 4, 0, "section of type 2: it begins at byte 0"},
       {kSectionTable + 3 * 12 + 8, 79, "data table: its size of 79 is not made of entries of 16"},
       {kSymbols, 0, "module 0: IDs go from 1 to 3 here"},
       {kSymbols, 4, "module 4: IDs go from 1 to 3 here"},
       {kSymbols, 2, "module 2: it is given twice"},
-      {kSymbols + 60 + 4, 0x6261FF,
-       "module 2 \xFF"
-       "ab: its name is no text"},
+      {kSymbols + 60 + 4, 0x6261FF, "module 2 \\xffab: its name is no text"},
       {kSymbols + 44, 7, "module 1 tessarinePDLib: its mode 7 is not there"},
       {kSymbols + 44, 2, "mode 2: it has a second module tessarinePDLib"},
       {kSymbols + 40, 1, "module 1 tessarinePDLib: its version 9.0.1 is not the library's, 9.0.0"},
@@ -96,7 +93,7 @@ TEST(TessarineDamage, IsFoundAndNamed) {
       {kFirstMode + 24 + 16, 9, "mode 1: its link 9 is not in the table"},
       {kFirstMode + 24 + 12, 1, ""},  // a part of its own, which links may lead to
       {kFirstMode + 24 + 16, 1, "mode 1 Usecase.Video: its links form a cycle"},
-      {kFirstMode + 24 + 4, 0x30002, "mode 2 Usecase.ZSL: it is never found"},
+      {kFirstMode + 24 + 4, 0x30002, ""},  // a mode beside it is the same
       {kObjects, 0, "object 0: IDs go from 1 to 5 here"},
       {kObjects + 4, 5000, "object 1: its data reach past the data section"},
       {kObjects + 12, 2, "object 1: it repeats object 2, which holds other data"}};
@@ -109,6 +106,7 @@ TEST(TessarineDamage, IsFoundAndNamed) {
                                                          << defects;
     EXPECT_EQ(defects.empty(), *c.defect == 0) << defects;
   }
+  for (size_t size : {0, 1, 4, 5, 28, 40, 167}) EXPECT_NE(DefectsOf(Bytes(size, 'Z')), "") << size;
 }
 
 TEST(TessarineDamage, IsFoundAllAtOnce) {
@@ -132,35 +130,6 @@ TEST(TessarineDamage, OfNamesIsFound) {
                                ": its name begins with the prefix that files leave out\n";
     EXPECT_EQ(DefectsOf(WriteFile(model)), std::strlen(type) > 9 ? defect : "");
   }
-}
-
-// Whatever stands in a file, it is read within its bounds and can be listed and compared.
-TEST(TessarineDamage, DoesNoHarm) {
-  std::mt19937 generator(3);
-  const auto random = [&] { return static_cast<uint32_t>(generator()); };
-  size_t unnoticed = 0;
-  for (const char* format : test::kFormats) {
-    const Bytes sound = FileOf(format);
-    const Model model = ReadFile(sound).model;
-    for (int run = 0; run < 60; ++run) {
-      Bytes file = sound;
-      for (uint32_t i = 1 + random() % 3; i > 0; --i) {
-        const uint32_t values[] = {0, 1, 3, 0xFF, 0xFFFF, 0x7FFFFFFF, 0xFFFFFFFF, random()};
-        Put(file, random() % (file.size() - 8), values[random() % 8]);
-      }
-      if (run % 3 == 0) file.resize(random() % (file.size() + 1));
-      if (run % 2 == 0 && file.size() >= 4) CloseAgain(file);
-      const FileReading reading = ReadFile(file);
-      if (reading.defects.empty()) ++unnoticed;  // it changed a value
-      if (reading.model.modes.empty()) continue;
-      ListText(reading.model, {});
-      ListText(reading.model, {ParseBranch("Default|Usecase.ZSL|Scene.Night"), ""});
-      Print(ListJson(reading.model, {}));
-      for (const Difference& difference : Compare(model, reading.model)) Print(ToJson(difference));
-    }
-  }
-  EXPECT_LT(unnoticed, 9u * 60 / 2);
-  for (size_t size : {0, 1, 4, 5, 28, 40, 167}) EXPECT_NE(DefectsOf(Bytes(size, 'Z')), "") << size;
 }
 
 // Two thousand patterns that all name one object of twenty thousand lines take no more time and

@@ -42,6 +42,12 @@ class LibraryLink : public testing::Test {
     std::ofstream(Path(name), std::ios::binary) << content;
     return Path(name);
   }
+  // Waits until another program has written something to it.
+  bool HasFile(const std::string& name) const {
+    for (int i = 0; i < 1000 && test::ReadFile(Path(name)).empty(); ++i)
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    return !test::ReadFile(Path(name)).empty();
+  }
   Outcome Run(const std::string& arguments) const {
     return test::RunProgram(TESSARINE_PROGRAM, arguments, Path("errors"));
   }
@@ -77,12 +83,18 @@ constexpr const char* kTuning = R"({"tag": "test", "modes": [{"mode": "Default",
 
 TEST_F(LibraryLink, AnswersEachQuestion) {
   Load(test::FromSource(kTuning));
+  for (const char* list : {"active", "controls", "triggers"}) {
+    const Outcome none = Link(list);
+    EXPECT_EQ(none.output, "");
+    EXPECT_EQ(none.errors.find("tessarine: "), 0u) << list;
+    EXPECT_EQ(none.status, 0);
+  }
   manager_.SetControlValue({3, 7});
   manager_.SetTriggerValue({4, 0.5});
   struct Case {
     const char* arguments;
     int status;
-    const char* found;  // in what goes to standard output, or after a failure to standard error
+    const char* found;  // in what goes to standard output or error
   };
   const Case cases[] = {
       {"info", 0, "\ntag \"test\"\ninstance 0x"},
@@ -91,11 +103,13 @@ TEST_F(LibraryLink, AnswersEachQuestion) {
       {"modes 'Default|Usecase.Video' --json", 0,
        R"("modes": ["Default|Usecase.Video", "Default|Usecase.Video|Scene.Night"])"},
       {"modes 'Default|Scene.Snow'", 1, "the device has no mode Scene.Snow below Default"},
-      {"modes Defalt", 2, "Defalt"},
+      {"modes Defalt", 2, "found 'Defalt'; did you mean 'Default'?"},
+      {"modes 'Default|Usecase.Vidio'", 2, "did you mean 'Usecase.Video'?"},
+      {"wach Default", 2, "there is no command 'wach'; did you mean 'watch'?"},
+      {"apply /nosuch/x", 3, "/nosuch/x: there is no such file"},
       {"modules 'Default|Usecase.Video|Scene.Night'", 0,
        "tessarinePDLib from Default|Usecase.Video\n"},
       {"modules 'Default|Sensor.1'", 0, "abf34_ife from Default\n"},
-      {"active", 0, ""},
       {"controls", 0, "3=7\n"},
       {"triggers --json", 0, R"({"triggers": ["4=0.500000"]})"},
       {"custom 0a0b", 0, "result 0\n"},
@@ -117,18 +131,25 @@ TEST_F(LibraryLink, AnswersEachQuestion) {
       {"get Default abf34_ife", 1, "abf34_ife: its fields are not known to the device"},
       {"get Default 'a:b'", 2, "joined by '.'"},
       {"save Default abf34_ife -o /nosuch/x", 1, "its fields are not known to the device"},
-      {"save Default tessarinePDLib -o /nosuch/x", 3, "can be written"},
+      {"save Default tessarinePDLib -o /nosuch/x", 3, "no file can be made beside it"},
       {"watch Default tessarinePDLib preProcess.boxFilterLength --count 2 --every 0.01", 0,
        " s  preProcess.boxFilterLength = 4\n"},
       {"watch Default tessarinePDLib nosuch --count 2", 1, "has no field 'nosuch'"},
+      {"get 'Default|Usecase.Video|Scene.Snow' tessarinePDLib.skipControl.maxFrameRate", 0,
+       "the values are those of Default|Usecase.Video"},
+      {"set 'Default|Usecase.ZSL' tessarinePDLib enableFocusMaps=1", 1,
+       "the device has no mode Usecase.ZSL below Default"},
+      {"set Usecase.Video tessarinePDLib enableFocusMaps=1", 1,
+       "a branch starts with Default, not with Usecase.Video"},
       {"set Default tessarinePDLib boxFilterLength", 2, "FIELD=VALUE"},
       {"set Default tessarinePDLib 'a=1;b=2'", 2, "without ';'"}};
   for (const Case& c : cases) {
     const Outcome outcome = Link(c.arguments);
     EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
-    const std::string& text = c.status == 0 ? outcome.output : outcome.errors;
+    const std::string text = outcome.output + outcome.errors;
     EXPECT_NE(text.find(c.found), std::string::npos) << c.arguments << "\n" << text;
   }
+  EXPECT_EQ(manager_.GetValueChangeCount(), 0u);
 }
 
 // Sends the bytes back, the last one first.
@@ -157,6 +178,7 @@ TEST_F(LibraryLink, TellsWhatADeviceMakesOfAChange) {
     const char* arguments;  // behind the branch and the module
     int status;
     const char* output;
+    const char* errors = "";
   };
   const Case cases[] = {
       {" preProcess.boxFilterLength=2", 0, "tessarinePDLib.preProcess.boxFilterLength = 2\n"},
@@ -167,7 +189,21 @@ TEST_F(LibraryLink, TellsWhatADeviceMakesOfAChange) {
        "tessarinePDLib.postProcess.biasVectorStrength = 0.1000000015\n"},
       {" 'extensionParam[0].data=1,2,3' 'extensionParam[0].data[1]=8'", 0,
        "tessarinePDLib.extensionParam[0].data = 1,2,3\n"
-       "tessarinePDLib.extensionParam[0].data[1] = 8\n"},
+       "tessarinePDLib.extensionParam[0].data[1] = 8\n",
+       "tessarine: tessarinePDLib.extensionParam[0].data: its array is one with that of "
+       "Default|Usecase.Video, and has changed there too\n"
+       "tessarine: tessarinePDLib.extensionParam[0].data[1]: its array is one with that of "
+       "Default|Usecase.Video, and has changed there too\n"},
+      {".gridProcessingLevel processingMode=6 processingMode=0", 0,
+       "tessarinePDLib.gridProcessingLevel.processingMode = 6\n"
+       "tessarinePDLib.gridProcessingLevel.processingMode = 0\n",
+       "tessarine: tessarinePDLib.gridProcessingLevel.processingMode: 6 is no value of "
+       "tessarinePDProcessingMode, which has 0 to 5; 'link save' writes 0 instead\n"},
+      {".postProcess biasVectorStrength=0.00000000004 temporalFilterStaticWeight=0.0", 0,
+       "tessarinePDLib.postProcess.biasVectorStrength = 0\n"
+       "tessarinePDLib.postProcess.temporalFilterStaticWeight = 0\n",
+       "tessarine: tessarinePDLib.postProcess.biasVectorStrength: the device shows 0.00000000004 "
+       "as 0, for it shows ten decimals; 'link save' writes 0\n"},
       {" correlation.searchRange.to=3000000000 correlation.searchRange.from=-1", 1,
        "tessarinePDLib.correlation.searchRange.to = 2147483647, not the 3000000000 that was asked "
        "for\ntessarinePDLib.correlation.searchRange.from = -1\n"},
@@ -181,14 +217,16 @@ TEST_F(LibraryLink, TellsWhatADeviceMakesOfAChange) {
     const Outcome outcome = Link("set Default tessarinePDLib" + std::string(c.arguments));
     EXPECT_EQ(outcome.output, c.output);
     EXPECT_EQ(outcome.status, c.status) << c.arguments;
-    EXPECT_EQ(outcome.errors, "");
+    EXPECT_EQ(outcome.errors, c.errors);
   }
   const TuningMode branch[] = {{0, 0}};
   const auto* record = manager_.GetModule_tessarinePDLib(branch, 1, nullptr);
   EXPECT_EQ(record->preProcess.boxFilterLength, 4);
   EXPECT_EQ(record->extensionParam[0].data[1], 8.0F);
-  const Outcome shared = Link("set 'Default|Sensor.1' tessarinePDLib enableFocusMaps=1 --json");
+  const Outcome shared = Link(
+      "set 'Default|Sensor.1' tessarinePDLib enableFocusMaps=1 'extensionParam[0].ID=6' --json");
   EXPECT_EQ(json::parse(shared.output)["from"], "Default");
+  EXPECT_EQ(json::parse(shared.output)["elsewhere"][0]["mode"], "Default|Usecase.Video");
   EXPECT_EQ(record->enableFocusMaps, 1);
   EXPECT_NE(Link("set 'Default|Sensor.1' tessarinePDLib enableFocusMaps=0")
                 .errors.find("come from Default, and have changed there"),
@@ -243,6 +281,7 @@ TEST_F(LibraryLink, SavesAllButWhatNoTextHolds) {
       {"postProcess": {"biasVectorStrength": "0x7fc00000", "temporalFilterStaticWeight": 0.0001},
        "preProcess": {"boxFilterLength": 2},
        "extensionParam": [{"Name": "n", "data": [1, "0x7f800000", 3]}]}}}}]})"));
+  EXPECT_EQ(Link("set Default tessarinePDLib gridProcessingLevel.processingMode=6").status, 0);
   const Outcome outcome = Link("save Default tessarinePDLib -o " + Path("saved.json"));
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(
@@ -251,8 +290,11 @@ TEST_F(LibraryLink, SavesAllButWhatNoTextHolds) {
       "that fits; 0 is written\n"
       "tessarine: tessarinePDLib.extensionParam[0].data[1]: the device gives no value that "
       "fits; 0 is written\n"
+      "tessarine: tessarinePDLib.gridProcessingLevel.processingMode: 6 is no value of "
+      "tessarinePDProcessingMode, which has 0 to 5; 0 is written\n"
       "tessarine: tessarinePDLib.postProcess.temporalFilterStaticWeight: the device tells ten "
       "decimals; its value may be another one near\n");
+  EXPECT_EQ(Run("compile " + Path("saved.json") + " -o " + Path("saved.bin")).status, 0);
   const json values = json::parse(
       test::ReadFile(Path("saved.json")))["modes"][0]["modules"]["tessarinePDLib"]["values"];
   EXPECT_EQ(values["preProcess"]["boxFilterLength"], 2);
@@ -296,6 +338,14 @@ TEST_F(LibraryLink, AppliesWhatDiffersAndNothingElse) {
            "2.0, -0.1]\n"
            "5 differences, nothing was sent\n",
        "", 0},
+      {"a branch that is not there", later, "--mode 'Default|Usecase.ZSL'", 1,
+       "Default|Usecase.ZSL tessarinePDLib.correlation.searchRange.to: 9 -> 12\n"
+       "Default|Usecase.ZSL tessarinePDLib.extensionParam[0].data: [0.5, 2.0, -3.0] -> [0.5, 2.0, "
+       "-0.1]\n"
+       "2 differences, 0 of 0 sent values taken\n",
+       "tessarine: the device has no mode Usecase.ZSL below Default; the nearest name is "
+       "'Usecase.Video'\n",
+       0},
       {"one branch", later, "--mode 'Default|Sensor.1'", 0,
        "Default|Sensor.1 tessarinePDLib.correlation.searchRange.to: 9 -> 12\n"
        "Default|Sensor.1 tessarinePDLib.extensionParam[0].data: [0.5, 2.0, -3.0] -> [0.5, 2.0, "
@@ -366,6 +416,34 @@ TEST_F(LibraryLink, AppliesWhatDiffersAndNothingElse) {
   EXPECT_EQ(Link("apply " + Write("bad.json", "{")).status, 3);
 }
 
+// The stored length of a text may count its NUL, which no device tells.
+TEST_F(LibraryLink, TakesATextForTheSameUpToItsNul) {
+  const std::string source = R"({"modes": [{"mode": "Default", "modules": {"tessarinePDLib":
+      {"values": {"parameter_version": {"revision": "r1\u0000"}}}}}]})";
+  Load(test::FromSource(source));
+  const Outcome outcome = Link("apply " + Write("source.json", source));
+  EXPECT_EQ(outcome.status, 0) << outcome.output << outcome.errors;
+}
+
+TEST_F(LibraryLink, IsFreeForOthersWhileItIsWatched) {
+  Load(test::FromSource(kTuning));
+  const std::string field = " Default tessarinePDLib preProcess.boxFilterLength";
+  Outcome watched{};
+  std::thread watching([&] {
+    watched = test::RunProgram(
+        TESSARINE_PROGRAM,
+        "link" + Port() + "watch" + field + " --count 2 --every 4 >" + Path("samples"),
+        Path("watched"));
+  });
+  EXPECT_TRUE(HasFile("samples"));
+  EXPECT_EQ(Link("set" + field + "=2 --timeout 3").status, 0);
+  watching.join();
+  EXPECT_EQ(watched.status, 0) << watched.errors;
+  const std::string samples = test::ReadFile(Path("samples"));
+  EXPECT_NE(samples.find("Length = 4\n"), std::string::npos) << samples;
+  EXPECT_NE(samples.find("Length = 2\n"), std::string::npos) << samples;
+}
+
 // One client at a time: another is connected, and waits.
 TEST_F(LibraryLink, ServesTheNextToolWhenTheFirstHasGone) {
   Load(test::FromSource(kTuning));
@@ -408,11 +486,8 @@ TEST_F(LibraryLink, IsServedFromAFile) {
     served = Run("serve " + Path("tuning.bin") + " --seconds 60 --port-file " + Path("port") +
                  " & echo $! >" + Path("process") + "; wait $!");
   });
-  std::string port;
-  for (int i = 0; i < 1000 && port.empty(); ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    port = test::ReadFile(Path("port"));
-  }
+  EXPECT_TRUE(HasFile("port"));
+  const std::string port = test::ReadFile(Path("port"));
   const Outcome applied = test::RunProgram(
       TESSARINE_PROGRAM,
       "link apply " TESSARINE_TUNING " --port " + port.substr(0, port.find('\n')), Path("applied"));
@@ -430,7 +505,9 @@ TEST_F(LibraryLink, IsServedFromAFile) {
   EXPECT_NE(cut.errors.find("cut.bin: expected a tuning file that the library loads: "),
             std::string::npos)
       << cut.errors;
-  EXPECT_EQ(Run("serve /nosuch/file").status, 3);
+  const Outcome missing = Run("serve /nosuch/file");
+  EXPECT_EQ(missing.errors, "tessarine: /nosuch/file: there is no such file\n");
+  EXPECT_EQ(missing.status, 3);
   EXPECT_EQ(Run("serve " + Path("tuning.bin") + " --port-file /nosuch/folder/x").status, 3);
 }
 

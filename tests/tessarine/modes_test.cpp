@@ -81,8 +81,8 @@ TEST(TessarineModes, GiveABranchTheDeepestModuleOfEachName) {
       {"Default|Usecase.Video", 0x05, "Default|Usecase.Video"},
       {"Default|Usecase.Video|Scene.Night", 0x04, "Default|Usecase.Video|Scene.Night"},
       // A link borrows modules and children.
-      {"Default|Usecase.ZSL", 0x01, "Default|Usecase.ZSL"},
-      {"Default|Usecase.ZSL|Scene.Night", 0x01, "Default|Usecase.ZSL"},
+      {"Default|Usecase.ZSL", 0x01, "Default|Usecase.Preview"},
+      {"Default|Usecase.ZSL|Scene.Night", 0x01, "Default|Usecase.Preview"},
       {"Default|Usecase.ZSL|Usecase.Snapshot", 0x02, "Default|Usecase.Preview|Usecase.Snapshot"},
       // The first step is the root, whatever it says.
       {"Scene.Snow|Usecase.Preview", 0x01, "Default|Usecase.Preview"}};

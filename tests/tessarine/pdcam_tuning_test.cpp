@@ -1,65 +1,13 @@
 // The tuning that comes with the tool gives each simulated sensor what the simulated camera passes.
-#include <bit>
-#include <tuple>
-#include <type_traits>
-
 #include "files.h"
-#include "leaves.h"
 #include "library_records.h"
-#include "record_tables.h"
 #include "sources.h"
+#include "support/pd_tuning.h"
+#include "tuningsetmanager.h"
 
 namespace {
 
 using namespace tessarine;
-
-// A record of the library as a value, walked by the tables beside the records.
-Value ToValue(int32_t number) {
-  return Value{std::bit_cast<uint32_t>(number), {}, {}};
-}
-Value ToValue(float number) {
-  return Value{std::bit_cast<uint32_t>(number), {}, {}};
-}
-Value ToValue(char* text) {
-  return Value{0, text == nullptr ? "" : text, {}};
-}
-template <class Enum>
-requires std::is_enum_v<Enum> Value ToValue(Enum number) {
-  return Value{static_cast<uint32_t>(number), {}, {}};
-}
-
-template <class Record>
-requires std::is_class_v<Record> Value ToValue(const Record& record);
-
-template <class Element>
-Value ListValue(const Element* elements, size_t count) {
-  Value list;
-  for (size_t i = 0; i < count; ++i) list.parts.push_back(ToValue(elements[i]));
-  return list;
-}
-template <class Record, class Member>
-Value FieldValue(const Record& record, const tuning::Field<Record, Member>& field) {
-  if constexpr (std::is_array_v<Member>)
-    return ListValue(record.*field.member, std::extent_v<Member>);
-  else
-    return ToValue(record.*field.member);
-}
-template <class Record, class Member>
-Value FieldValue(const Record& record, const tuning::EnumField<Record, Member>& field) {
-  return ToValue(record.*field.member);
-}
-template <class Record, class Element>
-Value FieldValue(const Record& record, const tuning::ArrayField<Record, Element>& field) {
-  return ListValue(record.*field.elements, record.*field.count);
-}
-template <class Record>
-requires std::is_class_v<Record> Value ToValue(const Record& record) {
-  Value value;
-  std::apply(
-      [&](const auto&... fields) { (value.parts.push_back(FieldValue(record, fields)), ...); },
-      TableOf<Record>::kFields);
-  return value;
-}
 
 // The mode that is named after a sensor.
 const Mode* ModeOf(const Model& model, const std::string& sensor) {
@@ -70,26 +18,24 @@ const Mode* ModeOf(const Model& model, const std::string& sensor) {
 
 TEST(PdcamTuning, GivesEachSensorWhatTheSimulatedCameraPasses) {
   const Model source = ReadSource(LoadText(TESSARINE_TUNING), TESSARINE_TUNING);
-  const Model file = test::FromFile(WriteFile(source));
-  const ModeTree tree(file);
+  const Bytes file = WriteFile(source);
+  TuningSetManager manager;
+  ASSERT_TRUE(manager.LoadBinaryParameters(file.data(), file.size()));
+  afpdlibelements::tessarinePDLibType* found = nullptr;
   for (const simcam::EmbeddedSensor& embedded : simcam::EmbeddedSensors()) {
     const simcam::SensorDescription sensor = simcam::LoadSensor(embedded.name);
     const simcam::TuningRecord record(sensor.tuning, sensor.HasVerticalViews());
     const Mode* mode = ModeOf(source, embedded.name);
     ASSERT_NE(mode, nullptr) << embedded.name;
     EXPECT_EQ(mode->key.subMode, sensor.tuningMode) << embedded.name;
-    const auto inForce = tree.InForce({ModeKey{}, mode->key});
-    ASSERT_EQ(inForce.size(), 1u);
-    Module passed = *inForce[0].module;
-    passed.value = ToValue(record.Get());
-    const std::vector<Leaf> expected = LeavesOf(passed);
-    const std::vector<Leaf> found = LeavesOf(*inForce[0].module);
-    ASSERT_EQ(found.size(), expected.size()) << embedded.name;
-    for (size_t i = 0; i < found.size(); ++i) {
-      EXPECT_EQ(found[i].path, expected[i].path) << embedded.name;
-      EXPECT_EQ(found[i].value, expected[i].value) << embedded.name << " " << found[i].path;
-    }
+    const TuningMode branch[] = {{0, 0}, {mode->key.mode, mode->key.subMode}};
+    found = manager.GetModule_tessarinePDLib(branch, 2, found);
+    ASSERT_NE(found, nullptr) << embedded.name;
+    EXPECT_EQ(test::NumberOf(*found), test::NumberOf(record.Get()))
+        << embedded.name << "\n"
+        << test::DescribeSet(*found) << test::DescribeSet(record.Get());
   }
+  found->Release();
 }
 
 TEST(PdcamTuning, TellsTheSimulatedCameraItsChoices) {
@@ -102,7 +48,7 @@ TEST(PdcamTuning, TellsTheSimulatedCameraItsChoices) {
     const bool isVertical = sensor.HasVerticalViews();
     const simcam::TuningRecord passed(choices, isVertical);
     const simcam::TuningRecord again(simcam::ChoicesOf(passed.Get()), isVertical);
-    EXPECT_EQ(ToValue(again.Get()), ToValue(passed.Get())) << embedded.name;
+    EXPECT_EQ(test::NumberOf(again.Get()), test::NumberOf(passed.Get())) << embedded.name;
   }
 }
 

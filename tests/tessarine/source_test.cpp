@@ -92,7 +92,7 @@ TEST(TessarineSource, TellsWhereAndWhatIsWrong) {
       {"{\"layout\": {\"modeTable\": false}, \"modes\": [{\"mode\": \"0\", \"flags\": 1}]}",
        "has the mode Default alone, and plain"},
       {"{\"modes\": [{\"mode\": \"Usecases.Video\"}]}",
-       "found 'Usecases.Video'; the nearest name is 'Usecase'"},
+       "found 'Usecases.Video'; did you mean 'Usecase.Video'?"},
       {"{\"modes\": [{\"mode\": \"0\", \"modes\": [{\"mode\": \"2.1\"}, {\"mode\": "
        "\"Usecase.Snapshot\"}]}]}",
        "Default|Usecase.Snapshot: the mode is given twice"},

@@ -74,6 +74,7 @@ class ModelMaker {
     if (format.HasTexts()) model.tag = Text(64);
     if (format.HasFlags()) model.flags = Below(2) * (uint64_t{1} << 63 | 5);
     if (format.HasModeText()) model.modeText = "modes";
+    if (format.HasDataTable()) model.hasDataTable = Below(3) != 0;
     model.sharesEqual = Below(4) != 0 || !format.HasDuplicates();
     const uint32_t count = 1 + Below(6);
     for (uint32_t id = 0; id < count; ++id) {

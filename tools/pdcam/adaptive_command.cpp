@@ -92,7 +92,7 @@ void AddAdaptiveCommand(CLI::App& app, int& status) {
       "  pdcam adaptive show pdlibdata0.bin\n"
       "  pdcam adaptive show pdlibdata0.bin --json\n"
       "  pdcam adaptive check pdlibdata0.bin");
-  CLI::App* show = command->add_subcommand("show", "Medians and histories of all cells");
+  CLI::App* show = AddCommand(*command, "show", "Medians and histories of all cells");
   show->add_option("file", options->path, "The file, 960 bytes")->required();
   show->add_flag("--json", options->isJson, "As JSON");
   show->add_option("--filter-size", options->filterSize,
@@ -101,8 +101,8 @@ void AddAdaptiveCommand(CLI::App& app, int& status) {
   show->footer("Example:\n  pdcam adaptive show phone/var/cache/camera/pdlibdata0.bin");
   show->callback(
       [options, &status] { status = Show(options->path, options->isJson, options->filterSize); });
-  CLI::App* check = command->add_subcommand(
-      "check", "Exit status 1, and the places, if there are coefficients that can't be");
+  CLI::App* check = AddCommand(
+      *command, "check", "Exit status 1, and the places, if there are coefficients that can't be");
   check->add_option("file", options->path, "The file, 960 bytes")->required();
   check->footer("Example:\n  pdcam adaptive check phone/var/cache/camera/pdlibdata0.bin");
   check->callback([options, &status] { status = Check(options->path); });

@@ -2,16 +2,17 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <csignal>
 #include <cstdio>
 #include <thread>
 
-#include "focus_batch.h"
+#include "batch_command.h"
+#include "csv_output.h"
 #include "focus_run.h"
 #include "json_output.h"
 #include "options.h"
 #include "report.h"
 #include "report_page.h"
+#include "stop.h"
 
 namespace pdcam {
 namespace {
@@ -27,8 +28,6 @@ struct Options {
   OutputOptions output;
   BatchOptions batch;
   simcam::FocusSettings focus;
-  double startCode = 0;
-  bool hasStartCode = false;
   int cameras = 1;
   std::string secondSensor;
   bool hasPeripheral = true;
@@ -81,6 +80,7 @@ std::unique_ptr<FocusRun> OpenCamera(const Options& options, const Device& devic
   options.camera.Fit(sensor, settings);
   settings.cameraId = static_cast<uint32_t>(camera);
   settings.seed += static_cast<uint64_t>(camera);
+  WarnOfWindows(sensor, settings);
   return std::make_unique<FocusRun>(device.Library(), sensor, settings, options.focus);
 }
 
@@ -91,13 +91,14 @@ std::vector<FocusResult> RunCameras(const Options& options, const Device& device
     runs.push_back(OpenCamera(options, device, camera));
   Progress progress;
   while (!runs.front()->IsDone())
-    for (const auto& run : runs) progress.Show(ProgressText(run->Step(), options.focus.frames));
+    for (const auto& run : runs) {
+      ThrowIfStopped();
+      progress.Show(ProgressText(run->Step(), options.focus.frames));
+    }
   std::vector<FocusResult> results;
   for (const auto& run : runs) results.push_back(run->Result());
   return results;
 }
-
-volatile std::sig_atomic_t isStopWanted = 0;
 
 // What a reader wants to see of a camera that runs on: how it comes into focus, what a change
 // brings about, and now and then that it still runs.
@@ -117,31 +118,39 @@ class LiveTable {
   int shownTo_ = 0;
 };
 
+// Tells when the library begins to refuse the tuning.
+class RefusalLine {
+ public:
+  void Show(const std::string& refusal) {
+    if (refusal != shown_ && !refusal.empty())
+      std::fprintf(stderr, "pdcam: %s; frames fail until its tuning is changed\n", refusal.c_str());
+    shown_ = refusal;
+  }
+
+ private:
+  std::string shown_;
+};
+
 // In real time, with the live link up, until all frames have run or somebody stops it.
 std::vector<FocusResult> RunLinked(const Options& options, const Device& device) {
   const auto run = OpenCamera(options, device, 0);
-  std::fprintf(stderr, "live link on port %u: try 'tessarine link info'; Ctrl-C ends\n",
-               options.camera.File()->LinkPort());
-  for (int signal : {SIGINT, SIGTERM}) std::signal(signal, [](int) { isStopWanted = 1; });
+  const unsigned port = options.camera.File()->LinkPort();
+  std::fprintf(stderr, "live link on port %u: try 'tessarine link --port %u info'; Ctrl-C ends\n",
+               port, port);
   if (!options.output.isJson) PrintHead(run->Sensor(), run->Settings());
   const double frameRate = options.camera.settings.frameRate;
   LiveTable table(frameRate);
+  RefusalLine refusalLine;
   auto due = std::chrono::steady_clock::now();
-  while (!run->IsDone() && isStopWanted == 0) {
+  while (!run->IsDone() && !IsStopWanted()) {
     const FocusFrame& frame = run->Step();
+    refusalLine.Show(run->Refusal());
     if (!options.output.isJson) table.Show(frame);
     due += std::chrono::microseconds(std::lround(1e6 / frameRate));
     std::this_thread::sleep_until(due);
   }
+  TakeStopForDone();
   return {run->Result()};
-}
-
-// "focus.html" of camera 1 is "focus-1.html".
-std::string PathOf(const std::string& path, size_t camera) {
-  if (camera == 0) return path;
-  const size_t dot = path.find_last_of("./");
-  const size_t at = dot == std::string::npos || path[dot] == '/' ? path.size() : dot;
-  return path.substr(0, at) + "-" + std::to_string(camera) + path.substr(at);
 }
 
 int RunOnce(const Options& options) {
@@ -152,9 +161,8 @@ int RunOnce(const Options& options) {
   simcam::OrderedJson json;
   for (size_t i = 0; i < results.size(); ++i) {
     const OutputOptions& output = options.output;
-    if (!output.csv.empty()) simcam::WriteFile(PathOf(output.csv, i), FocusCsv(results[i]));
-    if (!output.report.empty())
-      simcam::WriteFile(PathOf(output.report, i), FocusReport(results[i]));
+    output.SaveCsv(FocusCsv(results[i]), i);
+    output.SaveReport(FocusReport(results[i], output.Record()), i);
     if (!output.isJson && isLinked)
       PrintScores(results[i].scores);
     else if (!output.isJson)
@@ -170,7 +178,6 @@ int RunOnce(const Options& options) {
 
 int Run(const Options& given) {
   Options options = given;
-  if (options.hasStartCode) options.focus.startCode = options.startCode;
   if (options.camera.isLinked && options.hasNoEnd) options.focus.frames = kMostFrames;
   if (options.camera.isLinked && (options.batch.IsWanted() || options.cameras > 1))
     throw CLI::ValidationError("--link", "goes with one camera and one run");
@@ -186,7 +193,7 @@ int Run(const Options& given) {
   if (options.focus.curveFrame < 0 || options.focus.curveFrame >= options.focus.frames)
     throw CLI::ValidationError("--curve-frame", "expected one of the frames");
   if (options.batch.IsWanted())
-    return RunBatch(options.batch, options.camera, settings, options.focus, options.output.isJson);
+    return RunBatch(options.batch, options.camera, settings, options.focus, options.output);
   return RunOnce(options);
 }
 
@@ -196,10 +203,11 @@ void AddFocusCommand(CLI::App& app, int& status) {
   const auto options = std::make_shared<Options>();
   options->camera.settings.dccError = 0.08;
   options->focus.curveWindow = -1;
-  CLI::App* command = app.add_subcommand("focus", "Brings the camera into focus, frame by frame");
+  CLI::App* command = AddCommand(app, "focus", "Brings the camera into focus, frame by frame");
   options->camera.AddTo(*command);
   options->output.AddTo(*command);
   CLI::Option* frames = command->add_option("--frames", options->focus.frames, "Frames to run")
+                            ->default_str("20, or without end with --link")
                             ->check(CLI::Range(1, kMostFrames));
   command
       ->add_flag(
@@ -212,23 +220,30 @@ void AddFocusCommand(CLI::App& app, int& status) {
           ->add_option("--start", options->focus.startPhasePx,
                        "True phase difference at the start, pixels; the sign is the side")
           ->check(Between(-100.0, 100.0));
-  CLI::Option* startCode = command
-                               ->add_option("--start-code", options->startCode,
-                                            "Lens position at the start instead, actuator codes")
-                               ->check(Between(-32768, 32767))
-                               ->excludes(start);
+  command
+      ->add_option("--start-code", options->focus.startCode,
+                   "Lens position at the start instead, actuator codes")
+      ->default_str("as --start says")
+      ->check(Between(-32768, 32767))
+      ->excludes(start);
   command
       ->add_option("--dcc-error", options->camera.settings.dccError,
-                   "The calibrated travel per pixel is too large by this share")
+                   "The calibrated travel per pixel of the lens is too large by this share; other "
+                   "commands have none of it")
       ->check(Between(-0.5, 0.5));
   command->add_option("--cameras", options->cameras, "Cameras that run at once, taking turns")
       ->check(CLI::Range(1, static_cast<int>(kMaxCameras)));
-  command->add_option("--second-sensor", options->secondSensor, "Sensor of the second camera");
-  command->add_flag("--peripheral,!--no-peripheral", options->hasPeripheral,
-                    "Expose the whole image for the windows around the ROI");
+  command->add_option("--second-sensor", options->secondSensor, "Sensor of the second camera")
+      ->default_str("as --sensor says");
+  command
+      ->add_flag("--peripheral,!--no-peripheral", options->hasPeripheral,
+                 "Expose the whole image for the windows around the ROI, as is done unless the "
+                 "tuning says otherwise, but not in many runs")
+      ->default_str("as the tuning says");
   command->add_option("--curve-frame", options->focus.curveFrame,
                       "Frame whose match of the views the report shows");
-  command->add_option("--curve-window", options->focus.curveWindow, "Window of it");
+  command->add_option("--curve-window", options->focus.curveWindow, "Window of it")
+      ->default_str("the one in the middle");
   options->batch.AddTo(*command);
   command->footer(
       "Examples:\n"
@@ -240,10 +255,9 @@ void AddFocusCommand(CLI::App& app, int& status) {
       "  pdcam focus --check                     all sensors, 20 seeds, both directions\n"
       "  pdcam focus --runs 5 --both-directions --sensor s16");
   CLI::Option* sensor = command->get_option("--sensor");
-  command->callback([options, startCode, sensor, frames, &status] {
+  command->callback([options, sensor, frames, &status] {
     options->hasNoEnd = frames->count() == 0;
     options->camera.isSensorNamed = sensor->count() > 0;
-    options->hasStartCode = startCode->count() > 0;
     status = Run(*options);
   });
 }

@@ -4,10 +4,12 @@
 #include <cstdio>
 
 #include "adaptive_table.h"
+#include "csv_output.h"
 #include "json_output.h"
 #include "learn_run.h"
 #include "options.h"
 #include "report.h"
+#include "stop.h"
 #include "text.h"
 
 namespace pdcam {
@@ -31,8 +33,7 @@ struct Options {
   bool hasRoi = false;
   bool hasWindows = false;
   bool isCheck = false;
-  bool isJson = false;
-  std::string report;
+  OutputOptions output;
 };
 
 void PrintPass(const char* name, const LearnPass& pass) {
@@ -138,6 +139,7 @@ LearnResult RunOne(const CameraOptions& camera, const simcam::CameraSettings& se
   Progress progress;
   return simcam::RunLearning(device.Library(), device.Folder(), sensor, settings, learn,
                              [&](int sequence, int sequences) {
+                               ThrowIfStopped();
                                progress.Show("sequence " + std::to_string(sequence + 1) + " of " +
                                              std::to_string(sequences));
                              });
@@ -156,6 +158,7 @@ int Run(const Options& given) {
   simcam::CameraSettings settings = options.camera.Settings();
   simcam::SensorDescription sensor = options.camera.Sensor(options.camera.sensor);
   options.camera.Fit(sensor, settings);
+  WarnOfWindows(sensor, settings);
 
   std::vector<Check> checks;
   std::optional<LearnResult> perfect;
@@ -176,8 +179,12 @@ int Run(const Options& given) {
   const bool isPassed =
       std::all_of(checks.begin(), checks.end(), [](const Check& check) { return check.isPassed; });
 
-  if (!options.report.empty()) simcam::WriteFile(options.report, LearnReport(result));
-  if (options.isJson) {
+  options.output.SaveCsv(LearnCsv(result));
+  simcam::RunRecord record = options.output.Record();
+  for (const Check& check : checks)
+    if (!check.isPassed) record.failures.push_back(check.what);
+  options.output.SaveReport(LearnReport(result, record));
+  if (options.output.isJson) {
     simcam::OrderedJson json = ToJson(result);
     for (const Check& check : checks)
       json["checks"].push_back({{"what", check.what}, {"passed", check.isPassed}});
@@ -195,9 +202,11 @@ int Run(const Options& given) {
 
 void AddLearnCommand(CLI::App& app, int& status) {
   const auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand(
-      "learn", "Focuses a module whose calibration is off, while the library learns how it is");
+  CLI::App* command =
+      AddCommand(app, "learn",
+                 "Focuses a module whose calibration is off, while the library learns how it is");
   options->camera.AddTo(*command);
+  options->output.AddTo(*command);
   CLI::Option* error =
       command
           ->add_option("--k-error", options->learn.kError,
@@ -207,6 +216,7 @@ void AddLearnCommand(CLI::App& app, int& status) {
       ->add_option("--k-map", options->kMap,
                    "JSON file with such a factor for each region, 6 rows of 8; windows are then "
                    "those regions unless --roi and --windows say otherwise")
+      ->default_str("none")
       ->excludes(error);
   command->add_option("--sequences", options->learn.sequences, "Focus sequences of an opening")
       ->check(CLI::Range(1, 1000));
@@ -217,8 +227,6 @@ void AddLearnCommand(CLI::App& app, int& status) {
   command->add_flag("--check", options->isCheck,
                     "Exit status 1 unless what is learnt is right, kept, and as good as a perfect "
                     "calibration");
-  command->add_flag("--json", options->isJson, "The result as JSON on standard output");
-  command->add_option("--report", options->report, "File for an HTML report with plots");
   command->footer(
       "Examples:\n"
       "  pdcam learn --k-error 0.8 --report learn.html\n"

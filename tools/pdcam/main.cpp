@@ -1,8 +1,14 @@
 // A camera with known truth on the command line: focus, sweep, learn, match, adaptive, sensors.
 #include <cstdio>
+#include <new>
 
+#include "common/command_line.h"
+#include "common/files.h"
+#include "common/standard_output.h"
 #include "errors.h"
 #include "options.h"
+#include "run_record.h"
+#include "stop.h"
 
 namespace {
 
@@ -18,7 +24,8 @@ int Run(int argc, char** argv) {
       "  pdcam learn --k-error 0.8 --report learn.html\n"
       "  pdcam match left.pgm right.pgm --report match.html\n"
       "  pdcam sensors s16 > mine.json; pdcam sweep --sensor ./mine.json\n\n"
-      "Exit status: 0 done, 1 a check failed, 2 wrong usage, 3 bad input file, 4 no PD library.");
+      "Exit status: 0 done, 1 a check failed, 2 wrong usage, 3 a file that can't be used\n"
+      "(standard output as well), 4 no PD library.");
   int status = pdcam::kDone;
   pdcam::AddFocusCommand(app, status);
   pdcam::AddSweepCommand(app, status);
@@ -26,27 +33,38 @@ int Run(int argc, char** argv) {
   pdcam::AddMatchCommand(app, status);
   pdcam::AddAdaptiveCommand(app, status);
   pdcam::AddSensorsCommand(app, status);
+  return tool::RunCommand(app, argc, argv).value_or(status);
+}
+
+// Every fault as its text and exit status.
+int RunAndTell(int argc, char** argv) {
+  const auto fail = [](const char* text, int status) {
+    std::fprintf(stderr, "pdcam: %s\n", text);
+    return status;
+  };
   try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? pdcam::kDone : pdcam::kWrongUsage;
+    return Run(argc, argv);
+  } catch (const simcam::InputError& error) {
+    return fail(error.what(), pdcam::kBadInput);
+  } catch (const tool::FileError& error) {
+    return fail(error.what(), pdcam::kBadInput);
+  } catch (const simcam::DeviceError& error) {
+    return fail(error.what(), pdcam::kNoDevice);
+  } catch (const std::bad_alloc&) {
+    return fail("not enough memory for these settings", pdcam::kBadInput);
+  } catch (const pdcam::Stopped&) {
+    return pdcam::kDone;  // a signal ends the program, see below
   }
-  return status;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    return Run(argc, argv);
-  } catch (const simcam::InputError& error) {
-    std::fprintf(stderr, "pdcam: %s\n", error.what());
-    return pdcam::kBadInput;
-  } catch (const simcam::DeviceError& error) {
-    std::fprintf(stderr, "pdcam: %s\n", error.what());
-    return pdcam::kNoDevice;
-  } catch (const std::bad_alloc&) {
-    std::fprintf(stderr, "pdcam: not enough memory for these settings\n");
-    return pdcam::kBadInput;
-  }
+  tool::OpenStandardStreams();
+  pdcam::CatchStopSignals();
+  pdcam::RememberCommandLine(argc, argv);
+  const int status = RunAndTell(argc, argv);
+  std::fflush(stdout);
+  pdcam::EndBySignal();
+  return tool::CloseOutput("pdcam", status);
 }

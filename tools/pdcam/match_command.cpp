@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "csv_output.h"
 #include "errors.h"
 #include "json_output.h"
 #include "match_run.h"
@@ -34,25 +35,19 @@ void PrintTable(const MatchResult& result) {
       result.leftPath.c_str(), result.rightPath.c_str(), result.left.width, result.left.height);
   std::printf("%-9s %6s %7s %7s %9s %10s %10s %10s %8s\n", "row", "column", "x, px", "y, px",
               "phase, px", "confidence", "range low", "range high", "defocus");
-  for (const MatchWindow& window : result.windows)
-    std::printf("%-9d %6d %7.0f %7.0f %9.3f %10u %10d %10d %8d\n", window.row, window.column,
-                window.x, window.y, static_cast<double>(window.measured.phaseDiff),
-                window.measured.confidence, window.measured.rangeLow, window.measured.rangeHigh,
-                window.measured.defocus);
-  std::printf("%-9s %6s %7s %7s %9.3f %10u %10d %10d %8d\n", "whole ROI", "", "", "",
-              static_cast<double>(result.whole.phaseDiff), result.whole.confidence,
-              result.whole.rangeLow, result.whole.rangeHigh, result.whole.defocus);
-}
-
-// Two maps of one size, or none.
-std::vector<simcam::GainMap> Gains(const Options& options) {
-  if (options.leftGains.empty()) return {};
-  std::vector<simcam::GainMap> maps = {simcam::LoadGainMap(options.leftGains),
-                                       simcam::LoadGainMap(options.rightGains)};
-  if (maps[0].columns != maps[1].columns || maps[0].rows != maps[1].rows)
-    throw simcam::InputError(options.rightGains + ": expected a map of the size of that in " +
-                             options.leftGains);
-  return maps;
+  const auto print = [&](const PDLibDefocusInfo& measured) {
+    std::printf(" %9.3f %10u %10d %10d %8d%s\n", static_cast<double>(measured.phaseDiff),
+                measured.confidence, measured.rangeLow, measured.rangeHigh, measured.defocus,
+                IsAtEdge(result.settings, measured) ? "  at the edge" : "");
+  };
+  for (const MatchWindow& window : result.windows) {
+    std::printf("%-9d %6d %7.0f %7.0f", window.row, window.column, window.x, window.y);
+    print(window.measured);
+  }
+  std::printf("%-9s %6s %7s %7s", "whole ROI", "", "", "");
+  print(result.whole);
+  const std::string edges = EdgeWarning(result);
+  if (!edges.empty()) std::printf("%s\n", edges.c_str());
 }
 
 simcam::MatchSettings Settings(const Options& options) {
@@ -65,7 +60,9 @@ simcam::MatchSettings Settings(const Options& options) {
   settings.searchTo = options.searchRange[1];
   if (settings.searchFrom > 0 || settings.searchTo < 0 || settings.searchFrom == settings.searchTo)
     throw CLI::ValidationError("--search-range", "expected a range around 0");
-  settings.gains = Gains(options);
+  if (!options.leftGains.empty())
+    settings.gains =
+        simcam::LoadGainMaps(options.leftGains, options.rightGains, settings.blackLevel);
   return settings;
 }
 
@@ -75,8 +72,8 @@ int Run(const Options& options) {
   const MatchResult result =
       simcam::RunMatch(device.Library(), options.left, options.right, settings);
   const OutputOptions& output = options.output;
-  if (!output.csv.empty()) simcam::WriteFile(output.csv, MatchCsv(result));
-  if (!output.report.empty()) simcam::WriteFile(output.report, MatchReport(result));
+  output.SaveCsv(MatchCsv(result));
+  output.SaveReport(MatchReport(result, output.Record()));
   if (output.isJson)
     PrintJson(ToJson(result));
   else
@@ -88,15 +85,17 @@ int Run(const Options& options) {
 
 void AddMatchCommand(CLI::App& app, int& status) {
   const auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand(
-      "match", "Compares two pictures, the left and the right view of a real dual-PD sensor");
+  CLI::App* command = AddCommand(
+      app, "match", "Compares two pictures, the left and the right view of a real dual-PD sensor");
   command->add_option("left", options->left, "The left view: PGM or PNG of 8 or 16 bits")
       ->required();
   command->add_option("right", options->right, "The right view, of the same size and depth")
       ->required();
   command->add_option("--grid", options->grid, "Grid of result windows, columns x rows");
-  command->add_flag("--overlap,!--no-overlap", options->match.isOverlapped,
-                    "Let windows overlap by half");
+  command
+      ->add_flag("--overlap,!--no-overlap", options->match.isOverlapped,
+                 "Let windows overlap by half, as they do unless told otherwise")
+      ->default_str("on");
   command->add_option("--roi", options->roi, "Left, top, right and bottom of the ROI, 0 to 1")
       ->expected(4)
       ->check(Between(0.0, 1.0));
@@ -108,12 +107,15 @@ void AddMatchCommand(CLI::App& app, int& status) {
   command->add_option("--black-level", options->match.blackLevel, "Code of black in the pictures")
       ->check(CLI::Range(0, 65535));
   CLI::Option* left =
-      command->add_option("--left-gains", options->leftGains,
-                          "What the left view is multiplied by, 0.1 to 3.99: JSON or CSV, a row of "
-                          "numbers for each row "
-                          "of a map that covers the picture; or a picture of a white field");
+      command
+          ->add_option("--left-gains", options->leftGains,
+                       "What the left view is multiplied by, 0.1 to 3.99: JSON or CSV, a row of "
+                       "numbers for each row "
+                       "of a map that covers the picture; or a picture of a white field")
+          ->default_str("none");
   CLI::Option* right =
-      command->add_option("--right-gains", options->rightGains, "The same of the right view");
+      command->add_option("--right-gains", options->rightGains, "The same of the right view")
+          ->default_str("none");
   left->needs(right);
   right->needs(left);
   command->add_option("--binning", options->match.binning, "Lines that are added up first")
@@ -122,8 +124,7 @@ void AddMatchCommand(CLI::App& app, int& status) {
       ->add_option("--defocus-per-px", options->match.defocusPerPx,
                    "Conversion from phase difference to defocus")
       ->check(CLI::Range(1, 1000));
-  command->add_option("--library", options->library,
-                      "The PD library; else ../lib from this program");
+  AddLibraryTo(*command, options->library);
   command
       ->add_option("--log-level", options->match.logLevel,
                    "Lines of the library on standard error: 1 info, 2 verbose")

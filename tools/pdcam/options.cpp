@@ -5,11 +5,14 @@
 #include <charconv>
 #include <cstdio>
 
+#include "common/files.h"
 #include "errors.h"
 #include "host/orvo_host.h"
 #include "orvo/log.h"
+#include "run_record.h"
 #include "scene.h"
 #include "text.h"
+#include "window_limits.h"
 
 namespace pdcam {
 namespace {
@@ -30,11 +33,25 @@ std::string SceneHelp() {
   return text;
 }
 
+// "focus.html" of camera 1 is "focus-1.html".
+std::string PathOf(const std::string& path, size_t camera) {
+  if (camera == 0) return path;
+  const size_t dot = path.find_last_of("./");
+  const size_t at = dot == std::string::npos || path[dot] == '/' ? path.size() : dot;
+  return path.substr(0, at) + "-" + std::to_string(camera) + path.substr(at);
+}
+
 }  // namespace
 
 void PrintJson(const nlohmann::ordered_json& json) {
   constexpr auto kReplace = nlohmann::ordered_json::error_handler_t::replace;
   std::printf("%s\n", json.dump(2, ' ', false, kReplace).c_str());
+}
+
+CLI::App* AddCommand(CLI::App& app, const char* name, const char* content) {
+  CLI::App* command = app.add_subcommand(name, content);
+  command->option_defaults()->always_capture_default();
+  return command;
 }
 
 CLI::Validator Between(double low, double high) {
@@ -74,6 +91,11 @@ PDLibWindow ParseRoi(const std::vector<double>& roi) {
           static_cast<float>(roi[3])};
 }
 
+void AddLibraryTo(CLI::App& command, std::string& library) {
+  command.add_option("--library", library, "The PD library")
+      ->default_str("../lib from this program");
+}
+
 void CameraOptions::AddTo(CLI::App& command) {
   command.add_option("--sensor", sensor,
                      "Name of a description (see 'pdcam sensors') or path of a JSON file");
@@ -86,13 +108,16 @@ void CameraOptions::AddTo(CLI::App& command) {
           "--noise-variance", noiseVariance,
           "Noise of the light, codes^2 per code of a 10-bit sensor; fewer bits have as much "
           "of it in their larger codes")
+      ->default_str("as --noise says")
       ->check(Between(0.0, 1000.0));
   command.add_option("--read-noise", readNoise, "Noise of the readout, codes of a 10-bit sensor")
+      ->default_str("as --noise says")
       ->check(Between(0.0, 1000.0));
   command
       .add_option("--split-noise", splitNoise,
                   "Share of the light's noise that the two samples of a dual-PD site have in "
-                  "common with opposite signs, 0 to 1; else what the description says")
+                  "common with opposite signs, 0 to 1")
+      ->default_str("as the description says")
       ->check(Between(0.0, 1.0));
   command.add_option("--shading", settings.shading, "Light lost in the darkest corner, 0 to 0.9")
       ->check(Between(0.0, 0.9));
@@ -100,10 +125,12 @@ void CameraOptions::AddTo(CLI::App& command) {
       .add_option("--blur-per-px", settings.optics.blurPerPx,
                   "Blur per pixel of phase difference, pixels")
       ->check(Between(0.0, 2.0));
-  command.add_option(
-      "--windows", windows,
-      "Grid of result windows, columns x rows; 3x3, or one column for vertical views");
-  command.add_flag("--overlap,!--no-overlap", isOverlapped, "Let windows overlap by half");
+  command.add_option("--windows", windows, "Grid of result windows, columns x rows")
+      ->default_str("3x3, or 1x3 for vertical views");
+  command
+      .add_flag("--overlap,!--no-overlap", isOverlapped,
+                "Let windows overlap by half, as they do unless the tuning says otherwise")
+      ->default_str("as the tuning says");
   command.add_option("--roi", roi, "Left, top, right and bottom of the ROI, 0 to 1")
       ->expected(4)
       ->check(Between(0.0, 1.0));
@@ -118,16 +145,16 @@ void CameraOptions::AddTo(CLI::App& command) {
       .add_option("--log-level", settings.logLevel,
                   "Lines of the library on standard error: 1 info, 2 verbose")
       ->check(CLI::Range(0, 3));
-  CLI::Option* tuningOption = command.add_option(
-      "--tuning", tuning, "Tuning file (see 'tessarine compile') instead of the description's");
+  CLI::Option* tuningOption =
+      command.add_option("--tuning", tuning, "Tuning file (see 'tessarine compile')")
+          ->default_str("the description's own");
   command
-      .add_option("--mode", mode,
-                  "Branch of modes in it, such as 'Default|Sensor.3|Usecase.Video'; else the "
-                  "sensor's own, where the file has it, or Default")
+      .add_option("--mode", mode, "Branch of modes in it, such as 'Default|Sensor.3|Usecase.Video'")
+      ->default_str("the sensor's own, or Default where the file has none")
       ->needs(tuningOption);
-  command.add_option("--library", library, "The PD library; else ../lib from this program");
-  command.add_option("--data-dir", dataFolder,
-                     "Folder that takes the files of the library; else one that is removed again");
+  AddLibraryTo(command, library);
+  command.add_option("--data-dir", dataFolder, "Folder that takes the files of the library")
+      ->default_str("a temporary one");
 }
 
 simcam::CameraSettings CameraOptions::Settings() const {
@@ -135,9 +162,9 @@ simcam::CameraSettings CameraOptions::Settings() const {
   result.scene = scene;
   for (const NoisePreset& preset : kNoisePresets)
     if (noise == preset.name) result.noise = preset.noise;
-  if (noiseVariance >= 0) result.noise.variancePerCode = noiseVariance;
-  if (readNoise >= 0) result.noise.readNoise = readNoise;
-  if (splitNoise >= 0) result.noise.split = splitNoise;
+  result.noise.variancePerCode = noiseVariance.value_or(result.noise.variancePerCode);
+  result.noise.readNoise = readNoise.value_or(result.noise.readNoise);
+  if (splitNoise) result.noise.split = splitNoise;
   result.noiseBits = kNoiseBits;
   const GridSize grid = ParseGrid("--windows", windows.empty() ? "3x3" : windows);
   result.columns = grid.columns;
@@ -178,10 +205,32 @@ void CameraOptions::Fit(simcam::SensorDescription& description,
   description.tuning.gridOverlap = false;
 }
 
+void WarnOfWindows(const simcam::SensorDescription& sensor,
+                   const simcam::CameraSettings& settings) {
+  for (const std::string& reason :
+       {WhyTooSmall(sensor, settings), WhySumsAreOthers(sensor, settings)})
+    if (!reason.empty())
+      std::fprintf(stderr, "pdcam: warning: sensor '%s': %s\n", sensor.name.c_str(),
+                   reason.c_str());
+}
+
 void OutputOptions::AddTo(CLI::App& command) {
+  command_ = &command;
   command.add_flag("--json", isJson, "The result as JSON on standard output");
-  command.add_option("--csv", csv, "File for the result as lines of values");
-  command.add_option("--report", report, "File for an HTML report with plots");
+  command.add_option("--csv", csv, "File for the result as lines of values")->default_str("none");
+  command.add_option("--report", report, "File for an HTML report with plots")->default_str("none");
+}
+
+void OutputOptions::SaveCsv(const std::string& content, size_t camera) const {
+  if (!csv.empty()) tool::SaveFile(PathOf(csv, camera), content);
+}
+
+simcam::RunRecord OutputOptions::Record() const {
+  return RecordOf(*command_);
+}
+
+void OutputOptions::SaveReport(const std::string& page, size_t camera) const {
+  if (!report.empty()) tool::SaveFile(PathOf(report, camera), page);
 }
 
 Device::Device(const CameraOptions& options)

@@ -4,20 +4,25 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "camera.h"
+#include "common/exit_status.h"
+#include "report.h"
 #include "sensor.h"
 
 namespace pdcam {
 
 // Exit status.
-inline constexpr int kDone = 0;
-inline constexpr int kCheckFailed = 1;
-inline constexpr int kWrongUsage = 2;
-inline constexpr int kBadInput = 3;
-inline constexpr int kNoDevice = 4;
+inline constexpr int kDone = tool::kDone;
+inline constexpr int kCheckFailed = tool::kFound;
+inline constexpr int kBadInput = tool::kBadFile;
+inline constexpr int kNoDevice = tool::kNoDevice;
+
+// A command whose help shows the default of each option.
+CLI::App* AddCommand(CLI::App& app, const char* name, const char* content);
 
 // Accepts a number from `low` to `high`, and nothing that is no number.
 CLI::Validator Between(double low, double high);
@@ -40,9 +45,9 @@ struct CameraOptions {
   bool isSensorNamed = false;
   std::string scene = "mixed";
   std::string noise = "little";
-  double noiseVariance = -1;  // negative: what `noise` says
-  double readNoise = -1;
-  double splitNoise = -1;
+  std::optional<double> noiseVariance;  // none: what `noise` says
+  std::optional<double> readNoise;
+  std::optional<double> splitNoise;
   std::string windows;  // "": a grid that suits the sensor
   bool isOverlapped = true;
   std::vector<double> roi = {0.35, 0.35, 0.65, 0.65};
@@ -70,13 +75,27 @@ struct CameraOptions {
   mutable std::shared_ptr<simcam::TuningFile> file_;  // loaded when it is first asked for
 };
 
+void AddLibraryTo(CLI::App& command, std::string& library);
+
 struct OutputOptions {
   bool isJson = false;
   std::string csv;
   std::string report;
 
   void AddTo(CLI::App& command);
+  // Write the files that were asked for. Of several cameras, those of camera 1 are called
+  // "focus-1.csv" where the first one's is "focus.csv". Throw tool::FileError.
+  void SaveCsv(const std::string& content, size_t camera = 0) const;
+  void SaveReport(const std::string& page, size_t camera = 0) const;
+  // How the program was run.
+  simcam::RunRecord Record() const;
+
+ private:
+  const CLI::App* command_ = nullptr;
 };
+
+// Tells on standard error of windows in which the library can't measure what the user expects.
+void WarnOfWindows(const simcam::SensorDescription& sensor, const simcam::CameraSettings& settings);
 
 // A data folder, the library in it and its log level, in the order they must come and go.
 class Device {

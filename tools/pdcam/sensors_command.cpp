@@ -1,8 +1,10 @@
 // pdcam sensors: the descriptions that come with the program.
 #include <cstdio>
 
+#include "common/nearest_name.h"
 #include "json_output.h"
 #include "options.h"
+#include "sensor_fields.h"
 
 namespace pdcam {
 namespace {
@@ -41,6 +43,8 @@ void AddSensorsCommand(CLI::App& app, int& status) {
   struct Options {
     std::string name;
     bool isJson = false;
+    bool isSchema = false;
+    bool isFields = false;
   };
   const auto options = std::make_shared<Options>();
   CLI::App* command = app.add_subcommand("sensors", "Lists the sensor descriptions, prints one");
@@ -48,12 +52,27 @@ void AddSensorsCommand(CLI::App& app, int& status) {
       ->check([](const std::string& name) {
         for (const simcam::EmbeddedSensor& embedded : simcam::EmbeddedSensors())
           if (name == embedded.name) return std::string();
-        return "no description is called '" + name + "'";
+        return "no description is called '" + name + "'" +
+               tool::DidYouMean(name, simcam::SensorNames());
       });
   command->add_flag("--json", options->isJson, "The list as JSON");
-  command->footer("Example:\n  pdcam sensors s16 > mine.json");
+  command->add_flag("--schema", options->isSchema, "The JSON schema of the descriptions")
+      ->excludes("name");
+  command
+      ->add_flag("--fields", options->isFields,
+                 "The tables of docs/sensor-descriptions.md: every field of a description")
+      ->excludes("name")
+      ->excludes("--schema");
+  command->footer(
+      "Examples:\n"
+      "  pdcam sensors s16 > mine.json; pdcam sweep --sensor ./mine.json\n"
+      "  pdcam sensors --schema > sensor-description.schema.json");
   command->callback([options, &status] {
-    if (options->name.empty())
+    if (options->isSchema)
+      std::fputs(simcam::SensorSchema().c_str(), stdout);
+    else if (options->isFields)
+      std::fputs(simcam::SensorFieldTables().c_str(), stdout);
+    else if (options->name.empty())
       List(options->isJson);
     else
       Print(options->name);

@@ -1,9 +1,11 @@
 // pdcam sweep: measured against true phase difference through the lens' travel.
 #include <cstdio>
 
+#include "csv_output.h"
 #include "json_output.h"
 #include "options.h"
 #include "report.h"
+#include "stop.h"
 #include "sweep.h"
 
 namespace pdcam {
@@ -50,6 +52,7 @@ int Run(const Options& options) {
   options.camera.Fit(sensor, settings);
   // The windows of the ROI alone are judged.
   sensor.tuning.peripheralWindows = false;
+  WarnOfWindows(sensor, settings);
 
   const Device device(options.camera);
   SweepResult result;
@@ -57,11 +60,12 @@ int Run(const Options& options) {
     Progress progress;
     result =
         simcam::RunSweep(device.Library(), sensor, settings, options.sweep, [&](int done, int all) {
+          ThrowIfStopped();
           progress.Show("step " + std::to_string(done) + " of " + std::to_string(all));
         });
   }
-  if (!options.output.csv.empty()) simcam::WriteFile(options.output.csv, SweepCsv(result));
-  if (!options.output.report.empty()) simcam::WriteFile(options.output.report, SweepReport(result));
+  options.output.SaveCsv(SweepCsv(result));
+  options.output.SaveReport(SweepReport(result, options.output.Record()));
   if (options.output.isJson)
     PrintJson(ToJson(result));
   else
@@ -74,7 +78,7 @@ int Run(const Options& options) {
 void AddSweepCommand(CLI::App& app, int& status) {
   const auto options = std::make_shared<Options>();
   CLI::App* command =
-      app.add_subcommand("sweep", "Measures through the lens' travel and compares with the truth");
+      AddCommand(app, "sweep", "Measures through the lens' travel and compares with the truth");
   options->camera.AddTo(*command);
   options->output.AddTo(*command);
   command->add_option("--from", options->sweep.from, "First true phase difference, pixels")

@@ -147,31 +147,44 @@ Camera::Camera(const PdLibrary& library, const SensorDescription& sensor,
       regions_(MakeRegions(sensor_, settings_)),
       interrupts_(LineInterrupts(sensor_.imageHeight, static_cast<double>(settings.roi.endY),
                                  settings.callsPerFrame)) {
-  OpenSession();
+  if (IsTunedLive(settings_))
+    OpenLiveSession();
+  else
+    OpenSession();
 }
 
 void Camera::OpenSession() {
   session_.reset();
-  if (settings_.tuning != nullptr) tuningChanges_ = settings_.tuning->File().Changes();
   session_ = std::make_unique<CameraSession>(
       library_, sensor_, MakeCalibration(sensor_, Renderer().LensShading(), settings_.dccError),
       settings_.cameraId, settings_.logLevel, settings_.tuning);
 }
 
+void Camera::OpenLiveSession() {
+  // Counted before the values are read: one that is changed meanwhile opens the camera once more.
+  tuningChanges_ = settings_.tuning->File().Changes();
+  sensor_.tuning = settings_.tuning->Choices();
+  refusal_.clear();
+  try {
+    OpenSession();
+  } catch (const DeviceError& error) {
+    refusal_ = error.what();
+  }
+}
+
 // The library copies its tuning when a camera is opened, so a stack opens it anew.
 bool Camera::TakeChangedTuning() {
   if (!IsTunedLive(settings_) || settings_.tuning->File().Changes() == tuningChanges_) return false;
-  sensor_.tuning = settings_.tuning->Choices();
-  try {
-    OpenSession();
-  } catch (const DeviceError&) {
-    // Frames fail until the values are put right.
-  }
+  OpenLiveSession();
   return true;
 }
 
 FrameResult Camera::Shoot(double truePhasePx, int lensCode) {
   const bool isTuningNew = TakeChangedTuning();
+  if (IsTunedLive(settings_))
+    settings_.tuning->File().Store({static_cast<int64_t>(frameIndex_), lensCode,
+                                    settings_.frameRate, settings_.sensorGain,
+                                    1000 * kExposureShare / settings_.frameRate});
   const uint64_t noiseSeed = Mix(settings_.seed, 0xf7a3e, frameIndex_);
   for (ExposedRegion& region : regions_)
     region.renderer.Render(truePhasePx * region.phaseScale, noiseSeed, buffer_);

@@ -65,6 +65,8 @@ struct FrameResult {
 
 class Camera {
  public:
+  // Throws DeviceError when the library refuses the camera. Behind the live link that is no end:
+  // frames fail until the tuning is changed to what the library takes.
   Camera(const PdLibrary& library, const SensorDescription& sensor, const CameraSettings& settings);
 
   // Exposes a frame with this true phase difference and processes it. `lensCode` is what the stack
@@ -76,9 +78,12 @@ class Camera {
   const std::vector<uint8_t>& Buffer() const { return buffer_; }
   const FrameRenderer& Renderer() const { return regions_.front().renderer; }
   CameraSession& Session() { return *session_; }
+  // Why there is no session at the moment; "" while there is one.
+  const std::string& Refusal() const { return refusal_; }
 
  private:
   void OpenSession();
+  void OpenLiveSession();
   bool TakeChangedTuning();
 
   const PdLibrary& library_;
@@ -86,6 +91,7 @@ class Camera {
   CameraSettings settings_;
   std::vector<ExposedRegion> regions_;
   std::unique_ptr<CameraSession> session_;  // null: the library refuses the tuning
+  std::string refusal_;
   uint32_t tuningChanges_ = 0;
   std::vector<uint8_t> buffer_;
   std::vector<uint32_t> interrupts_;

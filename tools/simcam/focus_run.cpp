@@ -56,6 +56,9 @@ const FocusFrame& FocusRun::Step() {
   const PDLibDefocusInfo* infos = result.output.defocusInfo;
   frame.windows.assign(infos, infos + camera_.Settings().columns * camera_.Settings().rows);
 
+  const PDLibDefocusInfo* around = result.output.peripheralInfo;
+  if (frame.isPeripheralValid) frame.peripheral.assign(around, around + kPeripheralWindows);
+
   // The result is there when the frame is; the next exposure already sees the lens on its way.
   const Autofocus::Decision decision = autofocus_.Decide(result, frame.lensCode, wasSettled);
   frame.action = decision.action;

@@ -31,7 +31,8 @@ struct FocusFrame {
   bool isPeripheralValid = false;
   bool isTuningNew = false;  // the first frame with changed tuning values
   FocusAction action = FocusAction::kHold;
-  std::vector<PDLibDefocusInfo> windows;  // row by row
+  std::vector<PDLibDefocusInfo> windows;     // row by row
+  std::vector<PDLibDefocusInfo> peripheral;  // the eight around the ROI, if they are valid
 };
 
 struct FocusResult {
@@ -55,6 +56,8 @@ class FocusRun {
   FocusResult Result() const;
   const SensorDescription& Sensor() const { return camera_.Sensor(); }
   const CameraSettings& Settings() const { return camera_.Settings(); }
+  // Why frames fail at the moment; "" if the library takes the camera.
+  const std::string& Refusal() const { return camera_.Refusal(); }
 
  private:
   double TruePhase(double lensCode) const;

@@ -16,14 +16,28 @@ std::string Number(double value) {
 
 }  // namespace
 
-JsonNode::JsonNode(const Json& json, std::string file, std::string path)
-    : json_(json), file_(std::move(file)), path_(std::move(path)) {
+JsonNode::JsonNode(const JsonFile& file) : JsonNode(file, file.json, "") {}
+
+JsonNode::JsonNode(const JsonFile& file, const Json& json, std::string path)
+    : file_(file), json_(json), path_(std::move(path)) {
   if (!json_.is_object()) Fail("", "expected an object, found " + Text(json_));
+}
+
+// Of a field that isn't there: the line of what it would stand in.
+int JsonNode::LineOf(std::string path) const {
+  while (!path.empty()) {
+    const auto found = file_.lines.find(path);
+    if (found != file_.lines.end()) return found->second;
+    const size_t end = path.find_last_of(".[");
+    path.resize(end == std::string::npos ? 0 : end);
+  }
+  return 1;
 }
 
 void JsonNode::Fail(const std::string& field, const std::string& message) const {
   const std::string name = path_.empty() || field.empty() ? path_ + field : path_ + "." + field;
-  throw InputError(file_ + ": field '" + (name.empty() ? "(whole file)" : name) + "': " + message);
+  throw InputError(file_.name + ":" + std::to_string(LineOf(name)) + ": field '" +
+                   (name.empty() ? "(whole file)" : name) + "': " + message);
 }
 
 bool JsonNode::Has(const std::string& field) {
@@ -44,24 +58,18 @@ int JsonNode::Integer(const std::string& field, int low, int high) {
   return value.get<int>();
 }
 
-void JsonNode::Integer(const std::string& field, int low, int high, int& target) {
-  if (Has(field)) target = Integer(field, low, high);
-}
-
-void JsonNode::Real(const std::string& field, double low, double high, double& target) {
-  if (!Has(field)) return;
-  const Json& value = json_[field];
+double JsonNode::Real(const std::string& field, double low, double high) {
+  const std::string expected = "a number from " + Number(low) + " to " + Number(high);
+  const Json& value = Get(field, expected);
   if (!value.is_number() || !(value.get<double>() >= low && value.get<double>() <= high))
-    Fail(field, "expected a number from " + Number(low) + " to " + Number(high) + ", found " +
-                    Text(value));
-  target = value.get<double>();
+    Fail(field, "expected " + expected + ", found " + Text(value));
+  return value.get<double>();
 }
 
-void JsonNode::Boolean(const std::string& field, bool& target) {
-  if (!Has(field)) return;
-  if (!json_[field].is_boolean())
-    Fail(field, "expected true or false, found " + Text(json_[field]));
-  target = json_[field].get<bool>();
+bool JsonNode::Boolean(const std::string& field) {
+  const Json& value = Get(field, "true or false");
+  if (!value.is_boolean()) Fail(field, "expected true or false, found " + Text(value));
+  return value.get<bool>();
 }
 
 std::string JsonNode::String(const std::string& field) {
@@ -71,7 +79,7 @@ std::string JsonNode::String(const std::string& field) {
 }
 
 JsonNode JsonNode::Object(const std::string& field) {
-  return JsonNode(Get(field, "an object"), file_, path_.empty() ? field : path_ + "." + field);
+  return JsonNode(file_, Get(field, "an object"), path_.empty() ? field : path_ + "." + field);
 }
 
 void JsonNode::Pair(const std::string& field, int low, int high, int& first, int& second) {
@@ -85,16 +93,13 @@ void JsonNode::Pair(const std::string& field, int low, int high, int& first, int
   second = value[1].get<int>();
 }
 
-int JsonNode::Word(const std::string& field, std::initializer_list<const char*> words,
-                   int fallback) {
-  if (!Has(field)) return fallback;
+int JsonNode::Word(const std::string& field, const std::vector<std::string>& words) {
   const std::string text = String(field);
   std::string expected;
-  int index = 0;
-  for (const char* word : words) {
-    if (text == word) return index;
-    const bool isLast = ++index == static_cast<int>(words.size());
-    expected += std::string(expected.empty() ? "" : isLast ? " or " : ", ") + "'" + word + "'";
+  for (size_t i = 0; i < words.size(); ++i) {
+    if (text == words[i]) return static_cast<int>(i);
+    const bool isLast = i + 1 == words.size();
+    expected += std::string(i == 0 ? "" : isLast ? " or " : ", ") + "'" + words[i] + "'";
   }
   Fail(field, "expected " + expected + ", found '" + text + "'");
 }

@@ -1,38 +1,48 @@
-// Reading JSON description files field by field, with errors that name file, field and what was
-// expected.
+// Reading JSON description files field by field, with errors that name file, line, field and what
+// was expected.
 #pragma once
 
-#include <initializer_list>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace simcam {
 
 using Json = nlohmann::json;
 
+// A whole file, and the lines in which its fields and the arrays and objects in arrays stand.
+struct JsonFile {
+  std::string name;
+  Json json;
+  std::map<std::string, int> lines;  // by path: "native.pixels[2]"
+};
+
+// Throws InputError for what is no JSON, for an object that has a key twice, and for nesting that
+// no description needs.
+JsonFile ReadJson(const std::string& text, const std::string& name);
+
 // One object of a file. Remembers which fields were asked for, so that a misspelt one is an error
-// and not a default. What it is made from outlives it. All faults throw InputError.
+// and not a default. The file outlives it. All faults throw InputError.
 class JsonNode {
  public:
-  JsonNode(const Json& json, std::string file, std::string path);
+  explicit JsonNode(const JsonFile& file);
 
   [[noreturn]] void Fail(const std::string& field, const std::string& message) const;
 
   bool Has(const std::string& field);
   const Json& Get(const std::string& field, const std::string& expected);
 
-  // With a target, a field that is missing leaves it as it is.
   int Integer(const std::string& field, int low, int high);
-  void Integer(const std::string& field, int low, int high, int& target);
-  void Real(const std::string& field, double low, double high, double& target);
-  void Boolean(const std::string& field, bool& target);
+  double Real(const std::string& field, double low, double high);
+  bool Boolean(const std::string& field);
   std::string String(const std::string& field);
   JsonNode Object(const std::string& field);
   // Two integers, such as a width and a height.
   void Pair(const std::string& field, int low, int high, int& first, int& second);
-  // The place of the field's text among `words`; `fallback` when the field is missing.
-  int Word(const std::string& field, std::initializer_list<const char*> words, int fallback);
+  // The place of the field's text among `words`.
+  int Word(const std::string& field, const std::vector<std::string>& words);
 
   void OnlyKnownFields() const;
 
@@ -41,8 +51,11 @@ class JsonNode {
   static std::string Text(const Json& value);
 
  private:
+  JsonNode(const JsonFile& file, const Json& json, std::string path);
+  int LineOf(std::string path) const;
+
+  const JsonFile& file_;
   const Json& json_;
-  std::string file_;
   std::string path_;
   std::set<std::string> known_;
 };

@@ -1,7 +1,5 @@
 #include "json_output.h"
 
-#include "text.h"
-
 namespace simcam {
 namespace {
 
@@ -17,8 +15,10 @@ void AddMeasured(OrderedJson& json, const PDLibDefocusInfo& measured) {
   json["confidence"] = measured.confidence;
 }
 
-void AddMatched(OrderedJson& json, const PDLibDefocusInfo& measured) {
+void AddMatched(OrderedJson& json, const MatchSettings& settings,
+                const PDLibDefocusInfo& measured) {
   AddMeasured(json, measured);
+  json["at_edge"] = IsAtEdge(settings, measured);
   json["range_low"] = measured.rangeLow;
   json["range_high"] = measured.rangeHigh;
 }
@@ -32,6 +32,15 @@ void AddScores(OrderedJson& json, const ErrorScores& scores) {
   json["confident_share"] = scores.confidentShare;
 }
 
+OrderedJson ToJson(const PDLibDefocusInfo& measured) {
+  OrderedJson json;
+  AddMeasured(json, measured);
+  return json;
+}
+
+template <class Item>
+OrderedJson ListOf(const std::vector<Item>& items);
+
 OrderedJson ToJson(const FocusFrame& frame) {
   OrderedJson json;
   json["index"] = frame.index;
@@ -41,6 +50,8 @@ OrderedJson ToJson(const FocusFrame& frame) {
   json["processing_result"] = frame.processingResult;
   json["processed"] = frame.isProcessed;
   json["peripheral_valid"] = frame.isPeripheralValid;
+  json["windows"] = ListOf(frame.windows);
+  if (frame.isPeripheralValid) json["peripheral"] = ListOf(frame.peripheral);
   json["action"] = ActionName(frame.action);
   if (frame.isTuningNew) json["new_tuning"] = true;
   return json;
@@ -100,6 +111,7 @@ void AddSettings(OrderedJson& json, const SensorDescription& sensor,
   json["blur_per_px"] = settings.optics.blurPerPx;
   json["windows"] = {settings.columns, settings.rows};
   json["calls_per_frame"] = settings.callsPerFrame;
+  json["dcc_error"] = settings.dccError;
 }
 
 }  // namespace
@@ -117,6 +129,28 @@ OrderedJson ToJson(const FocusResult& result) {
   json["within_4_steps"] = scores.within4Steps;
   json["focus_position"] = result.focusCode;
   json["frames"] = ListOf(result.frames);
+  return json;
+}
+
+OrderedJson ToJson(const BatchResult& result) {
+  OrderedJson json = {{"runs", OrderedJson::array()}, {"sensors", OrderedJson::array()}};
+  for (const BatchGroup& group : result.groups) {
+    for (const FocusResult& run : group.runs) {
+      OrderedJson entry = ToJson(run);
+      entry.erase("frames");
+      entry["start_phase_px"] = run.settings.startPhasePx;
+      json["runs"].push_back(std::move(entry));
+    }
+    json["sensors"].push_back({{"sensor", group.Sensor()},
+                               {"direction", group.direction},
+                               {"runs", group.runs.size()},
+                               {"in_focus", group.InFocus()},
+                               {"allowed_steps", group.AllowedPx()},
+                               {"worst_final_px", group.WorstPx()},
+                               {"mean_frames_to_focus", group.FramesToFocus()},
+                               {"passed", group.IsPassed()}});
+  }
+  json["passed"] = result.IsPassed();
   return json;
 }
 
@@ -146,11 +180,11 @@ OrderedJson ToJson(const MatchResult& result) {
   for (const MatchWindow& window : result.windows) {
     OrderedJson entry = {{"row", window.row}, {"column", window.column}};
     entry["middle_px"] = {window.x, window.y};
-    AddMatched(entry, window.measured);
+    AddMatched(entry, settings, window.measured);
     json["windows"].push_back(std::move(entry));
   }
   json["whole"] = OrderedJson::object();
-  AddMatched(json["whole"], result.whole);
+  AddMatched(json["whole"], settings, result.whole);
   return json;
 }
 
@@ -178,42 +212,6 @@ OrderedJson ToJson(const LearnResult& result) {
   json["reopened_same"] = result.isReopenedSame;
   json["second_run"] = ToJson(result.second, filterSize);
   return json;
-}
-
-std::string FocusCsv(const FocusResult& result) {
-  std::string csv =
-      "index,lens_position,true_phase_px,phase_px,defocus,confidence,processing_result,action\n";
-  for (const FocusFrame& frame : result.frames)
-    csv += std::to_string(frame.index) + "," + Fixed(frame.lensPosition, 3) + "," +
-           Fixed(frame.truePhasePx, 4) + "," + Fixed(static_cast<double>(frame.roi.phaseDiff), 4) +
-           "," + std::to_string(frame.roi.defocus) + "," + std::to_string(frame.roi.confidence) +
-           "," + std::to_string(frame.processingResult) + "," + ActionName(frame.action) + "\n";
-  return csv;
-}
-
-std::string MatchCsv(const MatchResult& result) {
-  std::string csv = "row,column,x_px,y_px,phase_px,confidence,range_low,range_high,defocus\n";
-  for (const MatchWindow& window : result.windows) {
-    const PDLibDefocusInfo& measured = window.measured;
-    csv += std::to_string(window.row) + "," + std::to_string(window.column) + "," +
-           Fixed(window.x, 1) + "," + Fixed(window.y, 1) + "," +
-           Fixed(static_cast<double>(measured.phaseDiff), 4) + "," +
-           std::to_string(measured.confidence) + "," + std::to_string(measured.rangeLow) + "," +
-           std::to_string(measured.rangeHigh) + "," + std::to_string(measured.defocus) + "\n";
-  }
-  return csv;
-}
-
-std::string SweepCsv(const SweepResult& result) {
-  std::string csv = "true_phase_px,window,phase_px,error_px,confidence,defocus,true_defocus\n";
-  for (const SweepPoint& point : result.points) {
-    const double measured = static_cast<double>(point.measured.phaseDiff);
-    csv += Fixed(point.truePhasePx, 4) + "," + std::to_string(point.window) + "," +
-           Fixed(measured, 4) + "," + Fixed(measured - point.truePhasePx, 4) + "," +
-           std::to_string(point.measured.confidence) + "," +
-           std::to_string(point.measured.defocus) + "," + Fixed(point.trueDefocus, 2) + "\n";
-  }
-  return csv;
 }
 
 }  // namespace simcam

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "focus_batch.h"
 #include "focus_run.h"
 #include "learn_run.h"
 #include "match_run.h"
@@ -19,10 +20,7 @@ OrderedJson ToJson(const SweepResult& result);
 OrderedJson ToJson(const LearnResult& result);
 OrderedJson ToJson(const MatchResult& result);
 OrderedJson ToJson(const AdaptiveFile& file, int filterSize);
-
-// One line per frame, per point and per window.
-std::string FocusCsv(const FocusResult& result);
-std::string SweepCsv(const SweepResult& result);
-std::string MatchCsv(const MatchResult& result);
+// Each run without its frames, and a summary of each group.
+OrderedJson ToJson(const BatchResult& result);
 
 }  // namespace simcam

@@ -96,7 +96,7 @@ class LearnStack {
         focusCode_(Target(0)),
         lens_(sensor.lens, focusCode_) {}
 
-  LearnSequence Run(int index) {
+  LearnSequence Run(int index, const std::function<void()>& beforeFrame) {
     focusCode_ = Target(index + 1);
     Autofocus autofocus(camera_.Sensor());
     LearnSequence sequence;
@@ -106,6 +106,7 @@ class LearnStack {
     int held = 0;
     const int heldEnough = camera_.Sensor().tuning.adaptive.endFrames + kFramesAfterEnd;
     while (sequence.frames < settings_.framesPerSequence && held < heldEnough) {
+      beforeFrame();
       const Shot shot = Shoot();
       ++sequence.frames;
       if (sequence.frames < settings_.dwellFrames) continue;
@@ -203,10 +204,8 @@ LearnResult RunLearning(const PdLibrary& library, const DataFolder& folder,
     pass.found = FileIfThere(path);
     {
       LearnStack stack(library, result.sensor, result.camera, settings);
-      for (int i = 0; i < settings.sequences; ++i) {
-        progress(done + i, 2 * settings.sequences);
-        pass.sequences.push_back(stack.Run(i));
-      }
+      for (int i = 0; i < settings.sequences; ++i)
+        pass.sequences.push_back(stack.Run(i, [&] { progress(done + i, 2 * settings.sequences); }));
     }
     pass.stored = FileIfThere(path);
     if (!pass.stored) throw DeviceError(path + ": the PD library stored no file at close");

@@ -63,7 +63,8 @@ struct LearnResult {
   LearnPass second;
 };
 
-// Tells how far a run is: the sequence and the number of them.
+// Tells before each frame how far a run is: the sequence and the number of them. What it throws
+// ends the run.
 using LearnProgress = std::function<void(int sequence, int sequences)>;
 
 // `folder` is the one that the library's files go to.

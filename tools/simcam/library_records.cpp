@@ -139,6 +139,7 @@ float ExtensionOf(const afpdlibelements::tessarinePDLibType& record, const char*
 constexpr const char* kBinning = "verticalBinningControl";
 constexpr const char* kBandPass = "EnableSparsePDAFIIRFilter";
 constexpr const char* kOptimizedParsing = "EnableOptimizedSparseParsing";
+constexpr const char* kSumByColumns = "OverlapSumByColumns";
 
 }  // namespace
 
@@ -150,6 +151,7 @@ TuningChoices ChoicesOf(const afpdlibelements::tessarinePDLibType& record) {
   choices.verticalBinning = record.preProcess.filterTrigger.filterSet[0].verticalMode;
   choices.bandPass = ExtensionOf(record, kBandPass) != 0;
   choices.optimizedParsing = ExtensionOf(record, kOptimizedParsing) != 0;
+  choices.overlapSumByColumns = ExtensionOf(record, kSumByColumns) != 0;
   return choices;
 }
 
@@ -167,6 +169,7 @@ TuningRecord::TuningRecord(const TuningChoices& choices, bool areViewsVertical) 
   AddExtension(kBinning, {choices.verticalBinning > 1 ? 1.0f : 0.0f});
   AddExtension(kBandPass, {choices.bandPass ? 1.0f : 0.0f});
   AddExtension(kOptimizedParsing, {choices.optimizedParsing ? 1.0f : 0.0f});
+  AddExtension(kSumByColumns, {choices.overlapSumByColumns ? 1.0f : 0.0f});
   if (areViewsVertical) CompareVerticalViews();
   record_.extensionParamCount = static_cast<uint32_t>(extensions_.size());
   record_.extensionParam = extensions_.data();

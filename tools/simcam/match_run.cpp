@@ -50,7 +50,8 @@ SensorDescription SensorOf(const GreyPicture& picture, const MatchSettings& sett
   sensor.calibration = LayoutOf(settings, picture.width);
   sensor.lens.codesPerPx = settings.defocusPerPx;
   TuningChoices& tuning = sensor.tuning;
-  tuning.searchFrom = settings.searchFrom;
+  // The library stops one shift short of a negative limit.
+  tuning.searchFrom = settings.searchFrom - (settings.searchFrom < 0 ? 1 : 0);
   tuning.searchTo = settings.searchTo;
   tuning.confIntegralWidth =
       std::min(tuning.confIntegralWidth, settings.searchTo - settings.searchFrom);
@@ -100,6 +101,10 @@ void CheckPair(const std::string& leftPath, const GreyPicture& left, const std::
                      std::to_string(left.height) + " pixels of " + std::to_string(left.bits) +
                      " bits as in " + leftPath + ", found " + std::to_string(right.width) + " x " +
                      std::to_string(right.height) + " of " + std::to_string(right.bits));
+  for (const GainMap& map : settings.gains)
+    if (map.fieldBits != 0 && map.fieldBits != left.bits)
+      throw InputError(leftPath + ": expected " + std::to_string(map.fieldBits) +
+                       " bits as in the white fields, found " + std::to_string(left.bits));
   const std::string reason = WhyNothingToCompare(settings, left.width, left.height);
   if (!reason.empty()) throw InputError(leftPath + ": expected " + reason);
 }
@@ -114,6 +119,28 @@ MatchWindow WindowAt(const MatchResult& result, int index, const PDLibDefocusInf
 }
 
 }  // namespace
+
+bool IsAtEdge(const MatchSettings& settings, const PDLibDefocusInfo& measured) {
+  // The library tries whole pixels and refines the best one by up to half of one, unless it is the
+  // first or the last.
+  constexpr double kHalf = 0.5;
+  const double phase = static_cast<double>(measured.phaseDiff);
+  return phase < settings.searchFrom + kHalf || phase > settings.searchTo - kHalf;
+}
+
+std::string EdgeWarning(const MatchResult& result) {
+  const MatchSettings& settings = result.settings;
+  const auto windows =
+      std::count_if(result.windows.begin(), result.windows.end(),
+                    [&](const MatchWindow& window) { return IsAtEdge(settings, window.measured); });
+  if (windows == 0 && !IsAtEdge(settings, result.whole)) return "";
+  return (windows == 0 ? "The whole ROI"
+                       : std::to_string(windows) + " of " + std::to_string(result.windows.size()) +
+                             " windows") +
+         " matched best at the edge of the search range, " + std::to_string(settings.searchFrom) +
+         " to " + std::to_string(settings.searchTo) +
+         " pixels: the true phase difference may lie beyond it";
+}
 
 std::string WhyNothingToCompare(const MatchSettings& settings, int width, int height) {
   const int shared = settings.isOverlapped && settings.columns * settings.rows > 1 ? 1 : 0;

@@ -14,6 +14,7 @@ struct GainMap {
   int columns = 0;
   int rows = 0;
   std::vector<double> gains;
+  int fieldBits = 0;  // depth of the white field it was worked out from; 0: there was none
 };
 
 struct MatchSettings {
@@ -39,6 +40,10 @@ struct MatchWindow {
   PDLibDefocusInfo measured{};
 };
 
+// Whether what was measured lies at an end of the search range, so that the best match may lie
+// beyond it.
+bool IsAtEdge(const MatchSettings& settings, const PDLibDefocusInfo& measured);
+
 struct MatchResult {
   std::string leftPath;
   std::string rightPath;
@@ -48,6 +53,9 @@ struct MatchResult {
   PDLibDefocusInfo whole{};          // the ROI as one window
 };
 
+// What a reader must know of the windows at an end of the search range; empty if there are none.
+std::string EdgeWarning(const MatchResult& result);
+
 // Why the library could compare nothing in windows of a picture of this size with these settings;
 // empty if it can.
 std::string WhyNothingToCompare(const MatchSettings& settings, int width, int height);
@@ -56,8 +64,10 @@ std::string WhyNothingToCompare(const MatchSettings& settings, int width, int he
 MatchResult RunMatch(const PdLibrary& library, const std::string& leftPath,
                      const std::string& rightPath, const MatchSettings& settings);
 
-// A file of gains: JSON or CSV with a row of numbers for each row of the map; or a PGM or PNG of a
-// white field, from which the gains are worked out. `name` is that of the file. Throws InputError.
-GainMap LoadGainMap(const std::string& path);
+// The gains of the left and the right view from two files of one kind: JSON or CSV with a row of
+// numbers for each row of the map; or PGM or PNG pictures of a white field, from which they are
+// worked out. Black is that of the fields, which are of the pictures' depth. Throws InputError.
+std::vector<GainMap> LoadGainMaps(const std::string& leftPath, const std::string& rightPath,
+                                  int blackLevel);
 
 }  // namespace simcam

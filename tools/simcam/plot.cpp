@@ -8,12 +8,14 @@
 namespace simcam {
 namespace {
 
-constexpr double kWidth = 640;
-constexpr double kHeight = 330;
-constexpr double kLeft = 62;
-constexpr double kRight = 16;
-constexpr double kTop = 58;
-constexpr double kBottom = 46;
+constexpr double kWidth = 400;
+constexpr double kPlotHeight = 185;
+constexpr double kLeft = 54;
+constexpr double kRight = 12;
+constexpr double kBottom = 42;
+constexpr double kLegendRow = 17;
+// Of texts of 12 units: about right for digits and small letters.
+constexpr double kLetterWidth = 6.4;
 
 std::string Pixel(double value) {
   return Fixed(value, 1);
@@ -28,6 +30,15 @@ std::string Label(double x, double y, const std::string& anchor, const std::stri
 std::string LineBetween(double x0, double y0, double x1, double y1, const std::string& style) {
   return "<line x1=\"" + Pixel(x0) + "\" y1=\"" + Pixel(y0) + "\" x2=\"" + Pixel(x1) + "\" y2=\"" +
          Pixel(y1) + "\" " + style + "/>\n";
+}
+
+std::string Dashes(Plot::Line line) {
+  switch (line) {
+    case Plot::Line::kDashed: return " stroke-dasharray=\"6 4\"";
+    case Plot::Line::kDotted: return " stroke-dasharray=\"1.5 4\" stroke-linecap=\"round\"";
+    case Plot::Line::kSolid: break;
+  }
+  return "";
 }
 
 }  // namespace
@@ -80,19 +91,18 @@ void Plot::Add(Series series) {
   series_.push_back(std::move(series));
 }
 
-void Plot::AddLine(const std::string& name, const std::string& color, Points points,
-                   bool isDashed) {
-  Add({name, color, std::move(points), false, isDashed, 1});
+void Plot::AddLine(const std::string& name, const std::string& color, Points points, Line line) {
+  Add({name, color, std::move(points), false, line, Marker::kDisc});
 }
 
 void Plot::AddDots(const std::string& name, const std::string& color, Points points,
-                   double opacity) {
-  Add({name, color, std::move(points), true, false, opacity});
+                   Marker marker) {
+  Add({name, color, std::move(points), true, Line::kSolid, marker});
 }
 
-void Plot::MarkX(double x, const std::string& color, const std::string& name) {
+void Plot::MarkX(double x, const std::string& color, const std::string& name, Line line) {
   xRange_.Add(x);
-  marks_.push_back({x, color, name});
+  marks_.push_back({x, color, name, line});
 }
 
 void Plot::AddBand(double low, double high, const std::string& name) {
@@ -109,88 +119,137 @@ double Plot::ToX(double x) const {
 }
 
 double Plot::ToY(double y) const {
-  return kHeight - kBottom -
-         (y - yRange_.low) / (yRange_.high - yRange_.low) * (kHeight - kTop - kBottom);
+  return top_ + kPlotHeight - (y - yRange_.low) / (yRange_.high - yRange_.low) * kPlotHeight;
 }
 
 std::string Plot::Grid() const {
   std::string svg;
-  for (double tick : Ticks(xRange_.low, xRange_.high, 8)) {
-    svg += LineBetween(ToX(tick), kTop, ToX(tick), kHeight - kBottom, "class=\"grid\"");
-    svg += Label(ToX(tick), kHeight - kBottom + 16, "middle", "tick", Short(tick));
+  const double bottom = top_ + kPlotHeight;
+  for (double tick : Ticks(xRange_.low, xRange_.high, 7)) {
+    svg += LineBetween(ToX(tick), top_, ToX(tick), bottom, "class=\"grid\"");
+    svg += Label(ToX(tick), bottom + 16, "middle", "tick", Short(tick));
   }
   for (double tick : Ticks(yRange_.low, yRange_.high, 6)) {
     const bool isZero = std::abs(tick) < 1e-12;
     svg += LineBetween(kLeft, ToY(tick), kWidth - kRight, ToY(tick),
                        isZero ? "class=\"zero\"" : "class=\"grid\"");
-    svg += Label(kLeft - 7, ToY(tick) + 4, "end", "tick", Short(tick));
+    svg += Label(kLeft - 6, ToY(tick) + 4, "end", "tick", Short(tick));
   }
-  svg += Label((kLeft + kWidth - kRight) / 2, kHeight - 10, "middle", "axis", xLabel_);
-  const double middle = (kTop + kHeight - kBottom) / 2;
-  svg += "<g transform=\"rotate(-90 14 " + Pixel(middle) + ")\">" +
-         Label(14, middle, "middle", "axis", yLabel_) + "</g>\n";
+  svg += Label((kLeft + kWidth - kRight) / 2, bottom + 35, "middle", "axis", xLabel_);
+  const double middle = top_ + kPlotHeight / 2;
+  svg += "<g transform=\"rotate(-90 13 " + Pixel(middle) + ")\">" +
+         Label(13, middle, "middle", "axis", yLabel_) + "</g>\n";
   return svg;
 }
 
-std::string Plot::Legend() const {
+// The attributes that all markers of a series share.
+std::string Plot::MarkerStyle(const Series& series) {
+  switch (series.marker) {
+    case Marker::kRing:
+      return "fill=\"none\" stroke-opacity=\"0.75\" stroke=\"" + series.color + "\"";
+    case Marker::kCross: return "stroke-width=\"1.3\" stroke=\"" + series.color + "\"";
+    case Marker::kDisc: break;
+  }
+  return "fill=\"" + series.color + "\"";
+}
+
+std::string Plot::MarkerAt(double x, double y, Marker marker) {
+  if (marker == Marker::kCross)
+    return "<path d=\"M" + Pixel(x - 2.6) + "," + Pixel(y - 2.6) +
+           " l5.2,5.2 m0,-5.2 l-5.2,5.2\"/>\n";
+  return "<circle cx=\"" + Pixel(x) + "\" cy=\"" + Pixel(y) + "\" r=\"2.7\"/>\n";
+}
+
+std::string Plot::Markers(const Series& series, const std::string& markers) {
+  return "<g " + MarkerStyle(series) + ">\n" + markers + "</g>\n";
+}
+
+std::string Plot::Legend(double& bottom) const {
+  constexpr double kKeyWidth = 24;
+  constexpr double kGap = 14;
   std::string svg;
   double x = kLeft;
-  const auto entry = [&](const std::string& key, const std::string& name) {
-    svg += key + Label(x + 24, 43, "start", "tick", name);
-    x += 44 + 6.3 * static_cast<double>(name.size());
+  double y = bottom;
+  // Begins an entry, in a row of its own when this one is full; its key comes at (x, y).
+  const auto place = [&](const std::string& name) {
+    const double width = kKeyWidth + kLetterWidth * static_cast<double>(name.size());
+    const bool isFirst = y == bottom;
+    if (isFirst || x + width > kWidth - kRight) {
+      x = kLeft;
+      y += kLegendRow;
+    }
+    svg += Label(x + kKeyWidth, y, "start", "tick", name);
+    const double start = x;
+    x += width + kGap;
+    return start;
   };
   for (const Series& series : series_) {
     if (series.name.empty()) continue;
-    const std::string stroke = "stroke=\"" + series.color + "\" stroke-width=\"2\"" +
-                               (series.isDashed ? " stroke-dasharray=\"5 4\"" : "");
-    entry(series.isDots ? "<circle cx=\"" + Pixel(x + 10) + "\" cy=\"39\" r=\"3.5\" fill=\"" +
-                              series.color + "\"/>\n"
-                        : LineBetween(x, 39, x + 19, 39, stroke),
-          series.name);
+    const double at = place(series.name);
+    svg += series.isDots ? Markers(series, MarkerAt(at + 10, y - 4, series.marker))
+                         : LineBetween(at, y - 4, at + 19, y - 4,
+                                       "stroke=\"" + series.color + "\" stroke-width=\"2\"" +
+                                           Dashes(series.line));
   }
-  if (hasBand_ && !bandName_.empty())
-    entry("<rect class=\"band\" x=\"" + Pixel(x) + "\" y=\"33\" width=\"19\" height=\"11\"/>\n",
-          bandName_);
+  if (hasBand_ && !bandName_.empty()) {
+    const double at = place(bandName_);
+    svg += "<rect class=\"band\" x=\"" + Pixel(at) + "\" y=\"" + Pixel(y - 10) +
+           "\" width=\"19\" height=\"11\"/>\n";
+  }
+  bottom = y;
   return svg;
 }
 
+std::string Plot::Marks() const {
+  std::string svg;
+  double y = top_;
+  for (const Mark& mark : marks_) {
+    const double x = ToX(mark.x);
+    // The word stands on the side that has room.
+    const bool isRight =
+        x < kWidth - kRight - 8 - kLetterWidth * static_cast<double>(mark.name.size());
+    y += 14;
+    svg += LineBetween(x, top_, x, top_ + kPlotHeight,
+                       "stroke=\"" + mark.color + "\" stroke-width=\"1.5\"" + Dashes(mark.line));
+    svg += "<g fill=\"" + mark.color + "\">" +
+           Label(isRight ? x + 4 : x - 4, y, isRight ? "start" : "end", "mark", mark.name) +
+           "</g>\n";
+  }
+  return svg;
+}
+
+std::string Plot::Drawn(const Series& series) const {
+  std::string svg;
+  if (series.isDots) {
+    for (const auto& [x, y] : series.points) svg += MarkerAt(ToX(x), ToY(y), series.marker);
+    return Markers(series, svg);
+  }
+  svg = "<polyline fill=\"none\" stroke=\"" + series.color + "\" stroke-width=\"2\"" +
+        Dashes(series.line) + " points=\"";
+  for (const auto& [x, y] : series.points) svg += Pixel(ToX(x)) + "," + Pixel(ToY(y)) + " ";
+  return svg + "\"/>\n";
+}
+
 std::string Plot::Svg() const {
+  constexpr double kTitleLine = 18;
   Plot plot = *this;
   plot.xRange_.Pad();
   plot.yRange_.Pad();
-  std::string svg = "<svg viewBox=\"0 0 " + Short(kWidth) + " " + Short(kHeight) +
-                    "\" role=\"img\" aria-label=\"" + EscapeHtml(title_) + "\">\n";
-  svg += Label(kLeft, 20, "start", "title", title_);
+  double bottom = kTitleLine + 4;
+  const std::string legend = Legend(bottom);
+  plot.top_ = bottom + 10;
+  std::string svg = "<svg viewBox=\"0 0 " + Short(kWidth) + " " +
+                    Short(plot.top_ + kPlotHeight + kBottom) + "\" role=\"img\" aria-label=\"" +
+                    EscapeHtml(title_) + "\">\n" + Label(8, kTitleLine, "start", "title", title_) +
+                    legend;
   if (hasBand_) {
     svg += "<rect class=\"band\" x=\"" + Pixel(kLeft) + "\" y=\"" + Pixel(plot.ToY(bandHigh_)) +
            "\" width=\"" + Pixel(kWidth - kLeft - kRight) + "\" height=\"" +
            Pixel(plot.ToY(bandLow_) - plot.ToY(bandHigh_)) + "\"/>\n";
   }
   svg += plot.Grid();
-  for (const Mark& mark : marks_) {
-    svg += LineBetween(plot.ToX(mark.x), kTop, plot.ToX(mark.x), kHeight - kBottom,
-                       "stroke=\"" + mark.color + "\" stroke-width=\"1.5\"");
-    svg += "<g fill=\"" + mark.color + "\">" +
-           Label(plot.ToX(mark.x) + 4, kTop + 12 + 14 * static_cast<double>(&mark - marks_.data()),
-                 "start", "mark", mark.name) +
-           "</g>\n";
-  }
-  for (const Series& series : series_) {
-    if (series.isDots) {
-      svg += "<g fill=\"" + series.color + "\" fill-opacity=\"" + Short(series.opacity) + "\">\n";
-      for (const auto& [x, y] : series.points)
-        svg += "<circle cx=\"" + Pixel(plot.ToX(x)) + "\" cy=\"" + Pixel(plot.ToY(y)) +
-               "\" r=\"3\"/>\n";
-      svg += "</g>\n";
-      continue;
-    }
-    svg += "<polyline fill=\"none\" stroke=\"" + series.color + "\" stroke-width=\"2\"" +
-           (series.isDashed ? " stroke-dasharray=\"5 4\"" : "") + " points=\"";
-    for (const auto& [x, y] : series.points)
-      svg += Pixel(plot.ToX(x)) + "," + Pixel(plot.ToY(y)) + " ";
-    svg += "\"/>\n";
-  }
-  return svg + plot.Legend() + "</svg>\n";
+  for (const Series& series : series_) svg += plot.Drawn(series);
+  return svg + plot.Marks() + "</svg>\n";
 }
 
 }  // namespace simcam

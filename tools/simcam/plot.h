@@ -16,12 +16,15 @@ class Plot {
   // Makes the plot show this value whatever the data.
   void IncludeY(double y);
   void IncludeX(double x);
+  // Series are told apart without their colours: by the line's style and the marker's shape.
+  enum class Line { kSolid, kDashed, kDotted };
+  enum class Marker { kDisc, kRing, kCross };
   void AddLine(const std::string& name, const std::string& color, Points points,
-               bool isDashed = false);
+               Line line = Line::kSolid);
   void AddDots(const std::string& name, const std::string& color, Points points,
-               double opacity = 1);
+               Marker marker = Marker::kDisc);
   // A thin vertical line with a word at its top.
-  void MarkX(double x, const std::string& color, const std::string& name);
+  void MarkX(double x, const std::string& color, const std::string& name, Line line = Line::kSolid);
   // The range |y| <= half as a pale band.
   void AddBand(double low, double high, const std::string& name);
 
@@ -33,13 +36,14 @@ class Plot {
     std::string color;
     Points points;
     bool isDots;
-    bool isDashed;
-    double opacity;
+    Line line;
+    Marker marker;
   };
   struct Mark {
     double x;
     std::string color;
     std::string name;
+    Line line;
   };
   struct Range {
     double low = 1e300;
@@ -49,8 +53,14 @@ class Plot {
   };
 
   void Add(Series series);
+  static std::string MarkerStyle(const Series& series);
+  static std::string MarkerAt(double x, double y, Marker marker);
+  static std::string Markers(const Series& series, const std::string& markers);
   std::string Grid() const;
-  std::string Legend() const;
+  std::string Marks() const;
+  std::string Drawn(const Series& series) const;
+  // Draws the entries, and sets `bottom` to where the last row of them ends.
+  std::string Legend(double& bottom) const;
   double ToX(double x) const;
   double ToY(double y) const;
 
@@ -61,6 +71,7 @@ class Plot {
   std::vector<Mark> marks_;
   Range xRange_;
   Range yRange_;
+  double top_ = 0;  // of the plot itself, below title and legend
   bool hasBand_ = false;
   double bandLow_ = 0;
   double bandHigh_ = 0;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "focus_run.h"
 #include "learn_run.h"
@@ -10,12 +11,22 @@
 
 namespace simcam {
 
-std::string FocusReport(const FocusResult& result);
-std::string SweepReport(const SweepResult& result);
-std::string LearnReport(const LearnResult& result);
-std::string MatchReport(const MatchResult& result);
+// How a program was run, for its report's folded section of settings.
+struct RunRecord {
+  struct Option {
+    std::string name;
+    std::string value;
+    bool isGiven = false;  // on the command line; else this is the default
+  };
+  std::string commandLine;
+  std::string version;
+  std::vector<Option> options;             // all that are in force
+  std::vector<std::string> failures = {};  // checks of the program that weren't passed
+};
 
-// Writes a file whole. Throws InputError.
-void WriteFile(const std::string& path, const std::string& content);
+std::string FocusReport(const FocusResult& result, const RunRecord& run = {});
+std::string SweepReport(const SweepResult& result, const RunRecord& run = {});
+std::string LearnReport(const LearnResult& result, const RunRecord& run = {});
+std::string MatchReport(const MatchResult& result, const RunRecord& run = {});
 
 }  // namespace simcam

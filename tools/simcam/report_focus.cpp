@@ -24,7 +24,8 @@ std::string Convergence(const FocusResult& result) {
   Plot plot("Convergence", "frame", "phase difference, pixels");
   plot.AddBand(-1, 1, "one lens step");
   plot.AddLine("true", color::kTruth,
-               ByFrame(result, [](const FocusFrame& frame) { return frame.truePhasePx; }));
+               ByFrame(result, [](const FocusFrame& frame) { return frame.truePhasePx; }),
+               Plot::Line::kDashed);
   plot.AddDots("measured", color::kMeasured,
                ByFrame(result, [](const FocusFrame& frame) { return Phase(frame.roi); }));
   return plot.Svg();
@@ -35,7 +36,8 @@ std::string LensTravel(const FocusResult& result) {
   plot.AddLine("lens", color::kMeasured,
                ByFrame(result, [](const FocusFrame& frame) { return frame.lensPosition; }));
   plot.AddLine("focus", color::kTruth,
-               ByFrame(result, [&](const FocusFrame&) { return result.focusCode; }), true);
+               ByFrame(result, [&](const FocusFrame&) { return result.focusCode; }),
+               Plot::Line::kDashed);
   return plot.Svg();
 }
 
@@ -48,12 +50,12 @@ std::string MeasuredAgainstTrue(const FocusResult& result) {
       windows.emplace_back(frame.truePhasePx, Phase(info));
     roi.emplace_back(frame.truePhasePx, Phase(frame.roi));
   }
-  plot.AddDots("windows", "#9cc1ee", windows, 0.6);
+  plot.AddDots("windows", color::kWindows, windows, Plot::Marker::kRing);
   plot.AddDots("whole ROI", color::kMeasured, roi);
   double reach = 1;
   for (const FocusFrame& frame : result.frames)
     reach = std::max(reach, std::abs(frame.truePhasePx));
-  plot.AddLine("no error", color::kTruth, {{-reach, -reach}, {reach, reach}}, true);
+  plot.AddLine("no error", color::kTruth, {{-reach, -reach}, {reach, reach}}, Plot::Line::kDashed);
   return plot.Svg();
 }
 
@@ -68,7 +70,7 @@ std::string Confidence(const FocusResult& result) {
       "threshold", color::kWarn,
       ByFrame(result,
               [&](const FocusFrame&) { return result.sensor.tuning.defocusConfidenceThreshold; }),
-      true);
+      Plot::Line::kDotted);
   return plot.Svg();
 }
 
@@ -84,7 +86,7 @@ std::string Curve(const FocusResult& result) {
   const size_t index = static_cast<size_t>(result.settings.curveFrame);
   const size_t window = static_cast<size_t>(result.settings.curveWindow);
   if (index < result.frames.size() && window < result.frames[index].windows.size()) {
-    plot.MarkX(result.frames[index].truePhasePx, color::kTruth, "true");
+    plot.MarkX(result.frames[index].truePhasePx, color::kTruth, "true", Plot::Line::kDashed);
     plot.MarkX(Phase(result.frames[index].windows[window]), color::kWarn, "measured");
   }
   return plot.Svg();
@@ -103,34 +105,58 @@ std::string FrameTable(const FocusResult& result) {
                rows);
 }
 
-std::string Share(double value) {
-  return Fixed(100 * value, 0) + " %";
+std::string Share(const FocusScores& scores, double value) {
+  return scores.heldFrom ? Fixed(100 * value, 0) + " %" : "-";
+}
+
+std::vector<std::string> FailuresOf(const FocusResult& result) {
+  std::vector<std::string> failures;
+  const FocusScores& scores = result.scores;
+  const auto isFailed = [](const FocusFrame& frame) { return !frame.isProcessed; };
+  const auto failed = std::count_if(result.frames.begin(), result.frames.end(), isFailed);
+  if (!scores.framesToFocus)
+    failures.push_back("The camera was not in focus after " + std::to_string(result.frames.size()) +
+                       " frames: the true phase difference at the end was " +
+                       Fixed(scores.finalTruePhasePx, 2) + " pixels" +
+                       (scores.heldFrom ? ", where the stack held the lens."
+                                        : ", and the stack never held the lens for good."));
+  if (failed > 0)
+    failures.push_back("The library failed on " + std::to_string(failed) + " of " +
+                       std::to_string(result.frames.size()) + " frames.");
+  return failures;
 }
 
 }  // namespace
 
-std::string FocusReport(const FocusResult& result) {
+std::string FocusReport(const FocusResult& result, const RunRecord& run) {
   const FocusScores& scores = result.scores;
+  std::vector<std::string> failures = FailuresOf(result);
+  failures.insert(failures.end(), run.failures.begin(), run.failures.end());
   const std::string title =
       scores.framesToFocus
           ? "In focus after " + std::to_string(*scores.framesToFocus) + " frames"
-          : "Not in focus after " + std::to_string(result.frames.size()) + " frames";
+          : "Failed: not in focus after " + std::to_string(result.frames.size()) + " frames";
   const FocusFrame& first = result.frames.front();
   const FocusFrame& last = result.frames.back();
-  std::string body = Cards({
-      {scores.framesToFocus ? std::to_string(*scores.framesToFocus) : "never", "frames to focus"},
-      {Fixed(scores.finalTruePhasePx, 2) + " px", "true phase difference at the end"},
-      {Fixed(scores.overshootSteps, 2), "overshoot, lens steps"},
-      {Share(scores.within1Step), "of held frames within 1 lens step"},
-      {Share(scores.within2Steps), "within 2"},
-      {Share(scores.within4Steps), "within 4"},
-  });
+  std::string body =
+      Failures(failures) +
+      Cards({
+          {scores.framesToFocus ? std::to_string(*scores.framesToFocus) : "never",
+           "frames to focus"},
+          {Fixed(scores.finalTruePhasePx, 2) + " px", "true phase difference at the end"},
+          {Fixed(scores.overshootSteps, 2), "overshoot, lens steps"},
+          {Share(scores, scores.within1Step), "of held frames within 1 lens step"},
+          {Share(scores, scores.within2Steps), "within 2"},
+          {Share(scores, scores.within4Steps), "within 4"},
+      });
   body += "<h2>What the camera saw</h2>\n";
   body += Figures(
       {{RoiFigure(result.sensor, result.camera, first.truePhasePx, first.windows),
-        "First frame: the ROI as the lens showed it, each window's place coloured by "
-        "what was measured in it (green: in focus; red and blue: to either side)."},
-       {RoiFigure(result.sensor, result.camera, last.truePhasePx, last.windows), "Last frame."}});
+        "First frame: the ROI as the lens showed it, each window's place marked by the phase "
+        "difference that was measured in it."},
+       {RoiFigure(result.sensor, result.camera, last.truePhasePx, last.windows), "Last frame."},
+       {SceneFigure(result.sensor, result.camera), "The scene and the ROI in it."}});
+  body += TileKeys(result.sensor.tuning.defocusConfidenceThreshold, Tiles{}.fullColourPx);
   body += "<h2>What was measured</h2>\n";
   body += Figures({{Convergence(result), "The whole ROI, frame by frame."},
                    {LensTravel(result), "The lens in the middle of each exposure."},
@@ -138,13 +164,16 @@ std::string FocusReport(const FocusResult& result) {
                    {Confidence(result), "The stack follows results above the threshold."},
                    {Curve(result),
                     "Computed here from the sensor's samples, black level and shading taken out, "
-                    "and not by the library: the views match best where the curve is lowest."},
-                   {SceneFigure(result.sensor, result.camera), "The scene and the ROI in it."}});
+                    "and not by the library: the views match best where the curve is lowest."}});
   body +=
-      "<p class=\"sub\">A lens step is the travel that changes the true phase difference by one "
-      "pixel. Held frames are those from the one on in which the stack first held the lens for "
-      "good.</p>\n";
-  body += FrameTable(result) + SettingsTable(result.sensor, result.camera);
+      "<p class=\"sub\" style=\"margin-top:14px\">A lens step is the travel that changes the true "
+      "phase difference by one pixel. ";
+  body += scores.heldFrom
+              ? "Held frames are those from frame " + std::to_string(*scores.heldFrom) +
+                    " on, in which the stack first held the lens for good.</p>\n"
+              : "No frame counts as held: the stack never held the lens for good.</p>\n";
+  body += FrameTable(result) +
+          SettingsSection(run, FactTable("Camera", CameraFacts(result.sensor, result.camera)));
   return Page(title,
               "Simulated camera, sensor " + result.sensor.name + ", scene " + result.camera.scene +
                   ", seed " + std::to_string(result.camera.seed) + ", started " +

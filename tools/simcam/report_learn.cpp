@@ -9,18 +9,26 @@
 namespace simcam {
 namespace {
 
-constexpr int kCellWidth = 68;
-constexpr int kCellHeight = 46;
+constexpr int kCellWidth = 50;
+constexpr int kCellHeight = 42;
 constexpr int kTitleHeight = 26;
 
-// White at the calibrated K, blue below it and red above, full at this share of it.
+// White at the calibrated K; below it blue with a marker that points down, above it red with one
+// that points up. Full at this share of it.
 constexpr double kFullShare = 0.3;
 
-std::string HeatColour(int k, int calibratedK) {
+struct Heat {
+  const char* colour;
+  double opacity;
+  const char* marker;
+};
+
+Heat HeatOf(int k, int calibratedK) {
+  constexpr double kFullOpacity = 0.55;
   const double share = (static_cast<double>(k) / calibratedK - 1) / kFullShare;
-  const double strength = std::clamp(std::abs(share), 0.0, 1.0);
-  return std::string("hsl(") + (share < 0 ? "214" : "14") + ",75%," + Fixed(97 - 39 * strength, 1) +
-         "%)";
+  const double opacity = kFullOpacity * std::min(std::abs(share), 1.0);
+  if (share < 0) return {color::kMeasured, opacity, "l7,0 l-3.5,6 Z"};
+  return {color::kWarn, opacity, share > 0 ? "m0,6 l7,0 l-3.5,-6 Z" : ""};
 }
 
 // The cells as they lie in the PD area; those with a window's middle in them are framed.
@@ -36,17 +44,20 @@ std::string HeatMap(const std::string& title, const LearnResult& result,
     const int y = kTitleHeight + static_cast<int>(cell) / kAdaptiveColumns * kCellHeight;
     const bool isMeasured = result.measured[cell];
     const double factor = KFactor(result.settings, static_cast<int>(cell));
+    const Heat heat = HeatOf(medians[cell], result.calibratedK);
+    const std::string middle = std::to_string(x + kCellWidth / 2);
     svg += "<rect x=\"" + std::to_string(x + 2) + "\" y=\"" + std::to_string(y + 2) +
            "\" width=\"" + std::to_string(kCellWidth - 4) + "\" height=\"" +
-           std::to_string(kCellHeight - 4) + "\" rx=\"3\" fill=\"" +
-           HeatColour(medians[cell], result.calibratedK) + "\" stroke=\"" +
+           std::to_string(kCellHeight - 4) + "\" rx=\"3\" fill=\"" + heat.colour +
+           "\" fill-opacity=\"" + Fixed(heat.opacity, 2) + "\" stroke=\"" +
            (isMeasured ? "#20242b" : "#d5d9df") + "\" stroke-width=\"" + (isMeasured ? "2" : "1") +
-           "\"/>\n<text class=\"mark\" text-anchor=\"middle\" font-weight=\"600\" x=\"" +
-           std::to_string(x + kCellWidth / 2) + "\" y=\"" + std::to_string(y + 20) + "\">" +
-           std::to_string(medians[cell]) +
-           "</text>\n<text class=\"tick\" text-anchor=\"middle\" x=\"" +
-           std::to_string(x + kCellWidth / 2) + "\" y=\"" + std::to_string(y + 36) + "\">true " +
-           Fixed(factor * result.calibratedK, 0) + "</text>\n";
+           "\"/>\n<text class=\"title\" text-anchor=\"middle\" x=\"" + middle + "\" y=\"" +
+           std::to_string(y + 18) + "\">" + std::to_string(medians[cell]) +
+           "</text>\n<text class=\"tick\" text-anchor=\"middle\" x=\"" + middle + "\" y=\"" +
+           std::to_string(y + 35) + "\">" + Fixed(factor * result.calibratedK, 0) + "</text>\n";
+    if (*heat.marker != '\0')
+      svg += std::string("<path d=\"M") + std::to_string(x + 5) + "," + std::to_string(y + 9) +
+             " " + heat.marker + "\" fill=\"" + heat.colour + "\"/>\n";
   }
   return svg + "</svg>\n";
 }
@@ -87,7 +98,7 @@ Plot::Points BySequence(const LearnResult& result, Value value) {
 
 void MarkSecond(Plot& plot, const LearnResult& result) {
   plot.MarkX(static_cast<double>(result.first.sequences.size()) - 0.5, color::kTruth,
-             "opened again");
+             "opened again", Plot::Line::kDotted);
 }
 
 std::string KPlot(const LearnResult& result) {
@@ -98,7 +109,7 @@ std::string KPlot(const LearnResult& result) {
                }));
   plot.AddLine("true", color::kTruth,
                BySequence(result, [](const LearnSequence& s) { return std::optional(s.trueK); }),
-               true);
+               Plot::Line::kDashed);
   MarkSecond(plot, result);
   return plot.Svg();
 }
@@ -157,44 +168,58 @@ std::string HistoryTable(const LearnResult& result) {
                {"row, column", "near", "far"}, rows);
 }
 
-std::string TuningTable(const LearnResult& result) {
+std::string LearningTable(const LearnResult& result) {
   const AdaptiveChoices& adaptive = result.sensor.tuning.adaptive;
   const auto number = [](int value) { return std::to_string(value); };
-  return "<div class=\"settings\">\n" +
-         Table(
-             "Learning", {"what", "value"},
-             {{"a start", number(adaptive.startFrames) + " frames, from " +
-                              Short(adaptive.startPhasePx) + " pixels and confidence " +
-                              number(adaptive.startConfidence)},
-              {"an end", number(adaptive.endFrames) + " frames, up to " +
-                             Short(adaptive.endPhasePx) + " pixels and from confidence " +
-                             number(adaptive.endConfidence)},
-              {"smallest travel", number(adaptive.minimumTravel) + " codes"},
-              {"time-out", number(adaptive.timeoutFrames) + " frames"},
-              {"entries in the median", number(adaptive.filterSize)},
-              {"bounds", Short(adaptive.lowerTolerance) + " to " + Short(adaptive.upperTolerance) +
-                             " times the calibrated K"},
-              {"unit of defocus", Short(result.sensor.lens.codesPerDefocus) + " actuator codes"}}) +
-         "</div>\n";
+  return FactTable(
+      "Learning",
+      {{"a start", number(adaptive.startFrames) + " frames, from " + Short(adaptive.startPhasePx) +
+                       " pixels and confidence " + number(adaptive.startConfidence)},
+       {"an end", number(adaptive.endFrames) + " frames, up to " + Short(adaptive.endPhasePx) +
+                      " pixels and from confidence " + number(adaptive.endConfidence)},
+       {"smallest travel", number(adaptive.minimumTravel) + " codes"},
+       {"time-out", number(adaptive.timeoutFrames) + " frames"},
+       {"entries in the median", number(adaptive.filterSize)},
+       {"bounds", Short(adaptive.lowerTolerance) + " to " + Short(adaptive.upperTolerance) +
+                      " times the calibrated K"},
+       {"unit of defocus", Short(result.sensor.lens.codesPerDefocus) + " actuator codes"}});
+}
+
+std::vector<std::string> FailuresOf(const LearnResult& result, const RunRecord& run) {
+  std::vector<std::string> failures = run.failures;
+  int unfocused = 0;
+  for (const LearnPass* pass : {&result.first, &result.second})
+    for (const LearnSequence& sequence : pass->sequences)
+      unfocused += sequence.scores.framesToFocus ? 0 : 1;
+  if (unfocused > 0)
+    failures.push_back("Sequences that never came into focus: " + std::to_string(unfocused) + ".");
+  if (!result.isReopenedSame)
+    failures.push_back("The file changed when it was opened and closed again.");
+  return failures;
 }
 
 }  // namespace
 
-std::string LearnReport(const LearnResult& result) {
+std::string LearnReport(const LearnResult& result, const RunRecord& run) {
   const LearntScores scores = ScoreLearnt(result);
   const bool hasMap = !result.settings.kMap.empty();
-  std::string body = Cards({
-      {std::to_string(result.calibratedK), "calibrated K"},
-      {Fixed(result.trueK, 1), hasMap ? "true K, mean of the map" : "true K"},
-      {Fixed(100 * scores.worstKError, 1) + " %", "worst error of K, later sequences"},
-      {Fixed(scores.framesToFocus, 1), "frames to focus, later sequences"},
-      {Fixed(scores.overshootSteps, 2), "overshoot, lens steps, later sequences"},
-      {result.isReopenedSame ? "same" : "changed", "the file, opened and closed again"},
-  });
+  std::string body =
+      Failures(FailuresOf(result, run)) +
+      Cards({
+          {std::to_string(result.calibratedK), "calibrated K"},
+          {Fixed(result.trueK, 1), hasMap ? "true K, mean of the map" : "true K"},
+          {Fixed(100 * scores.worstKError, 1) + " %", "worst error of K, later sequences"},
+          {Fixed(scores.framesToFocus, 1), "frames to focus, later sequences"},
+          {Fixed(scores.overshootSteps, 2), "overshoot, lens steps, later sequences"},
+          {result.isReopenedSame ? "same" : "changed", "the file, opened and closed again"},
+      });
   body += "<h2>What was learnt</h2>\n" + HeatMaps(result);
   body +=
-      "<p class=\"sub\" style=\"margin-top:10px\">White is the calibrated K, red above it and "
-      "blue below. Framed cells lie under the middle of a window; the others hold " +
+      "<p class=\"sub\" style=\"margin-top:10px\">In each cell the K in use, and below it the true "
+      "one. White is the calibrated K; a K above it has a red cell and a marker that points up, "
+      "one "
+      "below it a blue cell and a marker that points down. Framed cells lie under the middle of a "
+      "window; the others hold " +
       std::string(result.first.isPropagated
                       ? "the first measurement, which was spread over the whole image."
                       : "what they held when the camera was opened.") +
@@ -206,7 +231,8 @@ std::string LearnReport(const LearnResult& result) {
                    {SceneFigure(result.sensor, result.camera), "The scene and the ROI in it."}});
   body += SequenceTable("First opening", result.first) +
           SequenceTable("Second opening", result.second) + HistoryTable(result) +
-          TuningTable(result) + SettingsTable(result.sensor, result.camera);
+          SettingsSection(run, LearningTable(result) +
+                                   FactTable("Camera", CameraFacts(result.sensor, result.camera)));
   const std::string title =
       hasMap ? "Learning a map of K"
              : "Learning a K of " + Fixed(result.settings.kError, 2) + " times the calibrated one";

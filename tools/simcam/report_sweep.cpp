@@ -23,10 +23,11 @@ Plot::Points ByPhase(const std::vector<SweepPoint>& points, Value value) {
 
 std::string MeasuredAgainstTrue(const SweepResult& result) {
   Plot plot("Measured against true", "true phase difference, pixels", "measured, pixels");
-  plot.AddDots("windows", "#9cc1ee", ByPhase(result.points, Phase), 0.7);
+  plot.AddDots("windows", color::kWindows, ByPhase(result.points, Phase), Plot::Marker::kRing);
   plot.AddLine("whole ROI", color::kMeasured, ByPhase(result.roiPoints, Phase));
   plot.AddLine("no error", color::kTruth,
-               ByPhase(result.roiPoints, [](const SweepPoint& p) { return p.truePhasePx; }), true);
+               ByPhase(result.roiPoints, [](const SweepPoint& p) { return p.truePhasePx; }),
+               Plot::Line::kDashed);
   return plot.Svg();
 }
 
@@ -35,7 +36,7 @@ std::string Errors(const SweepResult& result) {
   Plot plot("Error", "true phase difference, pixels", "measured - true, pixels");
   plot.IncludeY(0.5);
   plot.IncludeY(-0.5);
-  plot.AddDots("windows", "#9cc1ee", ByPhase(result.points, error), 0.7);
+  plot.AddDots("windows", color::kWindows, ByPhase(result.points, error), Plot::Marker::kRing);
   plot.AddLine("whole ROI", color::kMeasured, ByPhase(result.roiPoints, error));
   return plot.Svg();
 }
@@ -48,8 +49,8 @@ std::string Defocus(const SweepResult& result) {
     windows.emplace_back(point.trueDefocus, point.measured.defocus);
   for (const SweepPoint& point : result.roiPoints)
     truth.emplace_back(point.trueDefocus, point.trueDefocus);
-  plot.AddDots("windows", color::kMeasured, windows, 0.5);
-  plot.AddLine("no error", color::kTruth, truth, true);
+  plot.AddDots("windows", color::kMeasured, windows, Plot::Marker::kRing);
+  plot.AddLine("no error", color::kTruth, truth, Plot::Line::kDashed);
   return plot.Svg();
 }
 
@@ -60,13 +61,14 @@ std::string Confidence(const SweepResult& result) {
   Plot plot("Confidence", "true phase difference, pixels", "confidence, 0 to 1023");
   plot.IncludeY(0);
   plot.IncludeY(1023);
-  plot.AddDots("windows", "#9fd3b9", ByPhase(result.points, confidence), 0.7);
+  plot.AddDots("windows", color::kConfidence, ByPhase(result.points, confidence),
+               Plot::Marker::kRing);
   plot.AddLine("whole ROI", color::kConfidence, ByPhase(result.roiPoints, confidence));
   plot.AddLine(
       "threshold", color::kWarn,
       ByPhase(result.roiPoints,
               [&](const SweepPoint&) { return result.sensor.tuning.defocusConfidenceThreshold; }),
-      true);
+      Plot::Line::kDotted);
   return plot.Svg();
 }
 
@@ -94,7 +96,7 @@ std::string ScoreTable(const SweepResult& result) {
 
 }  // namespace
 
-std::string SweepReport(const SweepResult& result) {
+std::string SweepReport(const SweepResult& result, const RunRecord& run) {
   const ErrorScores& scores = result.scores;
   std::vector<PDLibDefocusInfo> firstStep;
   for (size_t i = 0; i < result.windows.size(); ++i) firstStep.push_back(result.points[i].measured);
@@ -103,12 +105,17 @@ std::string SweepReport(const SweepResult& result) {
   for (const SweepPoint& point : result.points)
     if (point.truePhasePx == middle.truePhasePx) middleStep.push_back(point.measured);
 
-  std::string body = Cards({{Fixed(scores.meanAbs, 2) + " px", "mean error without sign"},
-                            {Fixed(scores.worst, 2) + " px", "worst"},
-                            {Fixed(scores.bias, 2) + " px", "bias"},
-                            {Fixed(scores.rms, 2) + " px", "root of mean square"},
-                            {Fixed(scores.slope, 4), "slope, measured against true"},
-                            {Fixed(100 * scores.confidentShare, 0) + " %", "confident"}});
+  std::vector<std::string> failures = run.failures;
+  if (result.failedFrames > 0)
+    failures.push_back("The library failed on " + std::to_string(result.failedFrames) +
+                       " frames; what they delivered counts as measured.");
+  std::string body =
+      Failures(failures) + Cards({{Fixed(scores.meanAbs, 2) + " px", "mean error without sign"},
+                                  {Fixed(scores.worst, 2) + " px", "worst"},
+                                  {Fixed(scores.bias, 2) + " px", "bias"},
+                                  {Fixed(scores.rms, 2) + " px", "root of mean square"},
+                                  {Fixed(scores.slope, 4), "slope, measured against true"},
+                                  {Fixed(100 * scores.confidentShare, 0) + " %", "confident"}});
   body += "<h2>Through the travel</h2>\n";
   body += Figures({{MeasuredAgainstTrue(result), "Every window at every step."},
                    {Errors(result), "Measured minus true."},
@@ -118,15 +125,18 @@ std::string SweepReport(const SweepResult& result) {
   body += Figures(
       {{RoiFigure(result.sensor, result.camera, result.points.front().truePhasePx, firstStep),
         "At a true phase difference of " + Fixed(result.points.front().truePhasePx, 1) +
-            " pixels, each window's place coloured by what was measured in it."},
+            " pixels, each window's place marked by what was measured in it."},
        {RoiFigure(result.sensor, result.camera, middle.truePhasePx, middleStep),
         "At " + Fixed(middle.truePhasePx, 1) + " pixels."},
        {SceneFigure(result.sensor, result.camera), "The scene and the ROI in it."}});
-  body += ScoreTable(result) + SettingsTable(result.sensor, result.camera);
-  return Page("Measured against true phase difference",
-              "Simulated camera, sensor " + result.sensor.name + ", scene " + result.camera.scene +
-                  ", seed " + std::to_string(result.camera.seed),
-              body);
+  body += TileKeys(result.sensor.tuning.defocusConfidenceThreshold, Tiles{}.fullColourPx);
+  body += ScoreTable(result) +
+          SettingsSection(run, FactTable("Camera", CameraFacts(result.sensor, result.camera)));
+  return Page(
+      (failures.empty() ? std::string() : "Failed: ") + "Measured against true phase difference",
+      "Simulated camera, sensor " + result.sensor.name + ", scene " + result.camera.scene +
+          ", seed " + std::to_string(result.camera.seed),
+      body);
 }
 
 }  // namespace simcam

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "common/nearest_name.h"
 #include "errors.h"
 #include "random.h"
 #include "scene_patterns.h"
@@ -187,10 +188,17 @@ class FlatScene : public Scene {
   float light_;
 };
 
-std::string KnownScenes() {
-  std::string names;
-  for (const SceneName& scene : SceneNames()) names += (names.empty() ? "" : ", ") + scene.name;
-  return names;
+std::string Joined(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+[[noreturn]] void FailForUnknown(const std::string& name) {
+  std::vector<std::string> names;
+  for (const SceneName& scene : SceneNames()) names.push_back(scene.name);
+  throw InputError("scene '" + name + "': expected one of " + Joined(names) +
+                   ", or the path of a PNG or JPEG file" + tool::DidYouMean(name, names));
 }
 
 }  // namespace
@@ -215,9 +223,7 @@ std::unique_ptr<Scene> MakeScene(const std::string& nameOrPath, int imageWidth, 
   if (nameOrPath == "noise") return std::make_unique<PointScene>(Noise, imageWidth, seed);
   if (nameOrPath == "texture") return std::make_unique<PointScene>(Texture, imageWidth, seed);
   if (nameOrPath == "chart") return std::make_unique<PointScene>(Chart, imageWidth, seed);
-  if (nameOrPath.find_first_of("./") == std::string::npos)
-    throw InputError("scene '" + nameOrPath + "': expected one of " + KnownScenes() +
-                     ", or the path of a PNG or JPEG file");
+  if (nameOrPath.find_first_of("./") == std::string::npos) FailForUnknown(nameOrPath);
   return LoadPhotograph(nameOrPath, imageWidth, imageHeight);
 }
 

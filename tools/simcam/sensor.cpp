@@ -4,6 +4,12 @@
 
 namespace simcam {
 
+std::vector<std::string> SensorNames() {
+  std::vector<std::string> names;
+  for (const EmbeddedSensor& sensor : EmbeddedSensors()) names.emplace_back(sensor.name);
+  return names;
+}
+
 int SensorDescription::ColumnsPerBlock() const {
   if (IsDual()) return 1;
   std::set<int> columns;

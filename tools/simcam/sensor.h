@@ -132,6 +132,9 @@ struct TuningChoices {
   double staticWeight = 0.5;
   double dynamicWeight = 1;
   bool gridOverlap = true;
+  // Sparse sensors: windows that overlap in a grid that isn't square are the sums of their own
+  // cells. The library's own default sums those of other windows.
+  bool overlapSumByColumns = true;
   bool peripheralWindows = true;
   int staticFrameCount = 8;
   int maxFrameRate = 30;
@@ -191,6 +194,7 @@ struct EmbeddedSensor {
 
 // The descriptions that come with the program.
 const std::vector<EmbeddedSensor>& EmbeddedSensors();
+std::vector<std::string> SensorNames();
 
 // Reads a description; `file` is only named in errors. Throws InputError with file, field and what
 // was expected.

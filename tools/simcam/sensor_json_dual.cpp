@@ -4,30 +4,7 @@
 namespace simcam {
 namespace {
 
-constexpr int kLargestSite = 16;   // pixels
-constexpr int kLargestRatio = 64;  // of exposures
-constexpr double kLargestOffset = 8;
 constexpr int kLargestShift = 127;  // sites, as the library stores them
-
-ViewOffset ReadOffset(JsonNode node) {
-  ViewOffset offset;
-  node.Real("middle", -kLargestOffset, kLargestOffset, offset.middle);
-  node.Real("right", -kLargestOffset, kLargestOffset, offset.right);
-  node.Real("bottom", -kLargestOffset, kLargestOffset, offset.bottom);
-  node.OnlyKnownFields();
-  return offset;
-}
-
-DualLayout ReadLayout(JsonNode& node) {
-  DualLayout layout;
-  layout.axis = static_cast<ViewAxis>(node.Word("axis", {"horizontal", "vertical"}, 0));
-  layout.isRightFirst = node.Word("order", {"left-first", "right-first"}, 0) == 1;
-  layout.packing = static_cast<SamplePacking>(
-      node.Word("packing", {"bytes", "packed-10", "words"}, static_cast<int>(layout.packing)));
-  node.Integer("exposure_ratio", 1, kLargestRatio, layout.exposureRatio);
-  if (node.Has("offset")) layout.offset = ReadOffset(node.Object("offset"));
-  return layout;
-}
 
 // Bytes that the samples of a line take.
 int LineBytes(const SensorDescription& sensor) {
@@ -89,24 +66,15 @@ void CheckTuning(const JsonNode& root, const SensorDescription& sensor) {
 
 }  // namespace
 
-void ReadDual(JsonNode& root, SensorDescription& sensor) {
-  JsonNode node = root.Object("dual");
-  Pattern& site = sensor.native;
-  node.Pair("site", 1, kLargestSite, site.width, site.height);
-  sensor.dual = ReadLayout(node);
+void CompleteDual(SensorDescription& sensor) {
+  const Pattern& site = sensor.native;
   sensor.blocksAcross = sensor.imageWidth / site.width;
   sensor.blocksDown = sensor.imageHeight / site.height;
   sensor.buffer.first.width = 2;
   sensor.buffer.first.height = 1;
   sensor.buffer.firstWidth = 2 * sensor.blocksAcross;
   sensor.buffer.height = sensor.blocksDown;
-  sensor.buffer.firstStride = LineBytes(sensor);
-  node.Integer("stride", 1, 8 * kLargestSide, sensor.buffer.firstStride);
-  node.OnlyKnownFields();
-  if (!root.Has("noise")) return;
-  JsonNode noise = root.Object("noise");
-  noise.Real("split", 0, 1, sensor.dual->splitNoise);
-  noise.OnlyKnownFields();
+  if (sensor.buffer.firstStride == 0) sensor.buffer.firstStride = LineBytes(sensor);
 }
 
 void CheckDual(const JsonNode& root, const SensorDescription& sensor) {

@@ -1,63 +1,12 @@
 // Sensor descriptions with sparse PD pixels: the blocks of the image and of the buffer.
+#include <algorithm>
 #include <set>
 
+#include "sensor_fields.h"
 #include "sensor_json.h"
 
 namespace simcam {
 namespace {
-
-constexpr int kLargestPattern = 64;  // PD pixels of a block
-
-std::vector<PatternPixel> ReadPixels(JsonNode& node, const Pattern& pattern) {
-  const std::string expected =
-      "an even number of [x, y, type] entries, 2 to " + std::to_string(kLargestPattern);
-  const Json& list = node.Get("pixels", expected);
-  if (!list.is_array() || list.size() < 2 || list.size() > kLargestPattern || list.size() % 2 != 0)
-    node.Fail("pixels", "expected " + expected + ", found " +
-                            (list.is_array() ? std::to_string(list.size()) + " entries"
-                                             : JsonNode::Text(list)));
-  std::vector<PatternPixel> pixels;
-  for (size_t i = 0; i < list.size(); ++i) {
-    const Json& entry = list[i];
-    const bool isFitting = entry.is_array() && entry.size() == 3 &&
-                           JsonNode::IsInteger(entry[0], 0, pattern.width - 1) &&
-                           JsonNode::IsInteger(entry[1], 0, pattern.height - 1) &&
-                           JsonNode::IsInteger(entry[2], 0, 1);
-    if (!isFitting)
-      node.Fail("pixels[" + std::to_string(i) + "]",
-                "expected [x, y, type] inside the block of " + std::to_string(pattern.width) +
-                    " x " + std::to_string(pattern.height) + ", type 0 or 1, found " +
-                    JsonNode::Text(entry));
-    pixels.push_back({entry[0].get<int>(), entry[1].get<int>(), entry[2].get<int>()});
-  }
-  return pixels;
-}
-
-Pattern ReadPattern(JsonNode node, bool hasPixels) {
-  Pattern pattern;
-  node.Pair("block", 1, 1024, pattern.width, pattern.height);
-  if (node.Has("offset")) node.Pair("offset", 0, kLargestSide, pattern.offsetX, pattern.offsetY);
-  if (hasPixels) pattern.pixels = ReadPixels(node, pattern);
-  node.OnlyKnownFields();
-  return pattern;
-}
-
-BufferLayout ReadBuffer(JsonNode node) {
-  BufferLayout buffer;
-  buffer.height = node.Integer("height", 1, kLargestSide);
-  buffer.first = ReadPattern(node.Object("first_pattern"), true);
-  buffer.firstWidth = node.Integer("first_width", 1, kLargestSide);
-  buffer.firstStride = node.Integer("first_stride", 2, 4 * kLargestSide);
-  node.Integer("overlap", 0, kLargestSide, buffer.overlap);
-  if (buffer.overlap != 0) {
-    buffer.second = ReadPattern(node.Object("second_pattern"), false);
-    buffer.secondWidth = node.Integer("second_width", 1, kLargestSide);
-    buffer.secondStride = node.Integer("second_stride", 2, 4 * kLargestSide);
-    buffer.secondImageX = node.Integer("second_image_x", 0, kLargestSide);
-  }
-  node.OnlyKnownFields();
-  return buffer;
-}
 
 int CountOfType(const Pattern& pattern, int type) {
   int count = 0;
@@ -139,10 +88,37 @@ void CheckSecondProcessor(const JsonNode& root, const SensorDescription& sensor)
 
 }  // namespace
 
-void ReadSparse(JsonNode& root, SensorDescription& sensor) {
-  root.Pair("blocks", 1, kLargestSide, sensor.blocksAcross, sensor.blocksDown);
-  sensor.native = ReadPattern(root.Object("native"), true);
-  sensor.buffer = ReadBuffer(root.Object("buffer"));
+std::vector<PatternPixel> ReadPixels(JsonNode& node, const std::string& field,
+                                     const Pattern& pattern) {
+  const std::string expected =
+      "an even number of [x, y, type] entries, 2 to " + std::to_string(kLargestPattern);
+  const Json& list = node.Get(field, expected);
+  if (!list.is_array() || list.size() < 2 || list.size() > kLargestPattern || list.size() % 2 != 0)
+    node.Fail(field, "expected " + expected + ", found " +
+                         (list.is_array() ? std::to_string(list.size()) + " entries"
+                                          : JsonNode::Text(list)));
+  std::vector<PatternPixel> pixels;
+  for (const Json& entry : list) {
+    const std::string place = field + "[" + std::to_string(pixels.size()) + "]";
+    const bool isFitting = entry.is_array() && entry.size() == 3 &&
+                           JsonNode::IsInteger(entry[0], 0, pattern.width - 1) &&
+                           JsonNode::IsInteger(entry[1], 0, pattern.height - 1) &&
+                           JsonNode::IsInteger(entry[2], 0, 1);
+    if (!isFitting)
+      node.Fail(place, "expected [x, y, type] inside the block of " +
+                           std::to_string(pattern.width) + " x " + std::to_string(pattern.height) +
+                           ", type 0 or 1, found " + JsonNode::Text(entry));
+    const PatternPixel pixel = {entry[0].get<int>(), entry[1].get<int>(), entry[2].get<int>()};
+    const auto same = std::find_if(pixels.begin(), pixels.end(), [&](const PatternPixel& other) {
+      return other.x == pixel.x && other.y == pixel.y;
+    });
+    if (same != pixels.end())
+      node.Fail(place, "expected a pixel at a place of its own, found that of " + field + "[" +
+                           std::to_string(same - pixels.begin()) + "] again, " +
+                           JsonNode::Text(entry));
+    pixels.push_back(pixel);
+  }
+  return pixels;
 }
 
 void CheckSparse(const JsonNode& root, const SensorDescription& sensor) {

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <sstream>
 
+#include "common/nearest_name.h"
 #include "errors.h"
 #include "library_records.h"
 #include "tuningsetmanager.h"
@@ -54,6 +55,20 @@ bool AreKnownSteps(const std::string& branch) {
   return true;
 }
 
+constexpr size_t kMostBranches = 1000;
+constexpr int kMostLevels = 4;
+
+void AddBranches(TuningSetManager& manager, const std::string& branch, int levels,
+                 std::vector<std::string>& branches) {
+  branches.push_back(branch);
+  if (levels == 0) return;
+  std::vector<char> children(1 << 16);
+  manager.GetChildModes(branch.c_str(), children.data(), static_cast<uint32_t>(children.size()));
+  std::istringstream names(children.data());
+  for (std::string name; branches.size() < kMostBranches && std::getline(names, name, ',');)
+    AddBranches(manager, branch + "|" + name, levels - 1, branches);
+}
+
 // Absolute paths lead the library into the data folder.
 std::string FromHere(const std::string& path) {
   std::error_code error;
@@ -65,6 +80,8 @@ std::string FromHere(const std::string& path) {
 
 TuningFile::TuningFile(const std::string& path, bool isLinked)
     : path_(path), manager_(std::make_unique<TuningSetManager>()) {
+  std::error_code ignored;
+  if (!std::filesystem::exists(path, ignored)) throw InputError(path + ": there is no such file");
   manager_->SetStartLinkOnLoad(isLinked);
   if (!manager_->LoadBinaryParameters(FromHere(path).c_str()))
     throw InputError(path + ": " + ErrorOf(*manager_));
@@ -82,6 +99,20 @@ uint32_t TuningFile::Changes() const {
   return manager_->GetValueChangeCount();
 }
 
+std::vector<std::string> TuningFile::Branches() const {
+  std::vector<std::string> branches;
+  AddBranches(*manager_, "Default", kMostLevels, branches);
+  return branches;
+}
+
+void TuningFile::Store(const StackValues& values) const {
+  manager_->SetControlValue({1, static_cast<long>(values.frame)});
+  manager_->SetControlValue({2, values.lensCode});
+  manager_->SetControlValue({3, values.frameRate});
+  manager_->SetTriggerValue({1, values.gain});
+  manager_->SetTriggerValue({2, values.exposureMs});
+}
+
 std::vector<TuningMode> TuningFile::Steps(const std::string& branch) const {
   char numbers[kTextSize];
   PList<TuningMode> steps(kMostSteps);
@@ -97,7 +128,9 @@ std::vector<TuningMode> TuningFile::Steps(const std::string& branch) const {
 
 TuningBranch::TuningBranch(std::shared_ptr<TuningFile> file, const std::string& branch)
     : file_(std::move(file)), name_(branch), modes_(file_->Steps(branch)) {
-  if (modes_.empty()) throw InputError(file_->Path() + ": has no mode '" + branch + "'");
+  if (modes_.empty())
+    throw InputError(file_->Path() + ": has no mode '" + branch + "'" +
+                     tool::DidYouMean(branch, file_->Branches()));
   if (Record() == nullptr)
     throw InputError(file_->Path() + ": has no PD tuning for '" + branch + "'");
 }

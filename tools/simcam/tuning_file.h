@@ -13,6 +13,15 @@ class TuningSetManager;
 
 namespace simcam {
 
+// What the stack does (controls) and what it finds (triggers), with their numbers on the live link.
+struct StackValues {
+  int64_t frame = 0;      // control 1: of the session, from 0
+  int lensCode = 0;       // control 2: actuator codes
+  double frameRate = 0;   // control 3: Hz
+  double gain = 1;        // trigger 1: of the sensor
+  double exposureMs = 0;  // trigger 2
+};
+
 // A loaded file, for as long as a camera uses it.
 class TuningFile {
  public:
@@ -25,6 +34,8 @@ class TuningFile {
   const std::string& Path() const { return path_; }
   // A branch by names or numbers, such as "Default|Sensor.3".
   bool HasMode(const std::string& branch) const { return !Steps(branch).empty(); }
+  // All that it has, some way down the tree.
+  std::vector<std::string> Branches() const;
   // Its steps; none if the file doesn't have it.
   std::vector<TuningMode> Steps(const std::string& branch) const;
   TuningSetManager& Manager() const { return *manager_; }
@@ -33,6 +44,8 @@ class TuningFile {
   uint16_t LinkPort() const;
   // How many values were changed in it so far.
   uint32_t Changes() const;
+  // Stores what a camera stack tells tuning tools of itself, as controls and triggers.
+  void Store(const StackValues& values) const;
 
  private:
   std::string path_;

@@ -1,6 +1,7 @@
 // Little-endian fields of a tuning file, one after another.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -105,11 +106,17 @@ class ByteReader {
 // The checksum at the end of a file: reflected CRC-32, polynomial 0xEDB88320, started at all ones
 // and inverted at the end.
 inline uint32_t Checksum(View bytes) {
+  static constexpr std::array<uint32_t, 256> kOfByte = [] {
+    std::array<uint32_t, 256> table{};
+    for (uint32_t byte = 0; byte < 256; ++byte) {
+      table[byte] = byte;
+      for (int bit = 0; bit < 8; ++bit)
+        table[byte] = (table[byte] >> 1) ^ ((table[byte] & 1) != 0 ? 0xEDB88320u : 0u);
+    }
+    return table;
+  }();
   uint32_t crc = 0xFFFFFFFF;
-  for (uint8_t byte : bytes) {
-    crc ^= byte;
-    for (int bit = 0; bit < 8; ++bit) crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xEDB88320u : 0u);
-  }
+  for (uint8_t byte : bytes) crc = (crc >> 8) ^ kOfByte[(crc ^ byte) & 0xFF];
   return ~crc;
 }
 

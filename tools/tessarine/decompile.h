@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "model.h"
+#include "source.h"
 
 namespace tessarine {
 
@@ -16,6 +16,6 @@ struct Decompiled {
 
 // The plainest source that compiles to the same bytes: with IDs only where the usual numbering
 // gives others.
-Decompiled Decompile(const Bytes& file, const Model& model);
+Decompiled Decompile(const Bytes& file, const Model& model, Extent extent = Extent::kChanges);
 
 }  // namespace tessarine

@@ -136,8 +136,8 @@ std::string ToText(const Difference& difference) {
     return value ? PrintLine(*value) : std::string("nothing");
   };
   if (difference.field.empty())
-    return place + (difference.first ? ": only in the first" : ": only in the second");
-  return place + ": " + side(difference.first) + " -> " + side(difference.second);
+    return Printable(place + (difference.first ? ": only in the first" : ": only in the second"));
+  return Printable(place + ": " + side(difference.first) + " -> " + side(difference.second));
 }
 
 OrderedJson ToJson(const Difference& difference) {

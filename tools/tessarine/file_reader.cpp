@@ -9,6 +9,7 @@
 #include "json_values.h"
 #include "modes.h"
 #include "module_reader.h"
+#include "served.h"
 
 namespace tessarine {
 namespace {
@@ -39,7 +40,7 @@ class FileReader {
   using EntryTable = std::map<uint32_t, Entry>;
 
   void Note(const std::string& place, const std::string& text) {
-    reading_.defects.push_back(place + ": " + text);
+    reading_.defects.push_back(Printable(place + ": " + text));
   }
   // Bytes of a section; what lies outside the file is cut off.
   ByteReader At(uint64_t offset, uint64_t size) const;
@@ -62,6 +63,12 @@ class FileReader {
   void CheckDuplicates(const char* what, const EntryTable& table);
   bool HoldSame(const Entry& a, const Entry& b) const;
   View DataOf(const Entry& entry) const;
+  // Without a data table, objects are symbols.
+  const EntryTable& Objects() const { return HasDataTable() ? data_ : symbols_; }
+  bool HasDataTable() const {
+    const auto section = sections_.find(kDataTableSection);
+    return section != sections_.end() && section->second.size != 0;
+  }
   void ReadModules();
   void ReadModule(const Entry& entry, ModuleReader& reader);
   Bytes Copy(const Entry& entry, ModuleReader& reader, const std::string& place) const;
@@ -154,8 +161,9 @@ bool FileReader::CheckSection(uint32_t type, const Section& section) {
                     ", size " + Number(section.size));
     return false;
   }
-  if (sections_.count(type) != 0) {
-    Note(place, "it is given twice");
+  if (sections_.count(type) != 0) Note(place, "it is given twice; the last one counts");
+  if (section.offset == 0 && section.size != 0) {
+    Note(place, "it begins at byte 0, which stands for a section that is missing");
     return false;
   }
   if (type == kDataTableSection && !format_.HasDataTable()) {
@@ -195,6 +203,12 @@ bool FileReader::ReadSections() {
     }
     if (CheckSection(type, section)) sections_[type] = section;
   }
+  // Its last field needs no padding.
+  const uint64_t end = uint64_t{sectionTable_} + (sectionCount_ * 3 - 1) * format_.WordSize() + 4;
+  if (end > kFileHead)
+    Note("section table", "it reaches to byte " + Number(end) +
+                              "; the library, which reads files by their first " +
+                              Number(kFileHead) + " bytes, refuses the file");
   CheckOverlaps();
   for (uint32_t type : {kSymbolSection, kDataSection})
     if (sections_.count(type) == 0) Note("section of type " + Number(type), "it is missing");
@@ -231,7 +245,7 @@ bool FileReader::CheckMode(const Mode& mode, size_t count) {
 void FileReader::ReadModes() {
   Model& model = reading_.model;
   const auto section = sections_.find(kModeSection);
-  model.hasModeTable = section != sections_.end();
+  model.hasModeTable = section != sections_.end() && section->second.size != 0;
   if (!model.hasModeTable) {
     modePlaces_[0] = 0;
     model.modes.push_back(Mode{});
@@ -308,6 +322,7 @@ void FileReader::ReadSymbols() {
 
 void FileReader::ReadDataTable() {
   const auto found = sections_.find(kDataTableSection);
+  reading_.model.hasDataTable = found != sections_.end() || !format_.HasDataTable();
   if (found == sections_.end()) return;
   const Section section = found->second;
   if (section.size % kDataEntrySize != 0)
@@ -335,8 +350,8 @@ void FileReader::Enter(const char* what, const Entry& entry, uint32_t count, Ent
   else if (uint64_t{entry.offset} + entry.size > dataSize)
     Note(place, "its data reach past the data section: offset " + Number(entry.offset) + ", size " +
                     Number(entry.size) + " of " + Number(dataSize));
-  else if (!table.emplace(entry.id, entry).second)
-    Note(place, "it is given twice");
+  else if (!table.insert_or_assign(entry.id, entry).second)
+    Note(place, "it is given twice; the last one counts");
 }
 
 void FileReader::CheckDuplicates(const char* what, const EntryTable& table) {
@@ -390,7 +405,7 @@ Bytes FileReader::Copy(const Entry& entry, ModuleReader& reader, const std::stri
 }
 
 void FileReader::ReadModules() {
-  EntryTable& objects = format_.HasDataTable() ? data_ : symbols_;
+  const EntryTable& objects = Objects();
   ModuleReader reader(
       format_,
       [&](uint32_t id) -> std::optional<View> {
@@ -404,11 +419,11 @@ void FileReader::ReadModules() {
 }
 
 void FileReader::KeepRawObjects(ModuleReader& reader) {
-  const EntryTable& objects = format_.HasDataTable() ? data_ : symbols_;
+  const EntryTable& objects = Objects();
   for (const auto& [id, entry] : objects)
     if (entry.type.empty() && reader.UsedObjects().count(id) == 0)
       reading_.model.objects.push_back({id, Copy(entry, reader, "object " + Number(id))});
-  if (!format_.HasDataTable()) return;
+  if (&objects == &symbols_) return;
   for (const auto& [id, entry] : symbols_)
     if (entry.type.empty()) Note("module " + Number(id), "it has no name");
 }
@@ -430,6 +445,10 @@ FileReading FileReader::Read() {
   ReadDataTable();
   ReadModules();
   CheckModuleNames();
+  reading_.unserved = FindUnserved(reading_.model);
+  const auto data = sections_.find(kDataSection);
+  if (!symbols_.empty() && data != sections_.end() && data->second.size == 0)
+    reading_.unserved.push_back("data section: it is empty, and the library reads no modules then");
   return std::move(reading_);
 }
 

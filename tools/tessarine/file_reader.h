@@ -13,6 +13,8 @@ struct FileReading {
   Model model;
   // One line each: where, and what is wrong with it.
   std::vector<std::string> defects;
+  // The same of what is sound, but never comes to anyone (see FindUnserved).
+  std::vector<std::string> unserved;
 };
 
 FileReading ReadFile(const Bytes& file);

@@ -67,7 +67,10 @@ void AppendKey(const Value& value, std::string& key) {
 class FileWriter {
  public:
   explicit FileWriter(const Model& model)
-      : model_(model), format_(model.format), objects_(format_.HasDataTable() ? data_ : symbols_) {}
+      : model_(model),
+        format_(model.format),
+        hasDataTable_(format_.HasDataTable() && model.hasDataTable),
+        objects_(hasDataTable_ ? data_ : symbols_) {}
 
   Bytes Write();
 
@@ -92,6 +95,7 @@ class FileWriter {
 
   const Model& model_;
   Format format_;
+  bool hasDataTable_;
   EntryTable symbols_;
   EntryTable data_;
   EntryTable& objects_;  // where objects are entered: files without a data table have one table
@@ -298,7 +302,7 @@ Bytes FileWriter::Write() {
   sections[kDataSection] = DataSection();
   sections[kSymbolSection] = SymbolTable();
   if (model_.hasModeTable) sections[kModeSection] = ModeTable();
-  if (format_.HasDataTable()) sections[kDataTableSection] = DataTable();
+  if (hasDataTable_) sections[kDataTableSection] = DataTable();
 
   ByteWriter file(format_.Alignment());
   file.Raw(Header(static_cast<uint32_t>(sections.size())));

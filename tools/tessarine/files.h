@@ -7,10 +7,10 @@
 
 namespace tessarine {
 
-// Throw InputError.
+// All throw tool::FileError.
 Bytes LoadBytes(const std::string& path);
 std::string LoadText(const std::string& path);
-// A file that can't be written whole is not left behind.
+// What stood there stays as it is unless all of the new content can be written.
 void SaveBytes(const std::string& path, View bytes);
 void SaveText(const std::string& path, const std::string& text);
 

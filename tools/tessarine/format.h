@@ -32,6 +32,8 @@ inline constexpr uint32_t kModuleTypeSize = 32;
 inline constexpr uint32_t kReservedSize = 8;
 inline constexpr uint32_t kDataEntrySize = 16;
 inline constexpr uint32_t kCrcSize = 4;
+// What the library reads of a file for its section table.
+inline constexpr uint32_t kFileHead = 316;
 
 inline constexpr uint64_t kCompressedFlag = 2;  // of the header
 inline constexpr uint32_t kResidentFlag = 1;    // of a mode

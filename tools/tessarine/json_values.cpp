@@ -40,8 +40,27 @@ OrderedJson ElementToJson(const FieldSchema& field, const Value& value) {
   return std::bit_cast<int32_t>(value.bits);
 }
 
+// On one line, cut off soon after `longest` characters: what is longer needs more lines.
+void AppendLine(const OrderedJson& json, size_t longest, std::string& line) {
+  if (!json.is_structured()) {
+    line += json.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
+    return;
+  }
+  line += json.is_object() ? '{' : '[';
+  const char* separator = "";
+  for (const auto& [name, value] : json.items()) {
+    if (line.size() > longest) return;
+    line += separator;
+    if (json.is_object()) line += PrintLine(name) + ": ";
+    AppendLine(value, longest, line);
+    separator = ", ";
+  }
+  line += json.is_object() ? '}' : ']';
+}
+
 void PrintInto(const OrderedJson& json, size_t indent, std::string& text) {
-  const std::string line = PrintLine(json);
+  std::string line;
+  AppendLine(json, json.is_structured() ? kLineLength : SIZE_MAX, line);
   if (!json.is_structured() || json.empty() || indent + line.size() <= kLineLength) {
     text += line;
     return;
@@ -98,6 +117,25 @@ bool IsUtf8(const std::string& text) {
   }
 }
 
+std::string Printable(const std::string& text) {
+  const bool isUtf8 = IsUtf8(text);
+  std::string shown;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<uint8_t>(text[i]);
+    // U+0080 to U+009F are control characters too.
+    const bool isWide =
+        byte == 0xC2 && i + 1 < text.size() && static_cast<uint8_t>(text[i + 1]) < 0xA0;
+    if (byte >= ' ' && byte != 0x7F && (byte < 0x80 || isUtf8) && !isWide) {
+      shown += text[i];
+      continue;
+    }
+    shown += "\\x" + ToHex(View(&byte, 1));
+    if (isUtf8 && isWide)
+      shown += "\\x" + ToHex(View(reinterpret_cast<const uint8_t*>(&text[++i]), 1));
+  }
+  return shown;
+}
+
 std::string ToHex(View bytes) {
   static const char* const kDigits = "0123456789abcdef";
   std::string text;
@@ -124,17 +162,9 @@ std::string Print(const OrderedJson& json) {
 }
 
 std::string PrintLine(const OrderedJson& json) {
-  if (!json.is_structured())
-    return json.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
-  std::string text = json.is_object() ? "{" : "[";
-  const char* separator = "";
-  for (const auto& [name, value] : json.items()) {
-    text += separator;
-    if (json.is_object()) text += PrintLine(name) + ": ";
-    text += PrintLine(value);
-    separator = ", ";
-  }
-  return text + (json.is_object() ? "}" : "]");
+  std::string line;
+  AppendLine(json, SIZE_MAX, line);
+  return line;
 }
 
 }  // namespace tessarine

@@ -19,6 +19,8 @@ OrderedJson ToJson(const RecordSchema& record, const Value& value);
 std::optional<float> ToFloat(double number);
 OrderedJson TextToJson(const std::string& text);
 bool IsUtf8(const std::string& text);
+// For terminals: control characters, and bytes that are no UTF-8, as "\x1b".
+std::string Printable(const std::string& text);
 // A text of hexadecimal digits; more than one line of them is a list.
 OrderedJson HexToJson(const Bytes& bytes);
 std::string ToHex(View bytes);

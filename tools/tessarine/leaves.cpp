@@ -1,5 +1,7 @@
 #include "leaves.h"
 
+#include <algorithm>
+
 namespace tessarine {
 namespace {
 
@@ -22,11 +24,17 @@ void Walk(const RecordSchema& record, const Value& value, const std::string& pre
 
 }  // namespace
 
+Value ServedValue(Value value) {
+  value.text.resize(std::min(value.text.find('\0'), value.text.size()));
+  for (Value& part : value.parts) part = ServedValue(std::move(part));
+  return value;
+}
+
 std::vector<Leaf> LeavesOf(const Module& module) {
   const ModuleSchema* schema = module.Schema();
   if (schema == nullptr) return {{"hex", ToHex(module.raw)}};
   std::vector<Leaf> leaves;
-  Walk(*schema->root, module.value, "", leaves);
+  Walk(*schema->root, ServedValue(module.value), "", leaves);
   return leaves;
 }
 

@@ -5,6 +5,7 @@
 
 #include "link_fields.h"
 #include "link_module.h"
+#include "link_tree.h"
 
 namespace tessarine {
 namespace {
@@ -81,8 +82,14 @@ void FindDifferences(LinkDevice& device, const WantedModule& wanted, const Modul
 // A mode without a module of its own shares that of another: changing it changes the other mode.
 void CheckOrigin(LinkDevice& device, const WantedModule& wanted, const std::string& module,
                  ModuleChange& change) {
-  if (wanted.mayBeShared || change.assignments.empty()) return;
+  if (change.assignments.empty()) return;
   const std::string branch = ToText(wanted.branch);
+  if (wanted.mayBeShared) {
+    const std::string absent = FindAbsentMode(device, branch);
+    if (!absent.empty()) change.assignments.clear();
+    if (!absent.empty()) change.problems.push_back(absent);
+    return;
+  }
   const std::optional<std::string> origin = OtherOrigin(device, branch, module);
   if (!origin) return;
   change.assignments.clear();

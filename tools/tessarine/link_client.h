@@ -35,6 +35,8 @@ class LinkClient {
 
   // "127.0.0.1:23129"
   std::string Place() const;
+  // Ends the connection, so that a device is free for other tools; the next request connects again.
+  void LetGo() { socket_.reset(); }
   // These throw LinkError.
   const LinkInfo& Info();
   // The payload of the reply. Replies to others are skipped. A request whose connection goes before

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "link_commands.h"
+#include "link_tree.h"
 #include "modes.h"
 
 namespace tessarine {
@@ -12,7 +13,7 @@ constexpr size_t kLongestPath = 512;
 // A branch as the device spells it.
 std::string Canonical(std::string& text) {
   const std::optional<Branch> branch = ParseBranch(text);
-  if (!branch) return "expected modes joined by '|', found " + text;
+  if (!branch) return BranchFault(text);
   text = ToText(*branch);
   return text.size() <= kLongestPath ? "" : "expected a branch of 512 characters at most";
 }
@@ -38,6 +39,23 @@ std::string CheckLinkPath(const std::string& path) {
 
 void PrintJson(const OrderedJson& json) {
   std::fputs(Print(json).c_str(), stdout);
+}
+
+void Warn(const std::string& text) {
+  std::fprintf(stderr, "tessarine: %s\n", text.c_str());
+}
+
+void RequireMode(LinkDevice& device, const std::string& branch) {
+  if (const std::string absent = FindAbsentMode(device, branch); !absent.empty())
+    throw NotOnDevice(absent);
+}
+
+void WarnOfAbsentMode(LinkDevice& device, const std::string& branch, const std::string& path) {
+  const std::string absent = FindAbsentMode(device, branch);
+  if (absent.empty()) return;
+  const std::string module = path.substr(0, path.find('.'));
+  Warn(absent + "; the values are those of " +
+       device.OriginOf(branch, module).value_or("an unknown mode"));
 }
 
 void AddLinkCommand(CLI::App& app, int& status) {

@@ -27,6 +27,13 @@ CLI::Option* AddLinkModule(CLI::App& command, std::string& module);
 std::string CheckLinkPath(const std::string& path);
 
 void PrintJson(const OrderedJson& json);
+// A line on standard error.
+void Warn(const std::string& text);
+// The mode must be there: a device gives for one that isn't the values of one above, and to change
+// those would change another mode. Throws NotOnDevice.
+void RequireMode(LinkDevice& device, const std::string& branch);
+// The same for those that only look: a line that tells where the values come from.
+void WarnOfAbsentMode(LinkDevice& device, const std::string& branch, const std::string& path);
 
 // Each adds subcommands; the one that is asked for runs and sets `status`.
 void AddLinkQueries(CLI::App& link, const SharedLinkOptions& options, int& status);

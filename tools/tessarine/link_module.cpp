@@ -88,7 +88,8 @@ Value ModuleReading::Scalar(const FieldSchema& field, const LinkPlace& place, co
                             const Value& expected) {
   Value value = expected;
   if (text && field.kind == FieldKind::kString) {
-    value.text = *text;
+    // A device tells a text up to its first NUL, which its stored length may count.
+    if (*text != expected.text.substr(0, expected.text.find('\0'))) value.text = *text;
     return value;
   }
   const auto bits = text ? ParseBits(field.kind, *text, expected.bits) : std::nullopt;

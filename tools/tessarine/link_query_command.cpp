@@ -112,17 +112,19 @@ void AddModules(CLI::App& link, const SharedLinkOptions& options, int& status) {
   });
 }
 
-// A subcommand without arguments that lists lines.
+// A subcommand without arguments that lists lines; `none` is what it means that there are none.
 void AddList(CLI::App& link, const SharedLinkOptions& options, int& status, const char* name,
-             const char* description, std::vector<std::string> (LinkDevice::*ask)()) {
+             const char* description, std::vector<std::string> (LinkDevice::*ask)(),
+             const char* none) {
   CLI::App* command = link.add_subcommand(name, description);
   command->footer("Example:\n  tessarine link " + std::string(name));
-  command->callback([options, &status, name, ask] {
+  command->callback([options, &status, name, ask, none] {
     LinkDevice device = options->Device();
     const std::vector<std::string> lines = (device.*ask)();
     if (options->isJson) PrintJson({{name, lines}});
     for (const std::string& line : lines)
       if (!options->isJson) std::printf("%s\n", line.c_str());
+    if (lines.empty()) std::fprintf(stderr, "tessarine: %s\n", none);
     status = kDone;
   });
 }
@@ -169,11 +171,12 @@ void AddLinkQueries(CLI::App& link, const SharedLinkOptions& options, int& statu
   AddInfo(link, options, status);
   AddModes(link, options, status);
   AddModules(link, options, status);
-  AddList(link, options, status, "active", "Lists the branches in use", &LinkDevice::ActiveModes);
+  AddList(link, options, status, "active", "Lists the branches in use", &LinkDevice::ActiveModes,
+          "no branch is in use; the root and the modes of sensors are never listed");
   AddList(link, options, status, "controls", "Lists the camera stack's control values",
-          &LinkDevice::Controls);
+          &LinkDevice::Controls, "the camera stack has stored no control values");
   AddList(link, options, status, "triggers", "Lists the camera stack's trigger values",
-          &LinkDevice::Triggers);
+          &LinkDevice::Triggers, "the camera stack has stored no trigger values");
   AddCustom(link, options, status);
 }
 

@@ -7,14 +7,11 @@
 #include "link_commands.h"
 #include "link_fields.h"
 #include "link_module.h"
+#include "link_unsavable.h"
 #include "source.h"
 
 namespace tessarine {
 namespace {
-
-void Warn(const std::string& text) {
-  std::fprintf(stderr, "tessarine: %s\n", text.c_str());
-}
 
 // ---- save
 
@@ -35,7 +32,9 @@ const ModuleSchema& SchemaOf(LinkDevice& device, const std::string& branch,
 int Save(const LinkOptions& options, const SaveChoice& choice) {
   LinkDevice device = options.Device();
   const ModuleSchema& schema = SchemaOf(device, choice.branch, choice.module);
-  const DeviceModule found = ReadModule(device, choice.branch, schema, DefaultRecord(*schema.root));
+  WarnOfAbsentMode(device, choice.branch, schema.name);
+  DeviceModule found = ReadModule(device, choice.branch, schema, DefaultRecord(*schema.root));
+  const std::vector<std::string> unsavable = MakeSavable(found.module);
   const std::optional<std::string> origin = device.OriginOf(choice.branch, schema.name);
   const std::optional<Branch> branch = ParseBranch(origin.value_or(choice.branch));
   if (!branch) throw LinkError(device.Client().Place() + " tells of a mode '" + *origin + "'");
@@ -44,9 +43,10 @@ int Save(const LinkOptions& options, const SaveChoice& choice) {
   SaveText(choice.output, WriteSource(model, false));
   for (const std::string& field : found.missing)
     Warn(field + ": the device gives no value that fits; 0 is written");
+  for (const std::string& line : unsavable) Warn(line);
   for (const std::string& field : found.rounded)
     Warn(field + ": the device tells ten decimals; its value may be another one near");
-  return found.missing.empty() ? kDone : kFound;
+  return found.missing.empty() && unsavable.empty() ? kDone : kFound;
 }
 
 void AddSave(CLI::App& link, const SharedLinkOptions& options, int& status) {
@@ -58,7 +58,7 @@ void AddSave(CLI::App& link, const SharedLinkOptions& options, int& status) {
   command->add_option("-o,--output", choice->output, "The source")->required();
   command->footer(
       "The source has the mode that the values come from, and 'tessarine compile' takes it. Exit\n"
-      "status 1 tells that the device had no value for a field.\n\n"
+      "status 1 tells that the device had no value for a field, or one that no source may have.\n\n"
       "Example:\n"
       "  tessarine link save Default tessarinePDLib -o tuned.json");
   command->callback([options, choice, &status] { status = Save(*options, *choice); });
@@ -125,6 +125,7 @@ class Application {
     json.update(ToJson(outcome));
     outcomes_.push_back(std::move(json));
     if (outcome.IsTaken()) ++taken_;
+    if (const std::string lost = FindUnsavable(outcome); !lost.empty()) Warn(lost);
     Say(branch + " " + ToText(device_, branch, outcome));
   }
 

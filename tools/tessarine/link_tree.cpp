@@ -33,26 +33,30 @@ class TreeReading {
   DeviceTree tree_;
 };
 
-// A device answers for a branch that it doesn't have with the modes below its root.
-void CheckIsThere(LinkDevice& device, const std::string& branch) {
+}  // namespace
+
+// A device doesn't look at the first step, and answers for a branch that it doesn't have with the
+// modes below its root.
+std::string FindAbsentMode(LinkDevice& device, const std::string& branch) {
   const std::vector<std::string> steps = SplitText(branch, '|');
   std::string above = steps.front();
+  if (ParseMode(above) != ModeKey{}) return "a branch starts with Default, not with " + above;
   for (size_t i = 1; i < steps.size(); ++i) {
     const std::vector<std::string> children = device.ChildModes(above);
     const bool isThere = std::any_of(children.begin(), children.end(), [&](const auto& child) {
       return ParseMode(child) == ParseMode(steps[i]);
     });
     if (!isThere)
-      throw NotOnDevice("the device has no mode " + steps[i] + " below " + above +
-                        NearestName(steps[i], children));
+      return "the device has no mode " + steps[i] + " below " + above +
+             NearestName(steps[i], children);
     above += "|" + steps[i];
   }
+  return "";
 }
 
-}  // namespace
-
 DeviceTree ReadTree(LinkDevice& device, const std::string& branch, bool isFlat) {
-  CheckIsThere(device, branch);
+  if (const std::string absent = FindAbsentMode(device, branch); !absent.empty())
+    throw NotOnDevice(absent);
   TreeReading reading(device, isFlat);
   reading.Add(SplitText(branch, '|').back(), branch, 0);
   return reading.Take();

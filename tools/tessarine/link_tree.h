@@ -18,6 +18,9 @@ struct DeviceTree {
   bool isComplete = true;   // false: too many or too deep, as where a mode links to one above it
 };
 
+// What of a branch is not on the device, and the nearest name that is; "" if all of it is there.
+std::string FindAbsentMode(LinkDevice& device, const std::string& branch);
+
 // The modes of a branch and below: all of them, or those right below. Throws NotOnDevice if the
 // branch is not there.
 DeviceTree ReadTree(LinkDevice& device, const std::string& branch, bool isFlat);

@@ -6,6 +6,8 @@
 #include "link_commands.h"
 #include "link_fields.h"
 #include "link_module.h"
+#include "link_shared.h"
+#include "link_unsavable.h"
 
 namespace tessarine {
 namespace {
@@ -19,6 +21,7 @@ struct GetChoice {
 
 void Get(const LinkOptions& options, const GetChoice& choice) {
   LinkDevice device = options.Device();
+  WarnOfAbsentMode(device, choice.branch, choice.paths.front());
   OrderedJson values = OrderedJson::object();
   for (const std::string& path : choice.paths) {
     const std::vector<LinkLeaf> leaves = LeavesOnDevice(device, choice.branch, path);
@@ -84,21 +87,32 @@ std::vector<LinkAssignment> AssignmentsOf(const SetChoice& choice) {
 
 int Set(const LinkOptions& options, const SetChoice& choice) {
   LinkDevice device = options.Device();
+  RequireMode(device, choice.branch);
+  const std::vector<LinkAssignment> assignments = AssignmentsOf(choice);
+  SharedFields shared(device, choice.branch, choice.module, assignments);
   int status = kDone;
   OrderedJson list = OrderedJson::array();
-  for (const LinkOutcome& outcome : device.Set(choice.branch, AssignmentsOf(choice))) {
+  for (const LinkOutcome& outcome : device.Set(choice.branch, assignments)) {
     if (!outcome.IsTaken()) status = kFound;
     list.push_back(ToJson(outcome));
     if (!options.isJson) std::printf("%s\n", ToText(device, choice.branch, outcome).c_str());
+    if (const std::string lost = FindUnsavable(outcome); !lost.empty()) Warn(lost);
+  }
+  OrderedJson elsewhere = OrderedJson::array();
+  for (const SharedFields::Changed& changed : shared.FindChanged()) {
+    elsewhere.push_back({{"mode", changed.branch}, {"field", changed.field}});
+    Warn(changed.field + ": its array is one with that of " + changed.branch +
+         ", and has changed there too");
   }
   const auto origin =
       OtherOrigin(device, choice.branch, choice.module.substr(0, choice.module.find('.')));
   if (options.isJson)
-    PrintJson(
-        {{"branch", choice.branch}, {"from", origin.value_or(choice.branch)}, {"values", list}});
+    PrintJson({{"branch", choice.branch},
+               {"from", origin.value_or(choice.branch)},
+               {"values", list},
+               {"elsewhere", elsewhere}});
   else if (origin)
-    std::fprintf(stderr, "tessarine: the values come from %s, and have changed there\n",
-                 origin->c_str());
+    Warn("the values come from " + *origin + ", and have changed there");
   return status;
 }
 
@@ -117,8 +131,8 @@ void AddSet(CLI::App& link, const SharedLinkOptions& options, int& status) {
       "The values are shown as they stand afterwards. Exit status 1 tells that the device didn't\n"
       "take one, or cut it. Numbers are plain decimals such as -0.25. A mode that has no module "
       "of\n"
-      "its own shares that of another ('tessarine link modules' tells which), and so its "
-      "change.\n\n"
+      "its own shares that of another ('tessarine link modules' tells which), and so its change;\n"
+      "so do modes whose arrays of records are equal.\n\n"
       "Examples:\n"
       "  tessarine link set Default tessarinePDLib preProcess.boxFilterLength=2\n"
       "  tessarine link set 'Default|Sensor.3' tessarinePDLib skipControl.maxFrameRate=15 "
@@ -156,12 +170,14 @@ void Watch(const LinkOptions& options, const WatchChoice& choice) {
   using Clock = std::chrono::steady_clock;
   using Seconds = std::chrono::duration<double>;
   LinkDevice device = options.Device();
+  WarnOfAbsentMode(device, choice.branch, choice.module);
   const Clock::time_point start = Clock::now();
   for (uint64_t sample = 0; choice.count == 0 || sample < choice.count; ++sample) {
     const Seconds due = static_cast<double>(sample) * Seconds(choice.every);
     std::this_thread::sleep_until(start + std::chrono::duration_cast<Clock::duration>(due));
     const double seconds = Seconds(Clock::now() - start).count();
     const OrderedJson values = TakeSample(device, choice);
+    device.Client().LetGo();  // a device serves one tool at a time
     if (options.isJson) {
       std::printf("%s\n", PrintLine({{"seconds", seconds}, {"values", values}}).c_str());
     } else {
@@ -187,7 +203,8 @@ void AddWatch(CLI::App& link, const SharedLinkOptions& options, int& status) {
       ->check(CLI::Range(0.01, 3600.0));
   command->add_option("--count", choice->count, "How often; else until it is interrupted");
   command->footer(
-      "With --json each line is an object.\n\n"
+      "With --json each line is an object. Between two of them the device is free for other "
+      "tools.\n\n"
       "Example:\n"
       "  tessarine link watch Default tessarinePDLib skipControl.maxFrameRate --every 0.5 "
       "--count 10");

@@ -1,5 +1,7 @@
 #include "listing.h"
 
+#include <algorithm>
+
 #include "errors.h"
 #include "leaves.h"
 #include "source_text.h"
@@ -38,14 +40,98 @@ std::vector<Listed> Choose(const Model& model, const ModeTree& tree,
   return listed;
 }
 
+OrderedJson ValuesOf(const Module& module) {
+  if (const ModuleSchema* schema = module.Schema())
+    return ToJson(*schema->root, ServedValue(module.value));
+  return {{"hex", ToHex(module.raw)}};
+}
+
+// The names or places that may follow in a path.
+std::vector<std::string> StepsOf(const OrderedJson& value) {
+  std::vector<std::string> steps;
+  if (value.is_array())
+    for (size_t i = 0; i < value.size(); ++i)
+      steps.push_back(std::string(1, '[') + std::to_string(i) + "]");
+  if (value.is_object())
+    for (const auto& [name, member] : value.items()) steps.push_back(name);
+  return steps;
+}
+
+// The length of a path's first step: a name, or a place such as "[1]".
+size_t StepLength(const std::string& path) {
+  if (path[0] == '[') return std::min(path.find(']'), path.size() - 1) + 1;
+  return std::min(path.find_first_of(".["), path.size());
+}
+
+[[noreturn]] void FailAtStep(const std::string& above, const std::string& step,
+                             const std::vector<std::string>& known) {
+  if (step[0] == '[')
+    throw InputError(above + " has " + std::to_string(known.size()) + " elements, no " + step);
+  std::string hint = NearestName(step, known);
+  if (hint.empty()) {
+    for (const std::string& name : known)
+      hint += (hint.empty() ? "; expected one of " : ", ") + name;
+    if (known.empty()) hint = ", nor any other";
+  }
+  throw InputError(above + " has no field '" + step + "'" + hint);
+}
+
+// The part of a module's values that a path leads to.
+OrderedJson PartOf(const Module& module, const std::string& path) {
+  OrderedJson value = ValuesOf(module);
+  std::string above = module.Name();
+  for (std::string rest = path; !rest.empty();) {
+    const size_t length = StepLength(rest);
+    const std::string step = rest.substr(0, length);
+    const std::vector<std::string> known = StepsOf(value);
+    const auto place = std::find(known.begin(), known.end(), step);
+    if (place == known.end()) FailAtStep(above, step, known);
+    value = OrderedJson(value.is_array() ? value[static_cast<size_t>(place - known.begin())]
+                                         : value[step]);
+    if (step[0] != '[') above += '.';
+    above += step;
+    rest.erase(0, length);
+    if (!rest.empty() && rest[0] == '.') rest.erase(0, 1);
+  }
+  return value;
+}
+
+// Whether a path is another one or leads to a part of it.
+bool IsWithin(const std::string& path, const std::string& whole) {
+  if (path.compare(0, whole.size(), whole) != 0) return false;
+  return whole.empty() || path.size() == whole.size() || path[whole.size()] == '.' ||
+         path[whole.size()] == '[';
+}
+
+// "Default tessarinePDLib.preProcess.boxFilterLength = 4", a line for each field.
+std::string FieldText(const Listed& item, const std::string& field) {
+  const OrderedJson part = PartOf(*item.module, field);
+  const std::string place = item.path + " " + item.module->Name() + ".";
+  std::string text;
+  for (const Leaf& leaf : LeavesOf(*item.module))
+    if (IsWithin(leaf.path, field))
+      text += Printable(place + leaf.path + " = " + PrintLine(leaf.value)) + "\n";
+  // An element of an array is no leaf.
+  return text.empty() ? Printable(place + field + " = " + PrintLine(part)) + "\n" : text;
+}
+
+std::string ModuleText(const Listed& item, const std::string& inForce) {
+  std::string text = "\n";
+  text += Printable(item.module->Name()) + " " + ToText(item.module->version) + " from " +
+          item.path + inForce + "\n";
+  for (const Leaf& leaf : LeavesOf(*item.module))
+    text += Printable("  " + leaf.path + " = " + PrintLine(leaf.value)) + "\n";
+  return text;
+}
+
 std::string HeaderText(const Model& model) {
   const Format format(model.format);
   std::string text = "format " + ToText(model.format) + ", alignment " +
                      std::to_string(format.Alignment()) + ", " +
                      std::to_string(model.modes.size()) + " modes\n";
   if (model.flags != 0) text += "flags " + std::to_string(model.flags) + "\n";
-  if (!model.tool.empty()) text += "tool " + TextToJson(model.tool).dump() + "\n";
-  if (!model.tag.empty()) text += "tag " + TextToJson(model.tag).dump() + "\n";
+  if (!model.tool.empty()) text += "tool " + Printable(TextToJson(model.tool).dump()) + "\n";
+  if (!model.tag.empty()) text += "tag " + Printable(TextToJson(model.tag).dump()) + "\n";
   return text;
 }
 
@@ -62,7 +148,7 @@ void AppendNode(const ModeTree& tree, int place, size_t indent, std::string& tex
   text += ToText(node.mode->key) + Notes(tree, *node.mode);
   const char* separator = ": ";
   for (const Module* module : tree.ModulesOf(place)) {
-    text += separator + module->Name() + " " + ToText(module->version);
+    text += separator + Printable(module->Name()) + " " + ToText(module->version);
     separator = ", ";
   }
   text += '\n';
@@ -85,16 +171,18 @@ OrderedJson ModesJson(const Model& model, const ModeTree& tree) {
 std::string ListText(const Model& model, const ListingChoices& choices) {
   const ModeTree tree(model);
   const std::vector<Listed> listed = Choose(model, tree, choices);
-  std::string text = HeaderText(model);
+  std::string text;
+  if (!choices.field.empty()) {
+    for (const Listed& item : listed) text += FieldText(item, choices.field);
+    return text;
+  }
+  text = HeaderText(model);
   for (size_t i = 0; i < tree.Nodes().size(); ++i)
     if (tree.Nodes()[i].parent < 0) AppendNode(tree, static_cast<int>(i), 2, text);
-  for (const Listed& item : listed) {
-    text += '\n' + item.module->Name() + " " + ToText(item.module->version) + " from " + item.path;
-    if (choices.branch) text += ", in force on " + ToText(*choices.branch);
-    text += '\n';
-    for (const Leaf& leaf : LeavesOf(*item.module))
-      text += "  " + leaf.path + " = " + PrintLine(leaf.value) + "\n";
-  }
+  std::string inForce;
+  if (choices.branch)
+    inForce = ", in force on " + ToText(*choices.branch) + AnswerText(model, *choices.branch);
+  for (const Listed& item : listed) text += ModuleText(item, inForce);
   return text;
 }
 
@@ -104,7 +192,10 @@ OrderedJson ListJson(const Model& model, const ListingChoices& choices) {
       {"format", ToText(model.format)}, {"alignment", Format(model.format).Alignment()},
       {"tool", TextToJson(model.tool)}, {"tag", TextToJson(model.tag)},
       {"flags", model.flags},           {"modes", ModesJson(model, tree)}};
-  if (choices.branch) json["branch"] = ToText(*choices.branch);
+  if (choices.branch) {
+    json["branch"] = ToText(*choices.branch);
+    json["answeredBy"] = ToText(tree.PathOf(tree.AnswerTo(*choices.branch).node));
+  }
   json["modules"] = OrderedJson::array();
   for (const Listed& item : Choose(model, tree, choices)) {
     const Module& module = *item.module;
@@ -112,13 +203,23 @@ OrderedJson ListJson(const Model& model, const ListingChoices& choices) {
                          {"from", item.path},
                          {"version", ToText(module.version)},
                          {"id", module.id}};
-    if (const ModuleSchema* schema = module.Schema())
-      entry["values"] = ToJson(*schema->root, module.value);
-    else
-      entry["hex"] = ToHex(module.raw);
+    if (!choices.field.empty()) {
+      entry["field"] = choices.field;
+      entry["value"] = PartOf(module, choices.field);
+    } else if (module.Schema() != nullptr) {
+      entry["values"] = ValuesOf(module);
+    } else {
+      entry.update(ValuesOf(module));
+    }
     json["modules"].push_back(std::move(entry));
   }
   return json;
+}
+
+std::string AnswerText(const Model& model, const Branch& branch) {
+  const ModeTree tree(model);
+  const ModeTree::Answer answer = tree.AnswerTo(branch);
+  return answer.isComplete ? "" : "; " + ToText(tree.PathOf(answer.node)) + " answers";
 }
 
 }  // namespace tessarine

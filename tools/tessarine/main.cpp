@@ -3,6 +3,9 @@
 #include <new>
 
 #include "commands.h"
+#include "common/command_line.h"
+#include "common/files.h"
+#include "common/standard_output.h"
 #include "errors.h"
 #include "link_errors.h"
 
@@ -21,8 +24,8 @@ int Run(int argc, char** argv) {
       "  tessarine decompile tuning.bin -o tuning.json\n"
       "  tessarine serve tuning.bin\n"
       "  tessarine link get Default tessarinePDLib.preProcess\n\n"
-      "Exit status: 0 done, 1 a defect or a difference, 2 wrong usage, 3 bad input file, 4 no\n"
-      "connection to a device.");
+      "Exit status: 0 done, 1 a defect or a difference, 2 wrong usage, 3 a file that\n"
+      "can't be used (standard output as well), 4 no connection to a device.");
   int status = tessarine::kDone;
   tessarine::AddCompileCommand(app, status);
   tessarine::AddDecompileCommand(app, status);
@@ -32,17 +35,11 @@ int Run(int argc, char** argv) {
   tessarine::AddSchemaCommands(app, status);
   tessarine::AddServeCommand(app, status);
   tessarine::AddLinkCommand(app, status);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? tessarine::kDone : tessarine::kWrongUsage;
-  }
-  return status;
+  return tool::RunCommand(app, argc, argv).value_or(status);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+// Every fault as its text and exit status.
+int RunAndTell(int argc, char** argv) {
   const auto fail = [](const char* text, int status) {
     std::fprintf(stderr, "tessarine: %s\n", text);
     return status;
@@ -51,6 +48,8 @@ int main(int argc, char** argv) {
     return Run(argc, argv);
   } catch (const tessarine::InputError& error) {
     return fail(error.what(), tessarine::kBadInput);
+  } catch (const tool::FileError& error) {
+    return fail(error.what(), tessarine::kBadInput);
   } catch (const tessarine::NotOnDevice& error) {
     return fail(error.what(), tessarine::kFound);
   } catch (const tessarine::LinkError& error) {
@@ -58,4 +57,11 @@ int main(int argc, char** argv) {
   } catch (const std::bad_alloc&) {
     return fail("not enough memory", tessarine::kBadInput);
   }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  tool::OpenStandardStreams();
+  return tool::CloseOutput("tessarine", RunAndTell(argc, argv));
 }

@@ -1,6 +1,5 @@
 // What no tree can be made of.
 #include <map>
-#include <set>
 
 #include "modes.h"
 
@@ -69,22 +68,15 @@ void CutParentCycles(const ModeById& modes, std::vector<std::string>& defects) {
       });
 }
 
-// A mode with its parent's key is its parent, under another ID.
-bool IsAlias(const ModeById& modes, const Mode& mode) {
-  return mode.parent != mode.id && modes.at(mode.parent)->key == mode.key;
-}
-
-uint32_t WithoutAlias(const ModeById& modes, uint32_t id) {
-  while (IsAlias(modes, *modes.at(id))) id = modes.at(id)->parent;
-  return id;
-}
-
 // Links lead from node to node, whichever of a node's IDs they name; those of an alias don't count.
 void CutLinkCycles(const ModeById& modes, std::vector<std::string>& defects) {
+  const auto modeOf = [&](uint32_t id) -> const Mode& { return *modes.at(id); };
   ModeById nodes = modes;
-  std::erase_if(nodes, [&](const auto& entry) { return IsAlias(modes, *entry.second); });
+  std::erase_if(nodes, [&](const auto& entry) {
+    return IsAlias(*entry.second, modeOf(entry.second->parent));
+  });
   CutCycles(
-      nodes, [&](const Mode& mode) { return WithoutAlias(modes, mode.link); },
+      nodes, [&](const Mode& mode) { return WithoutAlias(mode.link, modeOf).id; },
       [](const Mode& mode) { return mode.link == kNoLink; },
       [&](Mode& mode) {
         defects.push_back(Place(mode) + ": its links form a cycle");
@@ -101,15 +93,6 @@ void CutDeep(const ModeById& modes, std::vector<std::string>& defects) {
   }
 }
 
-void FindHidden(const std::vector<Mode>& modes, std::vector<std::string>& defects) {
-  std::set<std::pair<uint32_t, ModeKey>> keys;
-  for (const Mode& mode : modes) {
-    const uint32_t parent = mode.parent == mode.id ? kNoLink : mode.parent;
-    if (!keys.emplace(parent, mode.key).second)
-      defects.push_back(Place(mode) + ": it is never found, for a mode beside it is the same");
-  }
-}
-
 }  // namespace
 
 std::vector<std::string> MendModes(std::vector<Mode>& modes) {
@@ -122,7 +105,6 @@ std::vector<std::string> MendModes(std::vector<Mode>& modes) {
   CutParentCycles(byId, defects);
   CutDeep(byId, defects);
   CutLinkCycles(byId, defects);
-  FindHidden(modes, defects);
   return defects;
 }
 

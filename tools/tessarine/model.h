@@ -74,6 +74,7 @@ struct Model {
   uint64_t flags = 0;    // of the header
   std::string modeText;  // before the modes; nobody reads it
   bool hasModeTable = true;
+  bool hasDataTable = true;     // from 4.0.0 on; without, objects are symbols, as they were before
   bool sharesEqual = true;      // equal modules and arrays stand in the file once
   bool hasWideSymbols = false;  // aligned symbol entries stand as far apart as their stated size
   std::vector<Mode> modes;      // the first one is the root

@@ -43,7 +43,20 @@ std::string Reference() {
       "the\n"
       "PD hardware block, *lcr* for lines of left, centre and right pixels, *fusion* for two "
       "axes,\n"
-      "*adaptive* for the learning of the conversion coefficient.\n";
+      "*adaptive* for the learning of the conversion coefficient. This version has *sparse*, "
+      "*dense*\n"
+      "(and its vertical mode), *fusion* and *adaptive*; a field that only the others use has no\n"
+      "effect yet.\n"
+      "\n"
+      "Settings without a field of their own are entries of `extensionParam`: of these, *sparse* "
+      "reads\n"
+      "verticalBinningControl, EnableOptimizedSparseParsing, EnableSparsePDAFIIRFilter,\n"
+      "minimumMeanSADLevel, xCFA_factor, OverlapSumByColumns (1: overlapping windows sum their "
+      "own\n"
+      "places in any grid) and, for LCR, skipLCRInMonitorAndSmallPD, skipLCRPDThreshold and\n"
+      "LCRParsingMode; *dense* reads SADRepeatPatternPrevent, PdOffsetRatios and "
+      "VerticalLayoutExt;\n"
+      "the choice of the flow and *fusion* read HVSelection.\n";
   for (const ModuleSchema& module : KnownModules()) {
     text += "\n# Module " + module.name + ", version " + ToText(module.version) + "\n";
     for (const RecordSchema* record : RecordsOf(module)) {

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "common/standard_output.h"
 #include "errors.h"
 #include "files.h"
 #include "link_client.h"
@@ -51,6 +52,7 @@ class EndSignals {
 };
 
 void Load(TuningSetManager& manager, const std::string& file) {
+  LoadBytes(file);  // tells why a file can't be read, which the manager doesn't
   if (manager.LoadBinaryParameters(file.c_str()) && manager.IsLoadValid()) return;
   char error[TuningSetManager::kMaxError] = {};
   manager.GetError(error, sizeof(error));
@@ -65,12 +67,9 @@ uint16_t PortOf(const TuningSetManager& manager) {
                   " is free, or the library was built without its live link");
 }
 
-// Under another name first: who waits for the file finds it complete.
+// Who waits for the file finds it complete.
 void TellPort(const std::string& path, uint16_t port) {
-  if (path.empty()) return;
-  SaveText(path + ".new", std::to_string(port) + "\n");
-  if (std::rename((path + ".new").c_str(), path.c_str()) != 0)
-    throw InputError(path + ": expected a file that can be written");
+  if (!path.empty()) SaveText(path, std::to_string(port) + "\n");
 }
 
 void Serve(const ServeChoice& choice) {
@@ -80,7 +79,7 @@ void Serve(const ServeChoice& choice) {
   const uint16_t port = PortOf(manager);
   TellPort(choice.portFile, port);
   std::printf("%s: port %u; Ctrl-C ends it\n", choice.file.c_str(), port);
-  std::fflush(stdout);
+  tool::FlushOutput();
   signals.Wait(choice.seconds);
 }
 

@@ -16,8 +16,14 @@ struct SourceChoices {
 Model ReadSource(const std::string& text, const std::string& file,
                  const SourceChoices& choices = {});
 
+// How much a source tells.
+enum class Extent {
+  kChanges,  // values that differ from those of the mode above that has the module, or from zero
+  kAll
+};
+
 // The source of a model. With IDs, each mode and module is told the one that it has.
-std::string WriteSource(const Model& model, bool hasIds);
+std::string WriteSource(const Model& model, bool hasIds, Extent extent = Extent::kAll);
 
 // The JSON Schema of sources, as text.
 std::string SourceSchema();

@@ -49,6 +49,7 @@ class SourceReader {
                   size_t place);
   void ReadValues(const SourceNode& node, const std::string& place, Module& module);
   const Module* Inherited(const SourceNode& from, const Module& module, const std::string& place);
+  std::vector<std::string> Paths() const;
   void ReadObjects(const SourceNode& root);
   void NumberModes();
   void ResolveLinks();
@@ -130,12 +131,13 @@ void SourceReader::ReadHeader(const SourceNode& root) {
 void SourceReader::ReadLayout(const SourceNode& root) {
   const SourceNode* layout = Find(root, "layout", Kind::kObject, "an object", "");
   if (layout == nullptr) return;
-  CheckNames(*layout, "layout.", {"modeTable", "shareEqual", "wideSymbols"}, errors_);
+  CheckNames(*layout, "layout.", {"modeTable", "dataTable", "shareEqual", "wideSymbols"}, errors_);
   const auto take = [&](const char* name, bool& target) {
     if (const SourceNode* node = Find(*layout, name, Kind::kBoolean, "true or false", "layout."))
       target = node->boolean;
   };
   take("modeTable", model_.hasModeTable);
+  take("dataTable", model_.hasDataTable);
   take("shareEqual", model_.sharesEqual);
   take("wideSymbols", model_.hasWideSymbols);
   if (model_.hasWideSymbols && format_.Alignment() == 1)
@@ -153,10 +155,9 @@ void SourceReader::ReadModes(const SourceNode& list, size_t parent) {
     const std::optional<ModeKey> key = name == nullptr ? std::nullopt : ParseMode(name->text);
     if (!key) {
       const std::string given = name == nullptr ? "" : name->text;
-      const std::vector<std::string> modes = ModeNames();
       Note(name == nullptr ? node : *name,
            above + "mode: expected a mode such as \"Usecase.Video\" or \"2.1\", found '" + given +
-               "'" + NearestName(given.substr(0, given.find('.')), modes));
+               "'" + DidYouMeanMode(given));
       continue;
     }
     const size_t place = model_.modes.size();
@@ -244,6 +245,12 @@ void SourceReader::ReadValues(const SourceNode& node, const std::string& place, 
   if (values != nullptr) ReadRecord(*schema->root, *values, place, errors_, module.value);
 }
 
+std::vector<std::string> SourceReader::Paths() const {
+  std::vector<std::string> paths;
+  for (const auto& [path, mode] : byPath_) paths.push_back(path);
+  return paths;
+}
+
 const Module* SourceReader::Inherited(const SourceNode& from, const Module& module,
                                       const std::string& place) {
   const std::optional<Branch> branch = ParseBranch(from.text);
@@ -251,10 +258,8 @@ const Module* SourceReader::Inherited(const SourceNode& from, const Module& modu
   if (found != byPath_.end())
     for (const Module& other : model_.modes[found->second].modules)
       if (other.type == module.type && other.version == module.version) return &other;
-  std::vector<std::string> paths;
-  for (const auto& [path, mode] : byPath_) paths.push_back(path);
   Note(from, place + " from: no mode '" + from.text + "' with this module stands above" +
-                 NearestName(from.text, paths));
+                 NearestName(from.text, Paths()));
   return nullptr;
 }
 
@@ -304,11 +309,9 @@ void SourceReader::ResolveLinks() {
     if (link == nullptr) continue;
     const std::optional<Branch> branch = ParseBranch(link->text);
     const auto target = byPath_.find(branch ? ToText(*branch) : link->text);
-    std::vector<std::string> paths;
-    for (const auto& [path, mode] : byPath_) paths.push_back(path);
     if (target == byPath_.end())
-      Note(*link,
-           place + "link: there is no mode '" + link->text + "'" + NearestName(link->text, paths));
+      Note(*link, place + "link: there is no mode '" + link->text + "'" +
+                      NearestName(link->text, Paths()));
     else if (!format_.HasLinks())
       Note(*link, place + "link: format " + ToText(model_.format) + " doesn't hold it");
     else

@@ -1,6 +1,7 @@
 // The JSON Schema of sources.
 #include "json_values.h"
 #include "meanings.h"
+#include "served.h"
 #include "source.h"
 
 namespace tessarine {
@@ -68,6 +69,9 @@ OrderedJson ModeJson() {
                          {"additionalProperties", Reference("rawModule")}};
   for (const ModuleSchema& module : KnownModules())
     modules["properties"][module.name] = Reference("module-" + module.name);
+  for (const ManagerModules& manager : KnownNames())
+    for (const std::string& name : manager.names)
+      modules["properties"].emplace(name, Reference("rawModule"));
   OrderedJson json =
       Object({{"mode", {{"type", "string"}, {"description", "such as Usecase.Video or 2.1"}}},
               {"label", {{"type", "string"}, {"description", "a note; the file doesn't hold it"}}},
@@ -113,6 +117,7 @@ OrderedJson Layout() {
     return OrderedJson{{"type", "boolean"}, {"description", description}};
   };
   return Object({{"modeTable", choice("false leaves it out: the mode Default is alone")},
+                 {"dataTable", choice("false enters objects among the symbols, as before 4.0.0")},
                  {"shareEqual", choice("false writes equal modules and arrays each for itself")},
                  {"wideSymbols", choice("true pads the entries of an aligned symbol table")}});
 }

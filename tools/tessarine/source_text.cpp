@@ -1,10 +1,10 @@
 #include "source_text.h"
 
 #include <algorithm>
-#include <cctype>
 #include <iterator>
 #include <nlohmann/json.hpp>
 
+#include "common/nearest_name.h"
 #include "errors.h"
 
 namespace tessarine {
@@ -140,22 +140,6 @@ class NodeBuilder : public json::json_sax_t {
   std::vector<SourceNode*> open_;
 };
 
-size_t EditDistance(const std::string& a, const std::string& b) {
-  std::vector<size_t> row(b.size() + 1);
-  for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
-  for (size_t i = 1; i <= a.size(); ++i) {
-    size_t diagonal = row[0];
-    row[0] = i;
-    for (size_t j = 1; j <= b.size(); ++j) {
-      const size_t replaced = diagonal + (std::tolower(static_cast<unsigned char>(a[i - 1])) !=
-                                          std::tolower(static_cast<unsigned char>(b[j - 1])));
-      diagonal = row[j];
-      row[j] = std::min({row[j] + 1, row[j - 1] + 1, replaced});
-    }
-  }
-  return row[b.size()];
-}
-
 }  // namespace
 
 const SourceNode* SourceNode::Find(const std::string& name) const {
@@ -205,16 +189,8 @@ SourceNode ParseSource(const std::string& text, const std::string& file, SourceE
 }
 
 std::string NearestName(const std::string& word, const std::vector<std::string>& names) {
-  const std::string* nearest = nullptr;
-  // More than half of the word wrong is no misspelling.
-  size_t distance = word.size() / 2 + 1;
-  for (const std::string& name : names) {
-    const size_t far = EditDistance(word, name);
-    if (far >= distance) continue;
-    distance = far;
-    nearest = &name;
-  }
-  return nearest == nullptr ? "" : "; the nearest name is '" + *nearest + "'";
+  const std::string nearest = tool::NearestName(word, names);
+  return nearest.empty() ? "" : "; the nearest name is '" + nearest + "'";
 }
 
 }  // namespace tessarine

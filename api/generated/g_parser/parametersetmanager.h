@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 
 #include "parameterexport.h"
@@ -237,10 +238,18 @@ class PARAMETER_API ParameterSetManager : public OnOrvoHeap,
 
   // parametersetmanager_load.cpp
   bool FinishLoad(bool loaded);
+  struct FileErrors;
+  struct FileRelease {
+    void operator()(uint8_t* bytes) const;
+  };
+  using FileBytes = std::unique_ptr<uint8_t, FileRelease>;
+
   bool LoadFile(const char* fileName, bool keepFile);
-  bool LoadOpenFile(ParameterBinaryFile* file, bool keepFile);
+  bool ReloadAsBuffer(const char* fileName);
+  std::unique_ptr<ParameterBinaryFile> OpenFile(const char* fileName, const FileErrors& errors);
+  FileBytes ReadImage(ParameterBinaryFile* file, const FileErrors& errors);
   bool LoadBuffer(const uint8_t* buffer, uint64_t length);
-  bool LoadThroughFile(ParameterBinaryFile* file, const uint8_t* image);
+  bool LoadThroughFile(std::unique_ptr<ParameterBinaryFile> file, const uint8_t* image);
   bool RefuseSecondLoad();
   bool ReadHeader(const uint8_t* buffer, uint32_t length);
   bool ReadHeaderFields(HeaderReader& reader);

@@ -34,12 +34,19 @@ uint32_t AlignmentOf(VersionUnion version) {
   return version >= kAlignedVersion && version < kPackedVersion ? 8 : 1;
 }
 
-struct OrvoRelease {
-  void operator()(uint8_t* memory) const { OrvoFree(memory); }
-};
-using FileBytes = std::unique_ptr<uint8_t, OrvoRelease>;
-
 }  // namespace
+
+// The error texts of a file that can't be had.
+struct ParameterSetManager::FileErrors {
+  const char* noMemory;
+  const char* notOpened;
+  const char* badChecksum;
+  const char* noSpace;
+};
+
+void ParameterSetManager::FileRelease::operator()(uint8_t* bytes) const {
+  OrvoFree(bytes);
+}
 
 // The header's fields, which are never padded.
 class ParameterSetManager::HeaderReader {
@@ -103,31 +110,53 @@ bool ParameterSetManager::FinishLoad(bool loaded) {
 }
 
 bool ParameterSetManager::LoadFile(const char* fileName, bool keepFile) {
+  constexpr FileErrors kErrors{"Failed to load binary file", "Failed to load binary file",
+                               "Binary file CRC validation failed",
+                               "Unable to allocate space to read binary file"};
   PARAMETER_DEBUG(this, "Load Binary Parameters from file: %s\n", fileName);
-  auto* file = new ParameterBinaryFile(fileName, this, true);
-  if (file != nullptr && file->IsCRCValid()) return LoadOpenFile(file, keepFile);
-  PARAMETER_ERROR(this, "Failed to load binary file %s\n", fileName);
-  SetError(file != nullptr && file->IsValid() ? "Binary file CRC validation failed"
-                                              : "Failed to load binary file");
-  delete file;
-  return false;
-}
-
-// Takes the file.
-bool ParameterSetManager::LoadOpenFile(ParameterBinaryFile* opened, bool keepFile) {
-  std::unique_ptr<ParameterBinaryFile> file(opened);
-  const FileBytes image(file->Read(0, file->GetLength()));
-  if (image == nullptr) {
-    SetError("Unable to allocate space to read binary file");
-    return false;
-  }
+  std::unique_ptr<ParameterBinaryFile> file = OpenFile(fileName, kErrors);
+  const FileBytes image = ReadImage(file.get(), kErrors);
+  if (file == nullptr) PARAMETER_ERROR(this, "Failed to load binary file %s\n", fileName);
+  if (image == nullptr) return false;
   if (!keepFile) return LoadBuffer(image.get(), file->GetLength());
-  if (!LoadThroughFile(file.release(), image.get())) return false;
+  if (!LoadThroughFile(std::move(file), image.get())) return false;
   const VersionUnion version = loaded_.header.version;
   PARAMETER_DEBUG(this, "Load Binary Parameters completed: Binary Version: %d.%d.%d\n",
                   version.majorVersion, version.minorVersion,
                   static_cast<int>(version.patchVersion));
   return true;
+}
+
+// From here on the file is not needed any more.
+bool ParameterSetManager::ReloadAsBuffer(const char* fileName) {
+  constexpr FileErrors kErrors{
+      "ReloadBinaryParameters: Failed to allocate ParameterBinaryFile class",
+      "ReloadBinaryParameters: Failed to open file",
+      "ReloadBinaryParameters: File CRC check failed",
+      "ReloadBinaryParameters: Failed to allocate space to read data from file"};
+  const std::unique_ptr<ParameterBinaryFile> file = OpenFile(fileName, kErrors);
+  const FileBytes image = ReadImage(file.get(), kErrors);
+  return image != nullptr && LoadBuffer(image.get(), file->GetLength());
+}
+
+// Null, with the error set, unless it can be opened and its checksum is right.
+std::unique_ptr<ParameterBinaryFile> ParameterSetManager::OpenFile(const char* fileName,
+                                                                   const FileErrors& errors) {
+  std::unique_ptr<ParameterBinaryFile> file(new ParameterBinaryFile(fileName, this, true));
+  if (file != nullptr && file->IsCRCValid()) return file;
+  SetError(file == nullptr    ? errors.noMemory
+           : !file->IsValid() ? errors.notOpened
+                              : errors.badChecksum);
+  return nullptr;
+}
+
+// The whole of an open file; null, with the error set, if it can't be had.
+ParameterSetManager::FileBytes ParameterSetManager::ReadImage(ParameterBinaryFile* file,
+                                                              const FileErrors& errors) {
+  if (file == nullptr) return nullptr;
+  FileBytes image(file->Read(0, file->GetLength()));
+  if (image == nullptr) SetError(errors.noSpace);
+  return image;
 }
 
 bool ParameterSetManager::LoadBuffer(const uint8_t* buffer, uint64_t length) {
@@ -152,8 +181,8 @@ bool ParameterSetManager::LoadBuffer(const uint8_t* buffer, uint64_t length) {
 }
 
 // The header and the checksum are looked at over the whole image; the rest is read as needed.
-bool ParameterSetManager::LoadThroughFile(ParameterBinaryFile* opened, const uint8_t* image) {
-  std::unique_ptr<ParameterBinaryFile> file(opened);
+bool ParameterSetManager::LoadThroughFile(std::unique_ptr<ParameterBinaryFile> file,
+                                          const uint8_t* image) {
   const uint32_t length = file->GetLength();
   if (!ReadHeader(image, length)) {
     DropLoaded();

@@ -82,7 +82,7 @@ bool ParameterSetManager::ReloadBinaryParameters(bool bufferMode) {
   PList<ModeEntry*> oldRecent;
   oldRecent.Swap(recentModes_);
 
-  if (FinishLoad(LoadFile(old.fileName, !bufferMode))) {
+  if (FinishLoad(bufferMode ? ReloadAsBuffer(old.fileName) : LoadFile(old.fileName, true))) {
     RetireLoaded(old, instances);
     return true;
   }

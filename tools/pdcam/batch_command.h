@@ -1,7 +1,7 @@
-// Many focus runs, judged by where they end.
+// The batch of focus runs of `pdcam focus --runs` and `--check`.
 #pragma once
 
-#include "focus_run.h"
+#include "focus_batch.h"
 #include "options.h"
 
 namespace pdcam {
@@ -20,6 +20,6 @@ struct BatchOptions {
 // when for some sensor and direction fewer than 19 of 20 end in focus.
 int RunBatch(const BatchOptions& options, const CameraOptions& camera,
              const simcam::CameraSettings& settings, const simcam::FocusSettings& focus,
-             bool isJson);
+             const OutputOptions& output);
 
 }  // namespace pdcam
