@@ -25,7 +25,7 @@ class Digest {
 
 }  // namespace
 
-int main() {
+void DigestLearning() {
   constexpr int kStates = 400;
   constexpr int kRuns = 100;
   RandomSource random(2);
@@ -53,5 +53,4 @@ int main() {
     }
   }
   std::printf("adaptive_k %016" PRIx64 "\n", digest.Value());
-  return 0;
 }
