@@ -70,8 +70,8 @@ case $(uname -m) in
   x86_64) native="sse2 avx2" ;;
   *) native=neon ;;
 esac
-rm -rf "$work"
 mkdir -p "$work"
+rm -f "$work"/*/results # of an earlier run
 together "$work/rest.cpp" "$root/tests/support/digest.cpp" "$root/tests/adaptive/adaptive_digest.cpp" \
   "$library"/adaptive/*.cpp "$library/kernels/kernel_table.cpp" "$library"/kernels/pd_core_*.cpp
 digests_of -O0 &
