@@ -53,10 +53,10 @@ TEST_F(PdcamLink, ShowsWhatChangedValuesMakeOfTheNextFrames) {
   EXPECT_GT(Table().find(" search", held), Table().rfind('\n', change));
 
   // What the stack does and finds: 30 frames a second, exposed for 0.3 of their time, at gain 1.
-  const std::string controls = Tessarine("link --port " + port + " controls").output;
+  const std::string controls = Tessarine(link + " controls").output;
   EXPECT_GT(std::atoi(controls.substr(0, 2) == "1=" ? &controls[2] : "0"), 0) << controls;
   EXPECT_NE(controls.find("\n3=30.000000\n"), std::string::npos) << controls;
-  EXPECT_EQ(Tessarine("link --port " + port + " triggers").output, "1=1.000000\n2=10.000000\n");
+  EXPECT_EQ(Tessarine(link + " triggers").output, "1=1.000000\n2=10.000000\n");
 
   kill(process_, SIGTERM);
   EXPECT_TRUE(Waits([&] { return Table().find("px from it at the end") != std::string::npos; }));
