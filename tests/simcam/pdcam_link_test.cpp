@@ -63,17 +63,9 @@ TEST_F(PdcamLink, ShowsWhatChangedValuesMakeOfTheNextFrames) {
 }
 
 TEST_F(PdcamLink, GoesWithOneRunAndAFile) {
-  const struct {
-    const char* arguments;
-    const char* message;
-  } cases[] = {{"focus --link", "--tuning"},
-               {"focus --link --tuning x --cameras 2", "--link"},
-               {"focus --link --tuning x --runs 3", "--link"}};
-  for (const auto& c : cases) {
-    const Outcome outcome = Run(c.arguments);
-    EXPECT_EQ(outcome.status, 2) << c.arguments;
-    EXPECT_NE(outcome.errors.find(c.message), std::string::npos) << outcome.errors;
-  }
+  ExpectOutcomes({{"focus --link", 2, "--tuning"},
+                  {"focus --link --tuning x --cameras 2", 2, "--link"},
+                  {"focus --link --tuning x --runs 3", 2, "--link"}});
 }
 
 }  // namespace
