@@ -56,15 +56,6 @@ std::vector<fuzz::Input> fuzz::Seeds() {
     add(request + test::ShortHeader(9, 6) + request, 7);
     add("no" + request + request, 3);
   }
-  Input large{6};
-  const std::string header = test::ShortHeader(3, 65535);
-  large.insert(large.end(), header.begin(), header.end());
-  large.insert(large.end(), {kZeros, 254, 251});  // 257 * 254 + 251 + 6 bytes
-  large.insert(large.end(), 251, 0);
-  large.push_back(6);
-  const std::string next = test::ShortFrame(0);
-  large.insert(large.end(), next.begin(), next.end());
-  seeds.push_back(large);
   return seeds;
 }
 

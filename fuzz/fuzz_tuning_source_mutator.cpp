@@ -5,6 +5,7 @@
 #include <random>
 
 #include "errors.h"
+#include "link_texts.h"
 #include "schema.h"
 #include "source.h"
 #include "target.h"
@@ -15,34 +16,13 @@ namespace {
 
 using nlohmann::json;
 
-constexpr const char* kTexts[] = {"",
-                                  "Default",
-                                  "Usecase.Video",
-                                  "Scene.AR",
-                                  "2.1",
-                                  "0.0",
-                                  "7.65535",
-                                  "1.0.1",
-                                  "1.0.2",
-                                  "1.1.0",
-                                  "2.0.0",
-                                  "3.0.0",
-                                  "3.0.1",
-                                  "3.0.2",
-                                  "4.0.0",
-                                  "5.0.0",
-                                  "9.0.0",
-                                  "1.2.3",
-                                  "00ff",
-                                  "04000000",
-                                  "0x7fc00000",
-                                  "Default|Usecase.Video",
-                                  "Default|Scene.AR"};
-constexpr const char* kKeys[] = {
-    "format",    "tool",       "tag",   "modeText",       "flags",     "layout",
-    "modes",     "mode",       "label", "resident",       "link",      "id",
-    "modules",   "version",    "hex",   "values",         "from",      "objects",
-    "modeTable", "shareEqual", "abc",   "tessarinePDLib", "abf34_ife", "wideSymbols"};
+// An empty one is among them.
+constexpr const char* kTexts =
+    " Default Usecase.Video Scene.AR Default|Usecase.Video Default|Scene.AR 2.1 0.0 7.65535 1.0.1 "
+    "1.0.2 1.1.0 2.0.0 3.0.0 3.0.1 3.0.2 4.0.0 5.0.0 9.0.0 1.2.3 00ff 04000000 0x7fc00000";
+constexpr const char* kKeys =
+    "format tool tag modeText flags layout modes mode label resident link id modules version hex "
+    "values from objects modeTable shareEqual abc tessarinePDLib abf34_ife wideSymbols";
 
 void AddFieldNames(const tessarine::RecordSchema& record, std::vector<std::string>& names) {
   for (const tessarine::FieldSchema& field : record.fields) {
@@ -52,7 +32,7 @@ void AddFieldNames(const tessarine::RecordSchema& record, std::vector<std::strin
 }
 
 std::vector<std::string> AllKeys() {
-  std::vector<std::string> names(std::begin(kKeys), std::end(kKeys));
+  std::vector<std::string> names = tessarine::SplitText(kKeys, ' ');
   AddFieldNames(*tessarine::KnownModules().front().root, names);
   return names;
 }
@@ -81,12 +61,13 @@ class TreeMutator {
       for (json& part : node) Collect(part);
   }
   json Leaf() {
+    static const std::vector<std::string> texts = tessarine::SplitText(kTexts, ' ');
     constexpr int64_t kNumbers[] = {0, 1, -1, 2, 4, 255, INT32_MAX, INT32_MIN, UINT32_MAX};
     switch (Below(5)) {
       case 0: return Below(2) == 0;
       case 1: return static_cast<double>(kNumbers[Below(std::size(kNumbers))]) * 0.3;
       case 2: return json::object();
-      case 3: return kTexts[Below(std::size(kTexts))];
+      case 3: return texts[Below(texts.size())];
       default: return kNumbers[Below(std::size(kNumbers))];
     }
   }

@@ -10,23 +10,15 @@ namespace {
 constexpr int kMaxQueries = 8;
 
 // As large as the buffer that the library is told of, so that one byte too many shows.
-struct Answer {
-  explicit Answer(uint32_t size_) : text(new char[size_]), size(size_) {}
-  void RequireEnd() const {
-    fuzz::Require(std::memchr(text.get(), '\0', size) != nullptr, "an answer has an end");
-  }
-
-  std::unique_ptr<char[]> text;
-  uint32_t size;
-};
+using Answer = std::vector<char>;
 
 void Get(fuzz::SmallSetManager& manager, fuzz::Texts fields, uint32_t size) {
   const std::string branch = fields.Next('\t');
   const std::string path = fields.Next('\t');
   const std::string names = fields.Next('\t');
-  const Answer answer(size);
-  if (manager.GetValue(branch.c_str(), path.c_str(), names.c_str(), answer.text.get(), size))
-    answer.RequireEnd();
+  Answer answer(size, '?');
+  if (manager.GetValue(branch.c_str(), path.c_str(), names.c_str(), answer.data(), size))
+    fuzz::Require(std::memchr(answer.data(), '\0', size) != nullptr, "an answer has an end");
 }
 
 // What was written can be read, and writing that again changes nothing.
@@ -37,17 +29,16 @@ void Set(fuzz::SmallSetManager& manager, fuzz::Texts fields) {
   const std::string value = fields.Next('\t');
   if (!manager.SetValue(branch.c_str(), path.c_str(), name.c_str(), value.c_str())) return;
   constexpr uint32_t kLargest = 4096;
-  const Answer first(kLargest);
-  const Answer second(kLargest);
-  const auto get = [&](const Answer& answer) {
-    return manager.GetValue(branch.c_str(), path.c_str(), name.c_str(), answer.text.get(),
-                            answer.size);
+  Answer first(kLargest);
+  Answer second(kLargest);
+  const auto get = [&](Answer& answer) {
+    return manager.GetValue(branch.c_str(), path.c_str(), name.c_str(), answer.data(), kLargest);
   };
   if (name.empty() || name.find(',') != std::string::npos || !get(first)) return;
   const size_t start = name.size() + 1;
-  fuzz::Require(std::string(first.text.get()).substr(0, start) == name + "=", "an answer is named");
-  fuzz::Require(manager.SetValue(branch.c_str(), path.c_str(), name.c_str(), &first.text[start]) &&
-                    get(second) && std::strcmp(first.text.get(), second.text.get()) == 0,
+  fuzz::Require(std::string(first.data()).substr(0, start) == name + "=", "an answer is named");
+  fuzz::Require(manager.SetValue(branch.c_str(), path.c_str(), name.c_str(), &first[start]) &&
+                    get(second) && std::strcmp(first.data(), second.data()) == 0,
                 "a value that was read can be written");
 }
 

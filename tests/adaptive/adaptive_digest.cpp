@@ -4,7 +4,7 @@
 #include "adaptive/random_frames.h"
 #include "support/digest.h"
 
-int main() {
+void DigestLearning() {
   constexpr int kStates = 400;
   constexpr int kRuns = 100;
   RandomSource random(2);

@@ -6,15 +6,6 @@
 namespace test {
 namespace {
 
-// One of each command.
-const std::vector<std::string>& Requests() {
-  static const std::vector<std::string> requests{
-      ShortFrame(0),           ShortFrame(1),          ShortFrame(2),
-      TextFrame(3, 1, "0"),    TextFrame(4, 2, "0:a"), TextFrame(5, 3, "0:a:b"),
-      TextFrame(6, 4, "0:a:"), ShortFrame(7),          Frame(8, 5, LittleEndian(3, 0x590059))};
-  return requests;
-}
-
 class Framing : public testing::Test {
  protected:
   Framing() { Orvo::Host::StartLogCapture(); }
@@ -33,26 +24,6 @@ class Framing : public testing::Test {
 
   LinkLogger logger_;
 };
-
-TEST_F(Framing, NoCutMatters) {
-  logger_.isLoud = false;
-  const std::string next = ShortFrame(0, "next");
-  for (const std::string& request : Requests()) {
-    const std::string all = request + next;
-    const std::vector<std::string> expected{request, next};
-    for (size_t first = 0; first <= all.size(); ++first) {
-      for (size_t second = first; second <= all.size(); ++second) {
-        ASSERT_EQ(framesOf({{all.substr(0, first)},
-                            {all.substr(first, second - first)},
-                            {all.substr(second)}}),
-                  expected)
-            << first << " " << second;
-      }
-      // A connection may end anywhere.
-      ASSERT_EQ(framesOf({{all.substr(0, first)}, Piece::Gone(), {all.substr(first)}}), expected);
-    }
-  }
-}
 
 TEST_F(Framing, EveryValueOfEveryHeaderByte) {
   logger_.isLoud = false;
@@ -90,20 +61,12 @@ TEST_F(Framing, EveryLength) {
 
 TEST_F(Framing, TellsWhatIsNoFrame) {
   framesOf({{"ABCDEF"}});
-  EXPECT_TRUE(
-      IsLogged("Rondel request missing start tag, Expected: 23129, Received: 16961: "
-               "0x4142434445"));
   framesOf({{ShortHeader(9, 6)}});
-  EXPECT_TRUE(IsLogged("Rondel request ID 9 exceeds Max 9"));
   framesOf({{ShortHeader(8, 0)}});
-  EXPECT_TRUE(IsLogged("Rondel request length is zero: 0x595a080000"));
-}
-
-// A full buffer that is no frame takes no more: the connection ends, and the next one is read.
-TEST_F(Framing, AStuckConnectionEndsWhenTheBufferIsFull) {
-  const std::string stuck = ShortHeader(9, 6) + std::string(kLargestFrame - kShortHeader, 'x');
-  const std::string good = ShortFrame(0);
-  EXPECT_EQ(framesOf({{stuck}, {good}}), std::vector<std::string>{good});
+  for (const char* line :
+       {"Rondel request missing start tag, Expected: 23129, Received: 16961: 0x4142434445",
+        "Rondel request ID 9 exceeds Max 9", "Rondel request length is zero: 0x595a080000"})
+    EXPECT_TRUE(IsLogged(line)) << line;
 }
 
 // What has arrived is given out even then; nothing more is read.

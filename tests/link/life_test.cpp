@@ -110,6 +110,11 @@ TEST_F(Life, EveryManagerHasAPortOfItsOwn) {
 TEST_F(Life, NoClientHoldsUpAStop) {
   const std::string large = TextFrame(5, 1, "0:tessarinePDLib");
   Gate* gate = nullptr;
+  const auto inRequest = [&](LinkClient& client) {
+    manager->SetCustomHandler(gate);
+    client.send(Frame(8, 1, "x"));
+    gate->waitForCall();
+  };
   struct Case {
     const char* name;
     std::function<void(LinkClient&)> prepare;
@@ -120,17 +125,10 @@ TEST_F(Life, NoClientHoldsUpAStop) {
       {"part of a frame", [&](LinkClient& client) { client.send(large.substr(0, 12)); }},
       {"no frame", [](LinkClient& client) { client.send(ShortHeader(1, 0)); }},
       {"queues are full", [&](LinkClient& client) { client.sendUntilFull(large); }},
-      {"in a request",
-       [&](LinkClient& client) {
-         manager->SetCustomHandler(gate);
-         client.send(Frame(8, 1, "x"));
-         gate->waitForCall();
-       }},
+      {"in a request", inRequest},
       {"in a request, queues are full",
        [&](LinkClient& client) {
-         manager->SetCustomHandler(gate);
-         client.send(Frame(8, 1, "x"));
-         gate->waitForCall();
+         inRequest(client);
          client.sendUntilFull(large);
        }},
   };

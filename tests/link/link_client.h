@@ -54,14 +54,21 @@ inline uint64_t NumberAt(const std::string& bytes, size_t offset, size_t size) {
 using Milliseconds = std::chrono::milliseconds;
 constexpr Milliseconds kPatience{20000};  // far more than any reply takes
 
+// A port of this machine; 0: any that is free.
+struct Loopback : sockaddr_in {
+  explicit Loopback(uint16_t port) : sockaddr_in{} {
+    sin_family = AF_INET;
+    sin_port = htons(port);
+    sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  }
+  sockaddr* any() { return reinterpret_cast<sockaddr*>(this); }
+};
+
 class LinkClient {
  public:
   explicit LinkClient(uint16_t port) : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    connected_ = connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+    Loopback address(port);
+    connected_ = connect(socket_, address.any(), sizeof(address)) == 0;
   }
   ~LinkClient() { close(socket_); }
   LinkClient(const LinkClient&) = delete;

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstddef>
+#include <cstdio>
 #include <string>
 
 #include "parameterrondelcom.h"
@@ -20,11 +21,9 @@ constexpr uint16_t kLastPort = kFirstPort + 64;
 
 // A tool that knows the name alone: a NUL in front, digits in hexadecimal, a NUL behind.
 int ConnectTo(uint16_t port) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  std::string name(1, '\0');
-  name += "Rondel";
-  for (int shift = 12; shift >= 0; shift -= 4) name += kDigits[port >> shift & 15];
-  name += '\0';
+  char digits[5];
+  std::snprintf(digits, sizeof(digits), "%04x", port);
+  const std::string name = std::string("\0Rondel", 7) + digits + '\0';
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   name.copy(address.sun_path, name.size());

@@ -14,14 +14,11 @@ constexpr uint16_t kLastPort = kFirstPort + 64;
 // Listens on a port, if it is free.
 struct Listener {
   explicit Listener(uint16_t port) : socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    Loopback address(port);
     // Also where connections of an earlier server have not died away.
     constexpr int kOn = 1;
     setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &kOn, sizeof(kOn));
-    bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address));
+    bind(socket, address.any(), sizeof(address));
     listen(socket, 1);
   }
   ~Listener() { close(socket); }

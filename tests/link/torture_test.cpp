@@ -63,10 +63,6 @@ TEST_F(Torture, ARequestMayGoOnOverTheNextConnection) {
     LinkClient second(port());
     EXPECT_EQ(second.ask(request.substr(size)), TextFrame(5, 1, "maxFrameRate=15")) << size;
   }
-  for (size_t size = 0; size <= request.size(); ++size) {
-    deliver(request.substr(0, size));
-    recover();
-  }
   expectAlive();
 }
 
@@ -126,18 +122,6 @@ TEST_F(Torture, AToolThatNeverReads) {
     recover();
     expectAlive();
   }
-}
-
-TEST_F(Torture, ClientsWaitForTheirTurn) {
-  auto first = std::make_unique<LinkClient>(port());
-  EXPECT_EQ(first->ask(ShortFrame(0)), DeviceInfo(manager.get()));
-  LinkClient second(port());
-  LinkClient third(port());
-  ASSERT_TRUE(second.connected() && third.connected());
-  EXPECT_EQ(second.ask(TextFrame(5, 2, kField), Milliseconds(300)), "");
-  EXPECT_EQ(first->ask(ShortFrame(0)), DeviceInfo(manager.get()));
-  first.reset();
-  EXPECT_EQ(second.receive(), TextFrame(5, 2, "maxFrameRate=15"));
 }
 
 TEST_F(Torture, ClientsThatGoAtOnce) {

@@ -76,15 +76,6 @@ TEST_F(Modes, TheDeepestModeThatHoldsTheModuleWins) {
              "desired mode path: 7.7|2.0"));
 }
 
-TEST_F(Modes, AFileWithoutAModeTableHasTheDefault) {
-  TuningFile file;
-  AddNumberedPd(file, 0, 8);
-  for (const bool fileMode : {false, true}) {
-    ASSERT_TRUE(load(file.build(), fileMode)) << error();
-    EXPECT_EQ(at({{0, 0}, {2, 0}}), 8);
-  }
-}
-
 TEST_F(Modes, AnEntryWithItsParentsKeyIsItsParent) {
   TuningFile file;
   file.modes = {{0, 0, 0, 0}, {1, 2, 3, 0}, {2, 2, 3, 1}, {3, 2, 3, 2}, {4, 3, 0, 3}};
@@ -342,44 +333,37 @@ TEST_F(Modes, AnUpdateNeedsAValidLoad) {
 TEST_F(Modes, TextsOfBranches) {
   ASSERT_TRUE(load(TreeFile().build(), false));
   char text[512];
-  const auto shorthand = [&](const char* names, uint32_t size = 512) {
-    return manager->GetModeShorthand(names, text, size) ? std::string(text) : "fails";
-  };
-  EXPECT_EQ(shorthand("Default|Usecase.Snapshot|feature1.adrc"), "0.0|2.1|3.2");
-  EXPECT_EQ(shorthand("0.0|Usecase.7|Scene.BestShot|6.11"), "0.0|2.7|5.20|6.11");
-  EXPECT_EQ(shorthand("Nothing.Snapshot|Usecase.Nothing|Usecase.Snap"), "0.0|2.0|2.0");
-  EXPECT_EQ(shorthand("Usecase.Snapshot", 3), "fails");
-  const auto names = [&](const char* paths) {
-    return ParameterSetManager::GetRondelModesString(paths, text, sizeof(text)) ? std::string(text)
-                                                                                : "fails";
-  };
-  EXPECT_EQ(names("0.0|2.1|3.2;0.0|6.0"),
-            "Default|Usecase.Snapshot|Feature1.ADRC;Default|Effect.None");
-  EXPECT_EQ(names("0.0|1.3|9.9|2.8"), "Default|Sensor.3|9.9|Usecase.8");
-  const auto branch = [](const char* path) {
+  using Rows = std::vector<std::pair<const char*, const char*>>;
+  for (const auto& [names, expected] :
+       Rows{{"Default|Usecase.Snapshot|feature1.adrc", "0.0|2.1|3.2"},
+            {"0.0|Usecase.7|Scene.BestShot|6.11", "0.0|2.7|5.20|6.11"},
+            {"Nothing.Snapshot|Usecase.Nothing|Usecase.Snap", "0.0|2.0|2.0"}}) {
+    EXPECT_TRUE(manager->GetModeShorthand(names, text, sizeof(text)));
+    EXPECT_STREQ(text, expected);
+  }
+  EXPECT_FALSE(manager->GetModeShorthand("Usecase.Snapshot", text, 3));
+  for (const auto& [paths, expected] :
+       Rows{{"0.0|2.1|3.2;0.0|6.0", "Default|Usecase.Snapshot|Feature1.ADRC;Default|Effect.None"},
+            {"0.0|1.3|9.9|2.8", "Default|Sensor.3|9.9|Usecase.8"}}) {
+    EXPECT_TRUE(ParameterSetManager::GetRondelModesString(paths, text, sizeof(text)));
+    EXPECT_STREQ(text, expected);
+  }
+  for (const auto& [path, expected] : Rows{{"0.0|2.1|3.2", "0.0|2.1|3.2"},
+                                           {"0|2", "0.0|2.0"},
+                                           {"Default|Scene.AR", "0.0|5.17"},
+                                           {"Default.0", "0.0"},
+                                           {"0.0|4294967295.1", "0.0|4294967295.1"},
+                                           {"0.0|2.1|", "0.0|2.1"}}) {
     PList<TuningMode> list;
-    if (!ParameterSetManager::GetModeBranchFromPath(path, list)) return std::string("fails");
-    char numbers[256];
-    ParameterSetManager::GetPathFromModeBranch(&list[0], list.Count(), numbers, sizeof(numbers));
-    return std::string(numbers);
-  };
-  for (const auto& [path, expected] :
-       std::vector<std::pair<const char*, const char*>>{{"0.0|2.1|3.2", "0.0|2.1|3.2"},
-                                                        {"0|2", "0.0|2.0"},
-                                                        {"", "fails"},
-                                                        {"Default|Scene.AR", "0.0|5.17"},
-                                                        {"Default.0", "0.0"},
-                                                        {"0.0|2.x", "fails"},
-                                                        {"0.0|2.65536", "fails"},
-                                                        {"0.0|2.", "fails"},
-                                                        {"0.0|4294967295.1", "0.0|4294967295.1"},
-                                                        {"0.0|4294967296.1", "fails"},
-                                                        {"0.0|-1.1", "fails"},
-                                                        {"0.0||2.1", "fails"},
-                                                        {"0.0|2.1|", "0.0|2.1"},
-                                                        {"0.0|12345678901.1", "fails"},
-                                                        {nullptr, "fails"}})
-    EXPECT_EQ(branch(path), expected) << (path == nullptr ? "null" : path);
+    ASSERT_TRUE(ParameterSetManager::GetModeBranchFromPath(path, list)) << path;
+    ParameterSetManager::GetPathFromModeBranch(&list[0], list.Count(), text, sizeof(text));
+    EXPECT_STREQ(text, expected);
+  }
+  PList<TuningMode> none;
+  for (const char* path : {"", "0.0|2.x", "0.0|2.65536", "0.0|2.", "0.0|4294967296.1", "0.0|-1.1",
+                           "0.0||2.1", "0.0|12345678901.1", static_cast<const char*>(nullptr)})
+    EXPECT_FALSE(ParameterSetManager::GetModeBranchFromPath(path, none))
+        << (path == nullptr ? "null" : path);
   const uint32_t length = manager->GetChildModes("Default", text, sizeof(text));
   EXPECT_EQ(length, std::strlen(text) + 1);
   EXPECT_STREQ(text, "Usecase.Preview,Usecase.Snapshot,Usecase.ZSL,Usecase.Liveshot,Sensor.5");

@@ -108,15 +108,6 @@ TEST(ParameterNumbers, AreWrittenWithoutAFormat) {
     EXPECT_STREQ(text, expected);
     EXPECT_EQ(success, succeeds) << expected;
   }
-  // What is written is read back.
-  std::mt19937 random(2);
-  for (int i = 0; i < 1000; ++i) {
-    const auto value = static_cast<float>(static_cast<int32_t>(random())) / 1024.0f;
-    char text[64];
-    bool success = false;
-    utils::DoubleToString(double{value}, text, sizeof(text), 10, &success);
-    EXPECT_EQ(static_cast<float>(utils::StringToDouble(text, &success)), value) << text;
-  }
 }
 
 TEST(ParameterTexts, StepThroughAPath) {
@@ -237,9 +228,6 @@ TEST(ParameterTypes, ShortNamesFitTheirField) {
     EXPECT_TRUE(types.insert(type).second) << name;
   };
 #define ADD_TYPE(name) addType(#name);
-#define ADD_TYPED(name, root) ADD_TYPE(name)
-  TUNING_SET_MODULES(ADD_TYPE, ADD_TYPED)
-  types.clear();
   SENSOR_SET_MODULES(ADD_TYPE)
   FACE_DETECTION_SET_MODULES(ADD_TYPE)
   ImageSensorModuleSetManager sensor;

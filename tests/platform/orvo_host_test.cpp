@@ -4,10 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -16,6 +15,7 @@
 #include "orvo/memory.h"
 #include "orvo/mutex.h"
 #include "orvo/osutils.h"
+#include "support/temp_folder.h"
 
 namespace {
 
@@ -76,19 +76,16 @@ TEST_F(LogTest, FilterWordsHoldBackAllButErrors) {
 
 TEST_F(LogTest, ConsoleShowsLinesUpToItsLevel) {
   Host::StopLogCapture();
-  const auto shown = [](uint32_t consoleLevel) {
+  const uint32_t levels[] = {Log::kLevelError, Log::kLevelInfo, Log::kLevelVerbose,
+                             Log::kLevelDebug};
+  std::string expected;
+  for (const uint32_t consoleLevel : levels) {
     Host::SetConsoleLevel(consoleLevel);
     testing::internal::CaptureStderr();
-    Log::LogSystem(5, Log::kLevelError, "error");
-    Log::LogSystem(5, Log::kLevelInfo, "info");
-    Log::LogSystem(5, Log::kLevelVerbose, "verbose");
-    Log::LogSystem(5, Log::kLevelDebug, "debug");
-    return testing::internal::GetCapturedStderr();
-  };
-  EXPECT_EQ(shown(Log::kLevelError), "error\n");
-  EXPECT_EQ(shown(Log::kLevelInfo), "error\ninfo\n");
-  EXPECT_EQ(shown(Log::kLevelVerbose), "error\ninfo\nverbose\n");
-  EXPECT_EQ(shown(Log::kLevelDebug), "error\ninfo\nverbose\ndebug\n");
+    for (const uint32_t level : levels) Log::LogSystem(5, level, "level %u", level);
+    expected += "level " + std::to_string(consoleLevel) + "\n";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), expected);
+  }
 }
 
 TEST_F(LogTest, LinesOfManyThreadsStayWhole) {
@@ -99,12 +96,11 @@ TEST_F(LogTest, LinesOfManyThreadsStayWhole) {
     });
   }
   for (std::thread& thread : threads) thread.join();
-  int perThread[4] = {};
-  for (const Host::LogLine& line : Host::StopLogCapture()) {
-    ASSERT_EQ(line.text.size(), std::strlen("thread 0"));
-    ++perThread[line.text.back() - '0'];
-  }
-  for (const int count : perThread) EXPECT_EQ(count, 200);
+  std::map<std::string, int> counts;
+  for (const Host::LogLine& line : Host::StopLogCapture()) ++counts[line.text];
+  EXPECT_EQ(counts,
+            (std::map<std::string, int>{
+                {"thread 0", 200}, {"thread 1", 200}, {"thread 2", 200}, {"thread 3", 200}}));
 }
 
 TEST(FileName, IsWhatStandsBehindTheLastSlash) {
@@ -115,44 +111,32 @@ TEST(FileName, IsWhatStandsBehindTheLastSlash) {
 
 class FileTest : public testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "orvo_XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
-    Host::SetRootFolder((folder_ / "root").string());
-  }
-  void TearDown() override {
-    Host::SetRootFolder("");
-    fs::remove_all(folder_);
-  }
+  FileTest() { Host::SetRootFolder((folder_ / "root").string()); }
+  ~FileTest() override { Host::SetRootFolder(""); }
 
   static void Write(const std::string& path, const std::string& text) {
     FILE* file = OsUtils::FOpen(path.c_str(), "wb");
     ASSERT_NE(file, nullptr) << path;
-    EXPECT_EQ(OsUtils::FWrite(text.data(), 1, text.size(), file), text.size());
+    EXPECT_EQ(OsUtils::FWrite(text.data(), 1, text.size() - 1, file), text.size() - 1);
+    EXPECT_EQ(OsUtils::FPrintF(file, "%c", text.back()), 1);
     EXPECT_EQ(OsUtils::FClose(file), 0);
   }
 
-  fs::path folder_;
+  const test::TempFolder temporary_;
+  const fs::path folder_ = temporary_.path();
 };
 
 TEST_F(FileTest, AbsolutePathsStayBelowTheRootFolder) {
-  struct Case {
-    const char* path;
-    const char* below;
-  };
-  for (const Case& c :
-       {Case{"/data/vendor/camera/a.bin", "data/vendor/camera/a.bin"},
-        Case{"/../../outside.bin", "outside.bin"}, Case{"/x/../../y/./b.bin", "y/b.bin"}}) {
-    Write(c.path, "abc");
-    EXPECT_EQ(fs::file_size(folder_ / "root" / c.below), 3u) << c.path;
+  for (const auto& [path, below] :
+       {std::pair{"/data/vendor/camera/a.bin", "data/vendor/camera/a.bin"},
+        {"/../../outside.bin", "outside.bin"},
+        {"/x/../../y/./b.bin", "y/b.bin"}}) {
+    Write(path, "abc");
+    EXPECT_EQ(fs::file_size(folder_ / "root" / below), 3u) << path;
   }
   EXPECT_FALSE(fs::exists(folder_ / "outside.bin"));
-}
-
-TEST_F(FileTest, ReadingMakesNoFolders) {
   EXPECT_EQ(OsUtils::FOpen("/missing/file", "rb"), nullptr);
-  EXPECT_FALSE(fs::exists(folder_ / "root/missing"));
+  EXPECT_FALSE(fs::exists(folder_ / "root/missing"));  // only writing makes folders
 }
 
 TEST_F(FileTest, RelativePathsAndNoRootOpenAsTheyStand) {
@@ -176,17 +160,6 @@ TEST_F(FileTest, ReadingNeverPassesTheBuffer) {
   EXPECT_EQ(OsUtils::FRead(buffer, 8, 1, 8, file), 4u);  // to the end of the file
   EXPECT_STREQ(buffer, "678945##");
   OsUtils::FClose(file);
-}
-
-TEST_F(FileTest, PrintsFormatted) {
-  FILE* file = OsUtils::FOpen("/table.txt", "w");
-  ASSERT_NE(file, nullptr);
-  EXPECT_EQ(OsUtils::FPrintF(file, "%d,%s\n", 12, "ab"), 6);
-  OsUtils::FClose(file);
-  std::ifstream stream(folder_ / "root/table.txt");
-  std::string line;
-  std::getline(stream, line);
-  EXPECT_EQ(line, "12,ab");
 }
 
 TEST(Strings, CopyAndAppendStayInBounds) {
@@ -222,7 +195,10 @@ TEST(Clock, FollowsTheSystemUnlessSet) {
   EXPECT_GE(OsUtils::GetTime() - first, 2000000u);
 }
 
-TEST(Mutex, KeepsThreadsApart) {
+TEST(Mutex, KeepsThreadsApartUnlessItFailsOnDemand) {
+  Host::FailMutexCreation(true);
+  EXPECT_EQ(Orvo::Mutex::Create("test"), nullptr);
+  Host::FailMutexCreation(false);
   Orvo::Mutex* mutex = Orvo::Mutex::Create("test");
   ASSERT_NE(mutex, nullptr);
   int counter = 0;
@@ -237,13 +213,6 @@ TEST(Mutex, KeepsThreadsApart) {
   count();
   other.join();
   EXPECT_EQ(counter, 40000);
-}
-
-TEST(Mutex, FailsOnDemand) {
-  Host::FailMutexCreation(true);
-  EXPECT_EQ(Orvo::Mutex::Create("test"), nullptr);
-  Host::FailMutexCreation(false);
-  EXPECT_NE(Orvo::Mutex::Create("test"), nullptr);
 }
 
 TEST(Memory, IsZeroFilledAndCounted) {

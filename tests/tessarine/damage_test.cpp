@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "sources.h"
+#include "support/tuning_file.h"
 
 namespace {
 
@@ -14,19 +15,12 @@ constexpr const char* kSource = R"({"modes": [{"mode": "Default",
      "HVControl": {"PDProcessingAxis": 1, "horizontalConfWeightTuning": [{"weight": 1}]},
      "extensionParam": [{"Name": "HVSelection", "data": [2, 3]}]}}},
   "modes": [{"mode": "Usecase.Video"},
-            {"mode": "Usecase.ZSL", "modules": {"tessarinePDLib": {"from": "Default"}}},
-            {"mode": "Scene.Night", "modules": {"abc": {"version": "1.0.0", "hex": "010203"}}}]}]})";
+            {"mode": "Usecase.ZSL", "modules": {"tessarinePDLib": {"from": "Default"}},
+             "modes": [{"mode": "Scene.Night",
+                        "modules": {"abc": {"version": "1.0.0", "hex": "010203"}}}]}]}]})";
 
 Bytes FileOf(const std::string& format) {
   return WriteFile(test::FromSource(kSource, format));
-}
-
-void Put(Bytes& file, size_t offset, uint32_t word) {
-  for (int i = 0; i < 4; ++i) file.at(offset + i) = static_cast<uint8_t>(word >> (8 * i));
-}
-
-void CloseAgain(Bytes& file) {
-  Put(file, file.size() - 4, Checksum(View(file).first(file.size() - 4)));
 }
 
 std::string DefectsOf(const Bytes& file) {
@@ -47,12 +41,7 @@ TEST(TessarineDamage, IsFoundAndNamed) {
   const size_t kFirstMode = kModes + 32;
   const size_t kObjects = kFirstMode + 4 * 24;
   ASSERT_EQ(sound.size(), kObjects + 5 * 16 + 4);
-  struct Case {
-    size_t offset;
-    uint32_t word;
-    const char* defect;
-  };
-  const Case cases[] = {
+  const std::tuple<size_t, uint32_t, const char*> cases[] = {
       {28, 100, "header: its size is stated as 100, its fields take 168"},
       {32, 6, "header: format 6.0.0 is newer than 5.0.0"},
       {152, 2, "header: the file is compressed"},
@@ -91,31 +80,31 @@ TEST(TessarineDamage, IsFoundAndNamed) {
       {kFirstMode + 24, 0, "mode 0: it is given twice"},
       {kFirstMode + 24 + 12, 9, "mode 1: its parent 9 is not in the table"},
       {kFirstMode + 24 + 16, 9, "mode 1: its link 9 is not in the table"},
+      {kFirstMode + 2 * 24 + 12, 3, "mode 3 Scene.Night: its parents form a cycle"},
       {kFirstMode + 24 + 12, 1, ""},  // a part of its own, which links may lead to
       {kFirstMode + 24 + 16, 1, "mode 1 Usecase.Video: its links form a cycle"},
       {kFirstMode + 24 + 4, 0x30002, ""},  // a mode beside it is the same
       {kObjects, 0, "object 0: IDs go from 1 to 5 here"},
       {kObjects + 4, 5000, "object 1: its data reach past the data section"},
       {kObjects + 12, 2, "object 1: it repeats object 2, which holds other data"}};
-  for (const Case& c : cases) {
+  for (const auto& [offset, word, defect] : cases) {
     Bytes file = sound;
-    Put(file, c.offset, c.word);
-    CloseAgain(file);
+    test::PutWord(file, offset, word);
     const std::string defects = DefectsOf(file);
-    EXPECT_NE(defects.find(c.defect), std::string::npos) << c.offset << " " << c.word << "\n"
-                                                         << defects;
-    EXPECT_EQ(defects.empty(), *c.defect == 0) << defects;
+    EXPECT_NE(defects.find(defect), std::string::npos) << offset << " " << word << "\n" << defects;
+    EXPECT_EQ(defects.empty(), *defect == 0) << defects;
   }
   for (size_t size : {0, 1, 4, 5, 28, 40, 167}) EXPECT_NE(DefectsOf(Bytes(size, 'Z')), "") << size;
 }
 
 TEST(TessarineDamage, IsFoundAllAtOnce) {
   Bytes file = FileOf("5.0.0");
-  Put(file, kSymbols + 44, 7);                  // a mode
-  Put(file, kData + 20, 9);                     // an enumeration
-  Put(file, kModes + 32 + 36, 77);              // a parent
-  Put(file, kData + 16, 99);                    // a text
-  const std::string defects = DefectsOf(file);  // and the checksum
+  test::PutWord(file, kSymbols + 44, 7);      // a mode
+  test::PutWord(file, kData + 20, 9);         // an enumeration
+  test::PutWord(file, kModes + 32 + 36, 77);  // a parent
+  test::PutWord(file, kData + 16, 99);        // a text
+  file.back() ^= 1;
+  const std::string defects = DefectsOf(file);
   for (const char* defect : {"checksum: expected ", "mode 1: its parent 77", "its mode 7 is not",
                              "its object 99 is not there", "found 9, which is read as 0"})
     EXPECT_NE(defects.find(defect), std::string::npos) << defect << "\n" << defects;
@@ -146,10 +135,10 @@ TEST(TessarineDamage, IsNotReadWithoutEnd) {
   Bytes file = WriteFile(model);
   const size_t patterns = kSymbols + 60 + kModule + kLines * 12;
   for (size_t i = 0; i < kPatterns; ++i) {
-    Put(file, patterns + i * kPatternSize + 12, kLines);
-    Put(file, patterns + i * kPatternSize + 16, 1);
+    const uint32_t lines[] = {kLines, 1};
+    std::memcpy(&file[patterns + i * kPatternSize + 12], lines, sizeof(lines));
   }
-  CloseAgain(file);
+  test::RepairChecksum(file);
   const std::string defects = DefectsOf(file);
   EXPECT_NE(defects.find("lineExtractor: the file repeats its data too often"), std::string::npos)
       << defects.substr(0, 500);

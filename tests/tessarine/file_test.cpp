@@ -5,6 +5,7 @@
 #include "diff.h"
 #include "listing.h"
 #include "sources.h"
+#include "support/tuning_file.h"
 
 namespace {
 
@@ -12,35 +13,28 @@ using namespace tessarine;
 
 // Bytes written down field by field.
 struct ByHand {
-  Bytes bytes;
-
   ByHand& Word(uint32_t value) {
-    for (int shift = 0; shift < 32; shift += 8)
-      bytes.push_back(static_cast<uint8_t>(value >> shift));
+    writer.word(value);
     return *this;
   }
   // A 32-bit field of an aligned file.
   ByHand& Wide(uint32_t value) { return Word(value).Word(0); }
   ByHand& Text(const char* text, size_t size) {
-    const size_t end = bytes.size() + size;
-    bytes.insert(bytes.end(), text, text + std::strlen(text));
-    bytes.resize(end);
+    writer.text(text, size);
     return *this;
   }
-  ByHand& Hex(std::initializer_list<int> values) {
-    for (int value : values) bytes.push_back(static_cast<uint8_t>(value));
+  ByHand& Hex(std::initializer_list<uint8_t> values) {
+    bytes.insert(bytes.end(), values);
     return *this;
   }
-  // A CRC-32 as textbooks divide: bit by bit over the message with its bits mirrored.
   Bytes Closed() {
-    uint32_t rest = 0xFFFFFFFF;
-    for (uint8_t byte : bytes)
-      for (int bit = 0; bit < 8; ++bit) {
-        const bool isOdd = ((rest ^ (byte >> bit)) & 1) != 0;
-        rest = (rest >> 1) ^ (isOdd ? 0xEDB88320u : 0u);
-      }
-    return Word(~rest).bytes;
+    Word(0);
+    test::RepairChecksum(bytes);
+    return bytes;
   }
+
+  test::FieldWriter writer;
+  Bytes& bytes = writer.bytes;
 };
 
 constexpr const char* kTiny = R"({
@@ -74,9 +68,9 @@ TEST(TessarineFile, HasTheBytesOfTheFormat) {
 }
 
 TEST(TessarineFile, HasTheBytesOfAnAlignedFormat) {
-  const std::string source = R"({"format": "2.0.0", "tool": "t", @
+  Model model = test::FromSource(R"({"format": "2.0.0", "tool": "t",
     "modes": [{"mode": "Default", "modules": {"abc": {"version": "1.2.3", "hex": "0102030405"},
-                                              "d": {"version": "1.0.0", "hex": "07"}}}]})";
+                                              "d": {"version": "1.0.0", "hex": "07"}}}]})");
   for (const bool isWide : {false, true}) {
     ByHand file;
     file.Text("ZYN Tessarine Header", 28).Word(160).Hex({2, 0, 0, 0, 0, 0, 0, 0});
@@ -91,11 +85,10 @@ TEST(TessarineFile, HasTheBytesOfAnAlignedFormat) {
     file.bytes.resize(symbols + 152);
     file.Hex({1, 2, 3, 4, 5, 0, 0, 0, 7, 0, 0, 0, 0, 0, 0, 0});
     file.Wide(0).Word(0).Word(0).Wide(0).Wide(0xFFFFFFFF);
-    std::string text = source;
-    text.replace(text.find('@'), 1, isWide ? "\"layout\": {\"wideSymbols\": true}," : "");
     const Bytes expected = file.Closed();
-    EXPECT_EQ(WriteFile(test::FromSource(text)), expected) << isWide;
-    EXPECT_EQ(test::Plain(test::FromFile(expected)), test::FromSource(text)) << isWide;
+    model.hasWideSymbols = isWide;
+    EXPECT_EQ(WriteFile(model), expected) << isWide;
+    EXPECT_EQ(test::Plain(test::FromFile(expected)), model) << isWide;
   }
 }
 
@@ -182,7 +175,8 @@ TEST(TessarineFile, KeepsTheNulsThatItsTextsCount) {
 // The same values, laid out as no source would have them.
 TEST(TessarineFile, OfAnotherWriterDecompilesToItsValues) {
   const Model model = test::FromSource(
-      R"({"modes": [{"mode": "Default", "modules": {"tessarinePDLib": {"enableFocusMaps": 1}}}]})");
+      R"({"modes": [{"mode": "Default",
+          "modules": {"tessarinePDLib": {"values": {"enableFocusMaps": 1}}}}]})");
   const Bytes own = WriteFile(model);
   Bytes other = own;
   other.insert(other.begin() + 168 + 4 * 12, 16, 0);  // before the sections
@@ -192,8 +186,7 @@ TEST(TessarineFile, OfAnotherWriterDecompilesToItsValues) {
     offset += 16;
     std::memcpy(&other[168 + 12 * section + 4], &offset, 4);
   }
-  const uint32_t crc = Checksum(View(other).first(other.size() - 4));
-  std::memcpy(&other[other.size() - 4], &crc, 4);
+  test::RepairChecksum(other);
   const Decompiled decompiled = Decompile(other, test::FromFile(other));
   EXPECT_TRUE(decompiled.firstDifference);
   EXPECT_EQ(WriteFile(ReadSource(decompiled.source, "source")), own);
@@ -233,21 +226,17 @@ TEST(TessarineFile, DoesNotFillUpAnyNumberOfIds) {
 }
 
 TEST(TessarineFile, HoldsEqualModulesAndArraysOnce) {
-  std::string source = R"({"format": "@", "modes": [{"mode": "Default",
-    "modules": {"abc": {"version": "1.0.0", "hex": "00112233445566778899"}},
-    "modes": [{"mode": "Scene.AR",
-               "modules": {"abc": {"version": "1.0.0", "hex": "00112233445566778899"}}}]}]})";
-  const auto sizes = [&](const char* format) {
-    std::string text = source;
-    text.replace(text.find('@'), 1, format);
-    Model model = test::FromSource(text);
+  const std::string abc =
+      R"("modules": {"abc": {"version": "1.0.0", "hex": "00112233445566778899"}})";
+  const std::string source = R"({"modes": [{"mode": "Default", )" + abc +
+                             R"(, "modes": [{"mode": "Scene.AR", )" + abc + "}]}]}";
+  for (const auto& [format, saved] :
+       {std::pair{"5.0.0", 10}, {"3.0.2", 10}, {"3.0.1", 0}}) {  // whose entries can't tell
+    Model model = test::FromSource(source, format);
     const size_t shared = WriteFile(model).size();
     model.sharesEqual = false;
-    return WriteFile(model).size() - shared;
-  };
-  EXPECT_EQ(sizes("5.0.0"), 10u);
-  EXPECT_EQ(sizes("3.0.2"), 10u);
-  EXPECT_EQ(sizes("3.0.1"), 0u);  // its entries can't tell
+    EXPECT_EQ(WriteFile(model).size() - shared, saved) << format;
+  }
 }
 
 }  // namespace

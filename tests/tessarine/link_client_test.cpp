@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "link_device.h"
 #include "link_server.h"
 #include "link_tree.h"
@@ -63,148 +65,100 @@ Script Then(const std::function<void(const Peer&, const Request&)>& answer) {
   return [answer](const Peer& peer) {
     peer.Greet();
     const Request request = peer.Receive();
-    if (request.command >= 0) answer(peer, request);
+    if (request.command < 0) return;
+    answer(peer, request);
   };
 }
-const Script kAnswer = Then([](const Peer& peer, const Request& request) {
-  peer.Send(request.TextReply(request.Text() + "!"));
-  peer.WaitForEnd();
-});
-const Script kDrop = Then([](const Peer&, const Request&) {});
-const Script kSilence = [](const Peer& peer) { peer.WaitForEnd(); };
-Script Say(const std::string& bytes) {
-  return Then([bytes](const Peer& peer, const Request&) {
-    peer.Send(bytes);
+// What they say before they wait for the end.
+Script Say(const std::function<std::string(const Request&)>& bytesOf) {
+  return Then([bytesOf](const Peer& peer, const Request& request) {
+    peer.Send(bytesOf(request));
     peer.WaitForEnd();
   });
 }
+Script Say(const std::string& bytes) {
+  return Say([bytes](const Request&) { return bytes; });
+}
+// The parts of a reply, a few milliseconds apart.
+Script Trickle(const std::function<std::vector<std::string>(const Request&)>& partsOf) {
+  return Then([partsOf](const Peer& peer, const Request& request) {
+    for (const std::string& part : partsOf(request)) {
+      peer.Send(part);
+      std::this_thread::sleep_for(std::chrono::milliseconds(3));
+    }
+    peer.WaitForEnd();
+  });
+}
+const Script kAnswer = Say([](const Request& request) { return request.TextReply("Default!"); });
+const Script kDrop = Then([](const Peer&, const Request&) {});
+const Script kSilence = [](const Peer& peer) { peer.WaitForEnd(); };
 
 TEST(LinkClient, GetsItsReplyOrTellsWhyNot) {
-  const std::string stranger = test::LinkBytes(3, test::Number(1, 4), std::string("no\0", 3));
-  const LinkCommand modes = LinkCommand::kChildModes;
+  const std::string stranger = test::TextFrame(3, 1, "no");
+  const Script pieces = Trickle([](const Request& request) {
+    std::vector<std::string> bytes;
+    for (char byte : request.TextReply("pieces")) bytes.emplace_back(1, byte);
+    return bytes;
+  });
+  const Script othersFirst = Say([&](const Request& request) {
+    return stranger + test::ShortTextFrame(1, "x") + stranger + request.TextReply("own");
+  });
+  const Script othersAlone =
+      Trickle([&](const Request&) { return std::vector<std::string>(300, stranger); });
+  const Script half = Then([](const Peer& peer, const Request& request) {
+    peer.Send(request.TextReply("half").substr(0, 8));
+  });
+  const Script noTag = [](const Peer& peer) {
+    peer.Send(peer.Receive().Reply(test::LittleEndian(2, 1) + test::LittleEndian(8, 0x1234)));
+    peer.WaitForEnd();
+  };
+  const Script open = Say([](const Request& request) { return request.Reply("open"); });
+  const char* const noFrame = "sent bytes that are no frame";
   struct Case {
     const char* name;
     std::vector<Script> scripts;
-    LinkCommand command;
-    double timeout;
     const char* outcome;  // what it starts with, behind the place
-    size_t connections;
+    size_t connections = 1;
+    double timeout = 20;
+    LinkCommand command = LinkCommand::kChildModes;
   };
   const Case cases[] = {
-      {"greeting", {kAnswer}, LinkCommand::kDeviceInfo, 20, "a tag", 1},
-      {"reply", {kAnswer}, modes, 20, "Default!", 1},
-      {"byte by byte",
-       {Then([](const Peer& peer, const Request& request) {
-         for (char byte : request.TextReply("pieces")) {
-           peer.Send(std::string(1, byte));
-           std::this_thread::sleep_for(std::chrono::milliseconds(1));
-         }
-         peer.WaitForEnd();
-       })},
-       modes,
-       20,
-       "pieces",
-       1},
-      {"replies to others first",
-       {Then([&](const Peer& peer, const Request& request) {
-         peer.Send(stranger + test::LinkBytes(1, "", std::string("x\0", 2)) + stranger +
-                   request.TextReply("own"));
-         peer.WaitForEnd();
-       })},
-       modes,
-       20,
-       "own",
-       1},
-      {"dropped once", {kDrop, kAnswer}, modes, 20, "Default!", 2},
-      {"dropped within a frame",
-       {Then([](const Peer& peer, const Request& request) {
-          peer.Send(request.TextReply("half").substr(0, 8));
-        }),
-        kAnswer},
-       modes,
-       20,
-       "Default!",
-       2},
-      {"dropped twice", {kDrop}, modes, 20, "dropped the connection without a reply, twice", 2},
+      {"greeting", {kAnswer}, "a tag", 1, 20, LinkCommand::kDeviceInfo},
+      {"reply", {kAnswer}, "Default!"},
+      {"byte by byte", {pieces}, "pieces"},
+      {"replies to others first", {othersFirst}, "own"},
+      {"dropped once", {kDrop, kAnswer}, "Default!", 2},
+      {"dropped within a frame", {half, kAnswer}, "Default!", 2},
+      {"dropped twice", {kDrop}, "dropped the connection without a reply, twice", 2},
       {"never repeated",
        {kDrop},
-       LinkCommand::kCustom,
+       "dropped the connection without a reply; the request is not",
+       1,
        20,
-       "dropped the connection without a reply; the request is not repeated",
-       1},
-      {"first connection swallowed", {kSilence, kAnswer}, modes, 3, "Default!", 2},
-      {"dropped at once",
-       {[](const Peer&) {}},
-       modes,
-       20,
-       "took the connection and dropped it at once",
-       2},
+       LinkCommand::kCustom},
+      {"first connection swallowed", {kSilence, kAnswer}, "Default!", 2, 3},
+      {"dropped at once", {[](const Peer&) {}}, "took the connection and dropped it at once", 2},
       {"silent",
        {kSilence},
-       modes,
-       0.2,
-       "took the connection and gave no reply within 0.2 s: it may be serving another tool",
-       2},
-      {"silent later", {Say("")}, modes, 0.2, "gave no reply within 0.2 s", 1},
-      {"replies to others without end",
-       {Then([&](const Peer& peer, const Request&) {
-         for (int i = 0; i < 200; ++i) {
-           peer.Send(stranger);
-           std::this_thread::sleep_for(std::chrono::milliseconds(5));
-         }
-       })},
-       modes,
-       0.3,
-       "gave no reply within 0.3 s",
-       1},
-      {"another protocol",
-       {Say("HTTP/1.1 400")},
-       modes,
-       20,
-       "sent bytes that are no frame (485454502f31)",
-       1},
-      {"command out of range",
-       {Say(test::Number(0x00095A59, 4) + test::Number(6, 2))},
-       modes,
-       20,
-       "sent bytes that are no frame",
-       1},
-      {"length within the header",
-       {Say(test::Number(0x00035A59, 4) + test::Number(5, 2))},
-       modes,
-       20,
-       "sent bytes that are no frame",
-       1},
+       "took the connection and gave no reply within 0.2 s: it may be",
+       2,
+       0.2},
+      {"silent later", {Say("")}, "gave no reply within 0.2 s", 1, 0.2},
+      {"replies to others without end", {othersAlone}, "gave no reply within 0.3 s", 1, 0.3},
+      {"another protocol", {Say("HTTP/1.1 400")}, "sent bytes that are no frame (485454502f31)"},
+      {"command out of range", {Say(test::ShortHeader(9, 6))}, noFrame},
+      {"length within the header", {Say(test::ShortHeader(3, 5))}, noFrame},
       {"no room for the ID",
-       {Say(test::Number(0x00035A59, 4) + test::Number(8, 2) + test::Number(0, 2))},
-       modes,
-       20,
-       "sent a frame without the ID that its command has",
-       1},
-      {"text without its end",
-       {Then([](const Peer& peer, const Request& request) {
-         peer.Send(request.Reply("open"));
-         peer.WaitForEnd();
-       })},
-       modes,
-       20,
-       "sent a text without its end",
-       1},
-      {"greeting without a tag",
-       {[](const Peer& peer) {
-         peer.Send(peer.Receive().Reply(test::Number(1, 2) + test::Number(0x1234, 8)));
-         peer.WaitForEnd();
-       }},
-       modes,
-       20,
-       "sent a short answer",
-       1}};
+       {Say(test::ShortHeader(3, 8) + "id")},
+       "sent a frame without the ID that its command has"},
+      {"text without its end", {open}, "sent a text without its end"},
+      {"greeting without a tag", {noTag}, "sent a short answer"}};
   for (const Case& c : cases) {
     test::LinkServer server(c.scripts);
     std::string outcome = AskOnce({"127.0.0.1", server.Port(), c.timeout}, c.command);
     const std::string place = "127.0.0.1:" + std::to_string(server.Port()) + " ";
     if (outcome.rfind(place, 0) == 0) outcome = outcome.substr(place.size());
-    EXPECT_EQ(outcome.substr(0, std::string(c.outcome).size()), c.outcome) << c.name << outcome;
+    EXPECT_EQ(outcome.substr(0, std::strlen(c.outcome)), c.outcome) << c.name << outcome;
     EXPECT_EQ(server.Connections(), c.connections) << c.name;
   }
 }
@@ -223,11 +177,7 @@ TEST(LinkClient, TellsWhyThereIsNoConnection) {
 
 TEST(LinkTexts, EntriesEndWithTheirType) {
   using Entries = std::vector<tessarine::LinkEntry>;
-  struct Case {
-    const char* text;
-    Entries entries;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, Entries> cases[] = {
       {"", {}},
       {"a=-4,Int32", {{"a", "-4", "Int32", {}}}},
       {"a,Structure;b,Float,3", {{"a", {}, "Structure", {}}, {"b", {}, "Float", 3}}},
@@ -240,17 +190,12 @@ TEST(LinkTexts, EntriesEndWithTheirType) {
        {{"tessarinePDLib", "Default|Sensor.3", "Module", {}}}},
       {"garbage", {}},
       {"a=1,Int32;rest without a type", {{"a", "1", "Int32", {}}}}};
-  for (const Case& c : cases)
-    EXPECT_TRUE(tessarine::ParseLinkEntries(c.text) == c.entries) << c.text;
+  for (const auto& [text, entries] : cases)
+    EXPECT_TRUE(tessarine::ParseLinkEntries(text) == entries) << text;
 }
 
 TEST(LinkTexts, TellsAValueThatWasCut) {
-  struct Case {
-    const char* sent;
-    const char* shown;
-    bool isSame;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, const char*, bool> cases[] = {
       {"3", "3", true},
       {"03", "3", true},
       {"-0", "0", true},
@@ -267,35 +212,30 @@ TEST(LinkTexts, TellsAValueThatWasCut) {
       {"1,2", "1,2,3", false},
       {"x", "0", false},
       {"a b", "a b", true}};
-  for (const Case& c : cases)
-    EXPECT_EQ(tessarine::IsSameValue(c.sent, c.shown), c.isSame) << c.sent << " " << c.shown;
+  for (const auto& [sent, shown, isSame] : cases)
+    EXPECT_EQ(tessarine::IsSameValue(sent, shown), isSame) << sent << " " << shown;
 }
 
 // A device whose replies hold few values: what is left out has to be asked for again.
 TEST(LinkDevice, AsksAgainForWhatAReplyLeftOut) {
   constexpr uint32_t kCount = 600;
-  const auto valueOf = [](const std::string& name) {
-    return name.rfind("S[", 0) == 0 ? name + "=" + std::to_string(std::stoi(name.substr(2)) * 7)
-           : name == "a" || name == "b" || name == "c" ? name + "=" + name + name
-                                                       : "";
-  };
   test::LinkServer server({[&](const Peer& peer) {
     peer.Answer([&](const Request& request) {
       std::string text;
       size_t left = 100;
       const size_t start = request.Text().rfind(':') + 1;
       for (const std::string& name : tessarine::SplitText(request.Text().substr(start), ',')) {
-        const std::string entry = valueOf(name);
-        if (entry.empty() || left-- == 0) continue;
+        if (name.rfind("S[", 0) != 0 || left-- == 0) continue;
+        const std::string entry = name + "=" + std::to_string(std::stoi(name.substr(2)) * 7);
         text += (text.empty() ? "" : ";") + entry;
       }
       return text;
     });
   }});
   LinkDevice device({"127.0.0.1", server.Port(), 20});
-  const std::vector<std::string> names = {"a", "none", "c", "b"};
+  const std::vector<std::string> names = {"S[1]", "none", "S[3]", "S[2]"};
   const auto values = device.Numbers("Default", "module", names);
-  EXPECT_EQ(values, (LinkDevice::Texts{"aa", std::nullopt, "cc", "bb"}));
+  EXPECT_EQ(values, (LinkDevice::Texts{"7", std::nullopt, "21", "14"}));
   const auto elements = device.Elements("Default", {"module", "S"}, kCount);
   ASSERT_EQ(elements.size(), kCount);
   for (uint32_t i = 0; i < kCount; ++i) EXPECT_EQ(elements[i], std::to_string(7 * i));

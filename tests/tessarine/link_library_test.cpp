@@ -1,8 +1,5 @@
 // The tool against the library's own live link.
-#include <netinet/in.h>
 #include <signal.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <bit>
@@ -14,8 +11,7 @@
 #include "link_module.h"
 #include "parametercustomhandler.h"
 #include "sources.h"
-#include "support/program.h"
-#include "support/temp_folder.h"
+#include "tool.h"
 #include "tuningsetmanager.h"
 
 namespace {
@@ -32,24 +28,16 @@ const ModuleSchema& Schema() {
   return tessarine::KnownModules().front();
 }
 
-class LibraryLink : public testing::Test {
+class LibraryLink : public test::Tool {
  protected:
   LibraryLink() { Orvo::Host::StartLogCapture(); }
   ~LibraryLink() override { Orvo::Host::StopLogCapture(); }
 
-  std::string Path(const std::string& name) const { return (folder_.path() / name).string(); }
-  std::string Write(const std::string& name, const std::string& content) const {
-    std::ofstream(Path(name), std::ios::binary) << content;
-    return Path(name);
-  }
   // Waits until another program has written something to it.
   bool HasFile(const std::string& name) const {
     for (int i = 0; i < 1000 && test::ReadFile(Path(name)).empty(); ++i)
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     return !test::ReadFile(Path(name)).empty();
-  }
-  Outcome Run(const std::string& arguments) const {
-    return test::RunProgram(TESSARINE_PROGRAM, arguments, Path("errors"));
   }
   void Load(const Model& model) {
     const Bytes file = tessarine::WriteFile(model);
@@ -64,7 +52,6 @@ class LibraryLink : public testing::Test {
   }
   LinkDevice Device() const { return LinkDevice({"127.0.0.1", manager_.GetLinkPort(), 20}); }
 
-  test::TempFolder folder_;
   TuningSetManager manager_;
 };
 
@@ -91,12 +78,8 @@ TEST_F(LibraryLink, AnswersEachQuestion) {
   }
   manager_.SetControlValue({3, 7});
   manager_.SetTriggerValue({4, 0.5});
-  struct Case {
-    const char* arguments;
-    int status;
-    const char* found;  // in what goes to standard output or error
-  };
-  const Case cases[] = {
+  // Arguments, their status, and what is found in what goes to standard output or error.
+  const std::tuple<const char*, int, const char*> cases[] = {
       {"info", 0, "\ntag \"test\"\ninstance 0x"},
       {"modes", 0, "Default\n  Usecase.Video\n    Scene.Night\n  Sensor.1\n"},
       {"modes 0.0 --flat", 0, "Default\n  Usecase.Video\n  Sensor.1\n"},
@@ -143,11 +126,11 @@ TEST_F(LibraryLink, AnswersEachQuestion) {
        "a branch starts with Default, not with Usecase.Video"},
       {"set Default tessarinePDLib boxFilterLength", 2, "FIELD=VALUE"},
       {"set Default tessarinePDLib 'a=1;b=2'", 2, "without ';'"}};
-  for (const Case& c : cases) {
-    const Outcome outcome = Link(c.arguments);
-    EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
+  for (const auto& [arguments, status, found] : cases) {
+    const Outcome outcome = Link(arguments);
+    EXPECT_EQ(outcome.status, status) << arguments << "\n" << outcome.errors;
     const std::string text = outcome.output + outcome.errors;
-    EXPECT_NE(text.find(c.found), std::string::npos) << c.arguments << "\n" << text;
+    EXPECT_NE(text.find(found), std::string::npos) << arguments << "\n" << text;
   }
   EXPECT_EQ(manager_.GetValueChangeCount(), 0u);
 }
@@ -312,6 +295,11 @@ TEST_F(LibraryLink, AppliesWhatDiffersAndNothingElse) {
   Load(test::FromSource(kTuning));
   const std::string raw =
       "tessarine: Default abf34_ife: its fields are not known, so it can't be compared\n";
+  const std::string to = " tessarinePDLib.correlation.searchRange.to";
+  const std::string rate = "Default|Usecase.Video tessarinePDLib.skipControl.maxFrameRate";
+  const std::string data = " tessarinePDLib.extensionParam[0].data";
+  const std::string changes[] = {to + ": 9 -> 12\n", rate + ": 15 -> 30\n",
+                                 data + ": [0.5, 2.0, -3.0] -> [0.5, 2.0, -0.1]\n"};
   struct Case {
     const char* name;
     std::string source;
@@ -325,42 +313,28 @@ TEST_F(LibraryLink, AppliesWhatDiffersAndNothingElse) {
     "abf34_ife": {"version": "1.0.0", "hex": "0102"})";
   const std::string later =
       Changed({{rawModule, ""}, {"15", "30"}, {"\"to\": 9", "\"to\": 12"}, {"-3]", "-0.1]"}});
-  const std::string differences =
-      "Default tessarinePDLib.correlation.searchRange.to: 9 -> 12\n"
-      "Default tessarinePDLib.extensionParam[0].data: [0.5, 2.0, -3.0] -> [0.5, 2.0, -0.1]\n";
+  const std::string video = "Default|Usecase.Video";
+  const std::string sensor = "Default|Sensor.1";
+  const std::string zsl = "Default|Usecase.ZSL";
   const Case cases[] = {
       {"the same", kTuning, "", 1, "0 differences, 0 of 0 sent values taken\n", raw, 0},
       {"dry", later, "--dry-run", 1,
-       differences +
-           "Default|Usecase.Video tessarinePDLib.correlation.searchRange.to: 9 -> 12\n"
-           "Default|Usecase.Video tessarinePDLib.skipControl.maxFrameRate: 15 -> 30\n"
-           "Default|Usecase.Video tessarinePDLib.extensionParam[0].data: [0.5, 2.0, -3.0] -> [0.5, "
-           "2.0, -0.1]\n"
-           "5 differences, nothing was sent\n",
+       "Default" + changes[0] + "Default" + changes[2] + video + changes[0] + changes[1] + video +
+           changes[2] + "5 differences, nothing was sent\n",
        "", 0},
       {"a branch that is not there", later, "--mode 'Default|Usecase.ZSL'", 1,
-       "Default|Usecase.ZSL tessarinePDLib.correlation.searchRange.to: 9 -> 12\n"
-       "Default|Usecase.ZSL tessarinePDLib.extensionParam[0].data: [0.5, 2.0, -3.0] -> [0.5, 2.0, "
-       "-0.1]\n"
-       "2 differences, 0 of 0 sent values taken\n",
+       zsl + changes[0] + zsl + changes[2] + "2 differences, 0 of 0 sent values taken\n",
        "tessarine: the device has no mode Usecase.ZSL below Default; the nearest name is "
        "'Usecase.Video'\n",
        0},
       {"one branch", later, "--mode 'Default|Sensor.1'", 0,
-       "Default|Sensor.1 tessarinePDLib.correlation.searchRange.to: 9 -> 12\n"
-       "Default|Sensor.1 tessarinePDLib.extensionParam[0].data: [0.5, 2.0, -3.0] -> [0.5, 2.0, "
-       "-0.1]\n"
-       "Default|Sensor.1 tessarinePDLib.correlation.searchRange.to = 12\n"
-       "Default|Sensor.1 tessarinePDLib.extensionParam[0].data[2] = -0.1000000015\n"
-       "2 differences, 2 of 2 sent values taken\n",
+       sensor + changes[0] + sensor + changes[2] + sensor + to + " = 12\n" + sensor + data +
+           "[2] = -0.1000000015\n2 differences, 2 of 2 sent values taken\n",
        "", 2},
       {"the rest", later, "", 0,
        // The array is one in the file, and in memory: Default's change was Video's as well.
-       "Default|Usecase.Video tessarinePDLib.correlation.searchRange.to: 9 -> 12\n"
-       "Default|Usecase.Video tessarinePDLib.skipControl.maxFrameRate: 15 -> 30\n"
-       "Default|Usecase.Video tessarinePDLib.correlation.searchRange.to = 12\n"
-       "Default|Usecase.Video tessarinePDLib.skipControl.maxFrameRate = 30\n"
-       "2 differences, 2 of 2 sent values taken\n",
+       video + changes[0] + changes[1] + video + to + " = 12\n" + rate +
+           " = 30\n2 differences, 2 of 2 sent values taken\n",
        "", 2},
       {"again", later, "", 0, "0 differences, 0 of 0 sent values taken\n", "", 0},
       {"what can't be changed",
@@ -430,10 +404,8 @@ TEST_F(LibraryLink, IsFreeForOthersWhileItIsWatched) {
   const std::string field = " Default tessarinePDLib preProcess.boxFilterLength";
   Outcome watched{};
   std::thread watching([&] {
-    watched = test::RunProgram(
-        TESSARINE_PROGRAM,
-        "link" + Port() + "watch" + field + " --count 2 --every 4 >" + Path("samples"),
-        Path("watched"));
+    watched = Run("link" + Port() + "watch" + field + " --count 2 --every 4 >" + Path("samples"),
+                  "watched");
   });
   EXPECT_TRUE(HasFile("samples"));
   EXPECT_EQ(Link("set" + field + "=2 --timeout 3").status, 0);
@@ -465,18 +437,9 @@ TEST_F(LibraryLink, IsFoundAmongItsPorts) {
   Load(test::FromSource(kTuning));
   const std::string port = std::to_string(manager_.GetLinkPort());
   EXPECT_EQ(Link("find").output, port + ": \"test\"\n");
-  // A port that is taken and not listened on: another test's link can't come up there.
-  const int silent = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof(address);
-  ASSERT_EQ(bind(silent, reinterpret_cast<sockaddr*>(&address), size), 0);
-  ASSERT_EQ(getsockname(silent, reinterpret_cast<sockaddr*>(&address), &size), 0);
-  const Outcome none = Run("link find --port " + std::to_string(ntohs(address.sin_port)));
+  const Outcome none = Run("link find --port 1");  // of a service that nobody has any more
   EXPECT_EQ(none.status, 4);
   EXPECT_EQ(none.errors, "tessarine: no device answers on 127.0.0.1\n");
-  close(silent);
 }
 
 TEST_F(LibraryLink, IsServedFromAFile) {
@@ -488,9 +451,8 @@ TEST_F(LibraryLink, IsServedFromAFile) {
   });
   EXPECT_TRUE(HasFile("port"));
   const std::string port = test::ReadFile(Path("port"));
-  const Outcome applied = test::RunProgram(
-      TESSARINE_PROGRAM,
-      "link apply " TESSARINE_TUNING " --port " + port.substr(0, port.find('\n')), Path("applied"));
+  const Outcome applied =
+      Run("link apply " TESSARINE_TUNING " --port " + port.substr(0, port.find('\n')), "applied");
   EXPECT_NE(applied.output.find(", tag \"pdcam default tuning\"\n0 differences, 0 of 0 sent"),
             std::string::npos)
       << applied.output << applied.errors;

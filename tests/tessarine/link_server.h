@@ -2,30 +2,15 @@
 // each connection what a script tells.
 #pragma once
 
-#include <arpa/inet.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "link/link_client.h"
+
 namespace test {
-
-inline std::string Number(uint64_t value, int size) {
-  std::string bytes;
-  for (int i = 0; i < size; ++i) bytes += static_cast<char>(value >> (8 * i));
-  return bytes;
-}
-
-// Tag, command, length, and the ID of the commands that have one.
-inline std::string LinkBytes(int command, const std::string& id, const std::string& payload) {
-  return Number(0x5A59, 2) + Number(static_cast<uint64_t>(command), 2) +
-         Number(6 + id.size() + payload.size(), 2) + id + payload;
-}
 
 struct Request {
   int command = -1;  // -1: the client has gone
@@ -33,7 +18,9 @@ struct Request {
   std::string payload;
 
   std::string Text() const { return payload.substr(0, payload.find('\0')); }
-  std::string Reply(const std::string& content) const { return LinkBytes(command, id, content); }
+  std::string Reply(const std::string& content) const {
+    return ShortFrame(static_cast<uint16_t>(command), id + content);
+  }
   std::string TextReply(const std::string& text) const { return Reply(text + '\0'); }
 };
 
@@ -50,20 +37,18 @@ class Peer {
   }
   Request Receive() const {
     Request request;
-    const std::string start = Take(6);
-    if (start.size() < 6) return request;
-    request.command = static_cast<unsigned char>(start[2]);
+    const std::string start = Take(kShortHeader);
+    if (start.size() < kShortHeader) return request;
+    request.command = static_cast<int>(NumberAt(start, 2, 2));
     const bool hasId = (request.command >= 3 && request.command <= 6) || request.command == 8;
     if (hasId) request.id = Take(4);
-    const size_t length =
-        static_cast<unsigned char>(start[4]) + size_t{256} * static_cast<unsigned char>(start[5]);
-    request.payload = Take(length - 6 - request.id.size());
+    request.payload = Take(NumberAt(start, 4, 2) - kShortHeader - request.id.size());
     return request;
   }
   // Answers the question that every connection starts with.
   void Greet() const {
     const Request request = Receive();
-    Send(request.Reply(Number(1, 2) + Number(0x1234, 8) + "a tag" + '\0'));
+    Send(request.TextReply(LittleEndian(2, 1) + LittleEndian(8, 0x1234) + "a tag"));
   }
   // Answers until the client goes.
   void Answer(const std::function<std::string(const Request&)>& textOf) const {
@@ -94,13 +79,10 @@ class LinkServer {
   using Script = std::function<void(const Peer&)>;
 
   explicit LinkServer(std::vector<Script> scripts) : scripts_(std::move(scripts)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    Loopback address(0);
     socklen_t size = sizeof(address);
-    auto* any = reinterpret_cast<sockaddr*>(&address);
-    if (bind(socket_, any, size) == 0 && listen(socket_, 8) == 0 &&
-        getsockname(socket_, any, &size) == 0)
+    if (bind(socket_, address.any(), size) == 0 && listen(socket_, 8) == 0 &&
+        getsockname(socket_, address.any(), &size) == 0)
       port_ = ntohs(address.sin_port);
     thread_ = std::thread([this] { Serve(); });
   }

@@ -3,6 +3,7 @@
 #include "library_records.h"
 #include "sources.h"
 #include "support/pd_tuning.h"
+#include "support/temp_folder.h"
 #include "tuningsetmanager.h"
 
 namespace {
@@ -16,11 +17,17 @@ const Mode* ModeOf(const Model& model, const std::string& sensor) {
   return nullptr;
 }
 
-TEST(PdcamTuning, GivesEachSensorWhatTheSimulatedCameraPasses) {
-  const Model source = ReadSource(LoadText(TESSARINE_TUNING), TESSARINE_TUNING);
-  const Bytes file = WriteFile(source);
-  TuningSetManager manager;
-  ASSERT_TRUE(manager.LoadBinaryParameters(file.data(), file.size()));
+struct Layout {
+  const char* format;
+  bool isWide = false;  // entries of the symbol table, where fields stand at multiples of 8 bytes
+  bool hasDataTable = true;
+};
+constexpr Layout kLayouts[] = {
+    {"1.0.2"}, {"2.0.0"}, {"2.0.0", true},         {"3.0.0"}, {"3.0.0", true},
+    {"3.0.1"}, {"4.0.0"}, {"4.0.0", false, false}, {"5.0.0"}, {"5.0.0", false, false}};
+
+// What the library has loaded is what the camera makes of its own description.
+void ExpectSensors(TuningSetManager& manager, const Model& source) {
   afpdlibelements::tessarinePDLibType* found = nullptr;
   for (const simcam::EmbeddedSensor& embedded : simcam::EmbeddedSensors()) {
     const simcam::SensorDescription sensor = simcam::LoadSensor(embedded.name);
@@ -36,6 +43,27 @@ TEST(PdcamTuning, GivesEachSensorWhatTheSimulatedCameraPasses) {
         << test::DescribeSet(*found) << test::DescribeSet(record.Get());
   }
   found->Release();
+}
+
+TEST(PdcamTuning, GivesEachSensorInEveryLayoutWhatTheSimulatedCameraPasses) {
+  const std::string text = LoadText(TESSARINE_TUNING);
+  const test::TempFolder folder;
+  const std::string path = (folder.path() / "tuning.bin").string();
+  for (const Layout& layout : kLayouts) {
+    SCOPED_TRACE(testing::Message() << layout.format << layout.isWide << layout.hasDataTable);
+    Model source = test::FromSource(text, layout.format);
+    source.hasWideSymbols = layout.isWide;
+    source.hasDataTable = layout.hasDataTable;
+    const Bytes bytes = WriteFile(source);
+    SaveBytes(path, bytes);
+    for (const bool isFile : {false, true}) {
+      TuningSetManager manager;
+      ASSERT_TRUE(isFile ? manager.LoadBinaryParameters(path.c_str())
+                         : manager.LoadBinaryParameters(bytes.data(), bytes.size()));
+      EXPECT_EQ(manager.IsFileMode(), isFile);
+      ExpectSensors(manager, source);
+    }
+  }
 }
 
 TEST(PdcamTuning, TellsTheSimulatedCameraItsChoices) {

@@ -1,10 +1,8 @@
 // The program as users start it.
-#include "support/program.h"
-
 #include <nlohmann/json.hpp>
 
 #include "sources.h"
-#include "support/temp_folder.h"
+#include "tool.h"
 
 namespace {
 
@@ -21,26 +19,14 @@ constexpr const char* kSmall = R"({"modes": [{"mode": "Default", "modules": {"te
   "modes": [{"mode": "Usecase.Video", "modules": {"tessarinePDLib":
   {"from": "Default", "values": {"skipControl": {"maxFrameRate": 15}}}}}]}]})";
 
-class Tessarine : public testing::Test {
+class Tessarine : public test::Tool {
  protected:
-  Tessarine() {
-    Write("small.json", kSmall);
-    Compile(Path("small.json"), "small.bin");
-  }
-  std::string Path(const std::string& name) const { return (folder_.path() / name).string(); }
-  void Write(const std::string& name, const std::string& content) const {
-    std::ofstream(Path(name), std::ios::binary) << content;
-  }
-  Outcome Run(const std::string& arguments) const {
-    return test::RunProgram(TESSARINE_PROGRAM, arguments, Path("errors"));
-  }
+  Tessarine() { Compile(Write("small.json", kSmall), "small.bin"); }
   void Compile(const std::string& source, const std::string& file) const {
     const Outcome outcome = Run("compile " + source + " -o " + Path(file));
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(outcome.output + outcome.errors, "");
   }
-
-  test::TempFolder folder_;
 };
 
 TEST_F(Tessarine, TellsByItsStatusWhatWentWrong) {
@@ -58,12 +44,7 @@ TEST_F(Tessarine, TellsByItsStatusWhatWentWrong) {
   Write("twins.bin", Text(tessarine::WriteFile(twins)));
   const std::string small = " " + Path("small.bin");
   const std::string bad = " " + Path("damaged.bin");
-  struct Case {
-    std::string arguments;
-    int status;
-    std::string message;
-  };
-  const Case cases[] = {
+  const std::tuple<std::string, int, std::string> cases[] = {
       {"--help", 0, ""},
       {"compile --help", 0, ""},
       {"check" + small, 0, ""},
@@ -105,11 +86,10 @@ TEST_F(Tessarine, TellsByItsStatusWhatWentWrong) {
       {"compile " + Path("misspelt.json") + " -o " + Path("x.bin"), 3,
        "misspelt.json:3: Default tessarinePDLib.skipControll: is not known here; the nearest name "
        "is 'skipControl'"}};
-  for (const Case& c : cases) {
-    const Outcome outcome = Run(c.arguments);
-    EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
-    EXPECT_NE(outcome.errors.find(c.message), std::string::npos) << c.arguments << "\n"
-                                                                 << outcome.errors;
+  for (const auto& [arguments, status, message] : cases) {
+    const Outcome outcome = Run(arguments);
+    EXPECT_EQ(outcome.status, status) << arguments << "\n" << outcome.errors;
+    EXPECT_NE(outcome.errors.find(message), std::string::npos) << arguments << outcome.errors;
   }
   EXPECT_EQ(test::ReadFile(Path("x.bin")) + test::ReadFile(Path("x.json")), "");
   EXPECT_EQ(json::parse(Run("check --json" + bad).output)["count"], 1);
@@ -168,12 +148,10 @@ TEST_F(Tessarine, TellsDifferencesByModeAndField) {
   std::string changed = kSmall;
   changed.replace(changed.find("15"), 2, "30");
   changed.replace(changed.find("\"boxFilterLength\": 4"), 20, "\"boxFilterLength\": 2");
-  Write("changed.json", changed);
+  Compile(Write("changed.json", changed), "changed.bin");
   std::string shorter = kSmall;
   shorter.replace(shorter.find("Usecase.Video"), 13, "Usecase.ZSL");
-  Write("shorter.json", shorter);
-  for (const char* name : {"changed", "shorter"})
-    Compile(Path(name + std::string(".json")), name + std::string(".bin"));
+  Compile(Write("shorter.json", shorter), "shorter.bin");
   const std::string small = "diff " + Path("small.bin") + " ";
   const Outcome outcome = Run(small + Path("changed.bin"));
   EXPECT_EQ(outcome.status, 1);
@@ -228,7 +206,8 @@ TEST_F(Tessarine, MakesSourcesThatCompileToTheSameBytes) {
   const json schema = json::parse(Run("schema").output);
   EXPECT_TRUE(
       schema["/$defs/mode/properties/modules/properties/abf34_ife"_json_pointer].is_object());
-  EXPECT_EQ(Run("reference").output, test::ReadFile(TESSARINE_REFERENCE));
+  EXPECT_EQ(Run("reference").output, test::ReadFile(TESSARINE_REFERENCE))
+      << "run: tessarine reference > docs/tuning-reference.md";
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "host/orvo_host.h"
 #include "sources.h"
 #include "support/temp_folder.h"
+#include "support/tuning_file.h"
 #include "tuningsetmanager.h"
 
 namespace {
@@ -31,8 +32,12 @@ int LibraryByte(TuningSetManager& manager, const Branch& branch, const std::stri
 }
 
 int ToolByte(const ModeTree& tree, const Branch& branch, const std::string& name) {
-  for (const ModeTree::Found& found : tree.InForce(branch))
-    if (found.module->type == name) return found.module->raw[0];
+  for (const ModeTree::Found& found : tree.InForce(branch)) {
+    if (found.module->type != name) continue;
+    const std::vector<const Module*> modules = tree.ModulesOf(found.node);
+    EXPECT_NE(std::find(modules.begin(), modules.end(), found.module), modules.end());
+    return found.module->raw[0];
+  }
   return -1;
 }
 
@@ -43,10 +48,8 @@ class TreeMaker {
 
   Model Make() {
     Model model;
-    std::vector<uint32_t> ids;
     const uint32_t count = 2 + Below(7);
-    for (uint32_t i = 0; i < 2 * count; ++i) ids.push_back(i + 1);
-    std::shuffle(ids.begin(), ids.end(), random_);
+    std::vector<uint32_t> ids;
     for (uint32_t id = 0; id < count; ++id) {
       Mode& mode = model.modes.emplace_back();
       mode.id = id;
@@ -54,10 +57,18 @@ class TreeMaker {
       mode.parent = id == 0 || Below(8) == 0 ? id : Below(count);
       if (Below(3) == 0) mode.link = Below(count);
       for (const char* name : kNames) {
-        const uint32_t module = ids[2 * id + (name == kNames[0] ? 0 : 1)];
-        mode.modules.push_back({module, name, {1, 0, 0}, {}, {static_cast<uint8_t>(module)}});
+        if (Below(4) == 0) continue;
+        mode.modules.push_back({0, name, {1, 0, 0}, {}, {}});
+        ids.push_back(static_cast<uint32_t>(ids.size() + 1));
       }
     }
+    std::shuffle(ids.begin(), ids.end(), random_);
+    for (Mode& mode : model.modes)
+      for (Module& module : mode.modules) {
+        module.id = ids.back();
+        module.raw = {static_cast<uint8_t>(module.id)};
+        ids.pop_back();
+      }
     return model;
   }
   Branch MakeBranch() {
@@ -154,13 +165,9 @@ TEST(TessarineServed, NeedsItsSectionTableInFront) {
   constexpr size_t kHeader = 168;
   constexpr size_t kTable = 3 * 12;
   const Bytes table(file.begin() + kHeader, file.begin() + kHeader + kTable);
-  const auto put = [&](size_t at, uint32_t word) {
-    for (int i = 0; i < 4; ++i) file[at + i] = static_cast<uint8_t>(word >> (8 * i));
-  };
   for (const size_t end : {315, 316, 317, 400}) {
-    put(160, static_cast<uint32_t>(end - kTable));
     std::copy(table.begin(), table.end(), file.begin() + static_cast<ptrdiff_t>(end - kTable));
-    put(file.size() - 4, Checksum(View(file).first(file.size() - 4)));
+    test::PutWord(file, 160, static_cast<uint32_t>(end - kTable));
     SaveBytes(path, file);
     TuningSetManager manager;
     EXPECT_EQ(manager.LoadBinaryParameters(path.c_str()), end <= 316) << end;

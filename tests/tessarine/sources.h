@@ -142,14 +142,20 @@ class ModelMaker {
     if (field.kind == FieldKind::kStructure) return Record(*field.record);
     tessarine::Value value;
     if (field.kind == FieldKind::kString)
-      value.text = Below(8) == 0 ? "\xff\x01 no UTF-8" : Text(12);
+      value.text = Below(8) == 0 ? "\xff\x01 no UTF-8" : Below(8) == 0 ? "ü\"\t\n" : Text(12);
     else if (field.kind == FieldKind::kEnum)
       value.bits = Below(field.lastValue + 1);
+    else if (Below(4) == 0)
+      value.bits = kOddFloats[Below(std::size(kOddFloats))];
     else
       value.bits = Below(2) == 0 ? static_cast<uint32_t>(random_()) : Below(2);
     return value;
   }
 
+  // Minus zero, denormal ones, the largest, infinite ones, no number, and 0.1.
+  static constexpr uint32_t kOddFloats[] = {0x80000000, 1,          0x007fffff,
+                                            0x00800000, 0x7f7fffff, 0x7f800000,
+                                            0xff800000, 0x7fc00001, 0x3dcccccd};
   std::mt19937 random_;
 };
 
