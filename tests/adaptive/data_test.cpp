@@ -140,12 +140,8 @@ TEST(AdaptiveData, MeanTruncatesTowardZeroAndNeverOverflows) {
 }
 
 TEST(AdaptiveData, TolerancesBoundWhatIsStored) {
-  struct Case {
-    int16_t initial;
-    float upper, lower;
-    int16_t k, stored;
-  };
-  for (const Case& c : std::vector<Case>{
+  using Case = std::tuple<int16_t, float, float, int16_t, int16_t>;
+  for (const auto& [initial, upper, lower, k, stored] : std::vector<Case>{
            {100, 1.5F, 0.5F, 80, 80},
            {100, 1.5F, 0.5F, 150, 150},
            {100, 1.5F, 0.5F, 151, 150},
@@ -166,16 +162,16 @@ TEST(AdaptiveData, TolerancesBoundWhatIsStored) {
       Learner learner;
       adaptive_k_data_t& data = learner.state.data;
       adaptive_k_data_grid_t& cell = data.grid[9];
-      (near ? cell.nearTargetInitDCC : cell.farTargetInitDCC) = c.initial;
-      (near ? data.tolNearTargetUpperBound : data.tolFarTargetUpperBound) = c.upper;
-      (near ? data.tolNearTargetLowerBound : data.tolFarTargetLowerBound) = c.lower;
+      (near ? cell.nearTargetInitDCC : cell.farTargetInitDCC) = initial;
+      (near ? data.tolNearTargetUpperBound : data.tolFarTargetUpperBound) = upper;
+      (near ? data.tolNearTargetLowerBound : data.tolFarTargetLowerBound) = lower;
       int16_t* history = near ? cell.nearTargetHistory : cell.farTargetHistory;
       const int16_t* other = near ? cell.farTargetHistory : cell.nearTargetHistory;
       const int16_t before[5] = {5, 4, 3, 2, 1};
       std::copy_n(before, 5, history);
-      adaptive_k_update_data_history(&data, 9, c.k,
+      adaptive_k_update_data_history(&data, 9, k,
                                      near ? kAdaptiveKNearTarget : kAdaptiveKFarTarget);
-      EXPECT_EQ(history[0], c.stored) << c.initial << " K " << c.k << (near ? " near" : " far");
+      EXPECT_EQ(history[0], stored) << initial << " K " << k << (near ? " near" : " far");
       EXPECT_TRUE(std::equal(before, before + 4, history + 1));
       EXPECT_EQ(std::count(other, other + 5, 109), 5);
     }

@@ -175,40 +175,37 @@ TEST(AdaptiveEstimator, CoefficientIsTravelPerPhaseAndSensitivity) {
 }
 
 TEST(AdaptiveEstimator, StoresInTheDirectionOfTheMove) {
-  struct Move {
-    int to;
-    float sensitivity;
-    int16_t near, far;
-  };
+  using Move = std::tuple<int, float, int16_t, int16_t>;
   // Cell 10 starts from 110. Near is bounded by 55 and 165, far by 27 and 220; from 1000 and a
   // phase change of 7.5.
-  for (const Move& move : std::vector<Move>{{400, 1.0F, 80, 110},
-                                            {1600, 1.0F, 110, 80},
-                                            {1000, 1.0F, 110, 27},  // no travel counts as far
-                                            {400, 0.25F, 165, 110},
-                                            {1600, 0.25F, 110, 220},
-                                            {400, 0.0F, 55, 110},
-                                            {1600, kNaN, 110, 27}}) {
+  for (const auto& [to, sensitivity, near, far] :
+       std::vector<Move>{{400, 1.0F, 80, 110},
+                         {1600, 1.0F, 110, 80},
+                         {1000, 1.0F, 110, 27},  // no travel counts as far
+                         {400, 0.25F, 165, 110},
+                         {1600, 0.25F, 110, 220},
+                         {400, 0.0F, 55, 110},
+                         {1600, kNaN, 110, 27}}) {
     AdaptiveTuning tuning = PlainTuning();
     tuning.minimumLensPosDelta = 0;
     tuning.filterSize = 1;
     Learner learner(tuning);
     learner.Place(0, 10);
     learner.Place(47, 20);  // sees the same
-    learner.Show(2 * kHeld + 1 * kMoved + 2 * Frame{move.to, 800, 0.5F});
-    ASSERT_EQ(learner.Estimator().state, 2) << move.to;
+    learner.Show(2 * kHeld + 1 * kMoved + 2 * Frame{to, 800, 0.5F});
+    ASSERT_EQ(learner.Estimator().state, 2) << to;
     const pdaf_adaptive_k_t before = learner.state;
-    learner.Show({0, 0, kNaN}, move.sensitivity);  // whatever comes: the measurement is over
+    learner.Show({0, 0, kNaN}, sensitivity);  // whatever comes: the measurement is over
     EXPECT_EQ(learner.Estimator().state, 0);
     EXPECT_EQ(learner.Estimator().counter, 0);
 
     const adaptive_k_data_grid_t& cell = learner.state.data.grid[10];
-    EXPECT_EQ(cell.nearTargetHistory[0], move.near) << move.to;
-    EXPECT_EQ(cell.farTargetHistory[0], move.far) << move.to;
+    EXPECT_EQ(cell.nearTargetHistory[0], near) << to;
+    EXPECT_EQ(cell.farTargetHistory[0], far) << to;
     EXPECT_EQ(cell.nearTargetHistory[1], 110);
     EXPECT_EQ(cell.farTargetHistory[1], 110);
-    EXPECT_EQ(learner.state.interpolator.grid[0].nearTargetDCC, move.near);
-    EXPECT_EQ(learner.state.interpolator.grid[0].farTargetDCC, move.far);
+    EXPECT_EQ(learner.state.interpolator.grid[0].nearTargetDCC, near);
+    EXPECT_EQ(learner.state.interpolator.grid[0].farTargetDCC, far);
     for (int c = 0; c < kAdaptiveKCells; ++c) {
       if (c == 10 || c == 20) continue;
       EXPECT_TRUE(Same(learner.state.data.grid[c], before.data.grid[c])) << c;
@@ -245,13 +242,8 @@ TEST(AdaptiveEstimator, ResetEndsAnyMeasurementOfAnActiveWindow) {
 }
 
 TEST(AdaptiveEstimator, ConfiguringCarriesAGoodSampleOver) {
-  struct Carry {
-    std::string name;
-    Frame older, newest;
-    int state;
-    float lens, phase;
-  };
-  for (const Carry& c : std::vector<Carry>{
+  using Carry = std::tuple<std::string, Frame, Frame, int, float, float>;
+  for (const auto& [name, older, newest, state, lens, phase] : std::vector<Carry>{
            {"the newest", {900, 800, 5}, {1000, 800, -8}, 1, 1000, -8},
            {"the older", {900, 800, -8}, {1000, 800, 5}, 1, 900, -8},
            {"the older of equals", {900, 800, 8}, {1000, 800, -8}, 1, 900, 8},
@@ -266,15 +258,15 @@ TEST(AdaptiveEstimator, ConfiguringCarriesAGoodSampleOver) {
       Learner learner;
       learner.Place(0, 0);
       Reach(&learner, from);
-      for (const Frame& frame : {c.older, c.newest}) {
+      for (const Frame& frame : {older, newest}) {
         adaptive_k_update_estimatorGrid_inputs(&learner.state.estimator.grid[0], frame.lens,
                                                static_cast<int>(frame.confidence), frame.phase, 0);
       }
       learner.Place(0, 0);
-      EXPECT_EQ(learner.Estimator().state, c.state) << c.name << " from state " << from;
-      EXPECT_EQ(learner.Estimator().LensPos_S, c.lens) << c.name;
-      EXPECT_EQ(learner.Estimator().PD_S, c.phase) << c.name;
-      EXPECT_EQ(learner.Estimator().buffer_lens_pos[0], 0) << c.name;
+      EXPECT_EQ(learner.Estimator().state, state) << name << " from state " << from;
+      EXPECT_EQ(learner.Estimator().LensPos_S, lens) << name;
+      EXPECT_EQ(learner.Estimator().PD_S, phase) << name;
+      EXPECT_EQ(learner.Estimator().buffer_lens_pos[0], 0) << name;
     }
   }
 }

@@ -68,11 +68,7 @@ TEST(Sad, WithoutRowsOrOutput) {
 }
 
 TEST(SadBias, MultipliesInQ12) {
-  const struct {
-    int sad;
-    unsigned short bias;
-    int biased;
-  } cases[] = {
+  const std::tuple<int, unsigned short, int> cases[] = {
       {1000, 4096, 1000},
       {1000, 2048, 500},
       {1000, 0, 0},
@@ -81,30 +77,25 @@ TEST(SadBias, MultipliesInQ12) {
       {0x7fffffff, 4096, 0x7fffffff},
       {1 << 30, 65535, -262144},  // 65535 * 2^18 less 4 * 2^32
   };
-  for (const auto& c : cases) {
-    int sad = c.sad;
-    pd_core_sad_bias(&sad, &c.bias, 1);
-    EXPECT_EQ(sad, c.biased) << c.sad << " * " << c.bias;
+  for (auto [sad, bias, biased] : cases) {
+    const int plain = sad;
+    pd_core_sad_bias(&sad, &bias, 1);
+    EXPECT_EQ(sad, biased) << plain << " * " << bias;
   }
 }
 
 TEST(SadTemporalFilter, TruncatesEachPartOnItsOwn) {
-  const struct {
-    int state;
-    int fresh;
-    float weight;
-    int filtered;
-  } cases[] = {
+  const std::tuple<int, int, float, int> cases[] = {
       {100, 10, 0.25f, 77},  // 75 + 2
       {3, 3, 0.5f, 2},       // 1 + 1
       {-3, 3, 0.5f, 0},      // -1 + 1
       {123, 456, 1.0f, 456}, {123, 456, 0.0f, 123},
       {1000, 10, 1.5f, 15},  {0, 16777217, 1.0f, 16777216},  // single precision
   };
-  for (const auto& c : cases) {
-    int state = c.state;
-    pd_core_sad_temporal_filter(&c.fresh, &state, c.weight, 1);
-    EXPECT_EQ(state, c.filtered) << c.state << " and " << c.fresh << " at " << c.weight;
+  for (const auto& [before, fresh, weight, filtered] : cases) {
+    int state = before;
+    pd_core_sad_temporal_filter(&fresh, &state, weight, 1);
+    EXPECT_EQ(state, filtered) << before << " and " << fresh << " at " << weight;
   }
 }
 
@@ -148,45 +139,37 @@ TEST(PhaseDifference, OfNothingIsZero) {
   EXPECT_EQ(phase, 0);
 }
 
-struct ConfidenceCase {
-  std::vector<int> sad;
-  int16_t minimum;
-  int16_t halfWidth;
-  int16_t scale;
-  int confidence;
-};
-
-const ConfidenceCase kConfidences[] = {
-    {{100, 50, 100}, 1, 1, 140, 409},  // (1 - 150/250) * 1024
-    {{100, 50, 100}, 1, 1, 70, 204},
-    {{100, 50, 100}, 1, 1, -140, 0},
-    {{100, 0, 100}, 1, 1, 140, 1023},  // 1024, limited
-    {{100, 100, 100}, 1, 1, 140, 0},   // flat
-    {{0, 0, 0}, 1, 1, 140, 0},
-    {{100, 200, 100}, 1, 1, 140, 0},  // no minimum
-    // The range keeps its five entries at the edges: (1 - 5 * 10/150) * 1024.
-    {{10, 20, 30, 40, 50, 600}, 0, 2, 140, 682},
-    {{600, 50, 40, 30, 20, 10}, 5, 2, 140, 682},
-    {{600, 50, 40, 30, 10, 20}, 4, 2, 140, 682},
-    {{600, 50, 40, 10, 30, 20}, 3, 2, 140, 682},
-    {{10, 20, 30, 40, 50}, 2, 100, 140, 0},  // the whole vector, 1 - 5 * 30/150
-    {{10, 20, 30, 40, 50}, 0, 100, 140, 682},
-    {{10, 20, 30, 40, 50}, -7, 2, 140, 682},  // outside counts as the edge
-    {{50, 40, 30, 20, 10}, 99, 2, 140, 682},
-    {{10, 20, 30, 40, 50}, 2, -1, 140, 0},
-    {{100, 50, 100}, 1, 0, 140, 0},  // alone: 1 - 50/50
-};
-
 TEST(Confidence, MeasuresTheDepthOfTheMinimum) {
-  for (const ConfidenceCase& c : kConfidences) {
-    const int16_t length = static_cast<int16_t>(c.sad.size());
-    const std::vector<long> wide(c.sad.begin(), c.sad.end());
+  // Vector, minimum, half width, scale.
+  const std::tuple<std::vector<int>, int16_t, int16_t, int16_t, int> cases[] = {
+      {{100, 50, 100}, 1, 1, 140, 409},  // (1 - 150/250) * 1024
+      {{100, 50, 100}, 1, 1, 70, 204},
+      {{100, 50, 100}, 1, 1, -140, 0},
+      {{100, 0, 100}, 1, 1, 140, 1023},  // 1024, limited
+      {{100, 100, 100}, 1, 1, 140, 0},   // flat
+      {{0, 0, 0}, 1, 1, 140, 0},
+      {{100, 200, 100}, 1, 1, 140, 0},  // no minimum
+      // The range keeps its five entries at the edges: (1 - 5 * 10/150) * 1024.
+      {{10, 20, 30, 40, 50, 600}, 0, 2, 140, 682},
+      {{600, 50, 40, 30, 20, 10}, 5, 2, 140, 682},
+      {{600, 50, 40, 30, 10, 20}, 4, 2, 140, 682},
+      {{600, 50, 40, 10, 30, 20}, 3, 2, 140, 682},
+      {{10, 20, 30, 40, 50}, 2, 100, 140, 0},  // the whole vector, 1 - 5 * 30/150
+      {{10, 20, 30, 40, 50}, 0, 100, 140, 682},
+      {{10, 20, 30, 40, 50}, -7, 2, 140, 682},  // outside counts as the edge
+      {{50, 40, 30, 20, 10}, 99, 2, 140, 682},
+      {{10, 20, 30, 40, 50}, 2, -1, 140, 0},
+      {{100, 50, 100}, 1, 0, 140, 0},  // alone: 1 - 50/50
+  };
+  for (const auto& [sad, minimum, halfWidth, scale, expected] : cases) {
+    const int16_t length = static_cast<int16_t>(sad.size());
+    const std::vector<long> wide(sad.begin(), sad.end());
     unsigned short confidence = 7;
-    pd_core_conf(c.sad.data(), length, c.minimum, c.halfWidth, c.scale, 0, &confidence);
-    EXPECT_EQ(confidence, c.confidence);
+    pd_core_conf(sad.data(), length, minimum, halfWidth, scale, 0, &confidence);
+    EXPECT_EQ(confidence, expected);
     confidence = 7;
-    pd_core_conf(wide.data(), length, c.minimum, c.halfWidth, c.scale, &confidence);
-    EXPECT_EQ(confidence, c.confidence) << "64-bit vector";
+    pd_core_conf(wide.data(), length, minimum, halfWidth, scale, &confidence);
+    EXPECT_EQ(confidence, expected) << "64-bit vector";
   }
 }
 
