@@ -1,35 +1,14 @@
 // Prints a digest of what long random sequences of frames teach, blobs and coefficients in use
 // included. Builds for other machines, compilers and optimisation levels must print the same.
-#include <cinttypes>
-#include <cstdio>
-
 #include "adaptive/learner.h"
 #include "adaptive/random_frames.h"
+#include "support/digest.h"
 
-namespace {
-
-class Digest {
- public:
-  void Add(int16_t value) {
-    const auto bits = static_cast<uint16_t>(value);
-    AddByte(bits & 0xFF);
-    AddByte(bits >> 8);
-  }
-  uint64_t Value() const { return value_; }
-
- private:
-  void AddByte(uint32_t byte) { value_ = (value_ ^ byte) * 0x100000001B3u; }
-
-  uint64_t value_ = 0xCBF29CE484222325u;
-};
-
-}  // namespace
-
-int main() {
+void DigestLearning() {
   constexpr int kStates = 400;
   constexpr int kRuns = 100;
   RandomSource random(2);
-  Digest digest;
+  test::Digest digest;
   int16_t blob[kAdaptiveKBlobEntries] = {};
   for (int i = 0; i < kStates; ++i) {
     Learner learner(RandomTuning(&random));
@@ -52,6 +31,5 @@ int main() {
       digest.Add(grid.farTargetDCC);
     }
   }
-  std::printf("adaptive_k %016" PRIx64 "\n", digest.Value());
-  return 0;
+  digest.Print("adaptive_k");
 }

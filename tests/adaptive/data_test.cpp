@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
-#include <limits>
 #include <vector>
 
 #include "adaptive/learner.h"
@@ -12,27 +10,21 @@
 
 namespace {
 
-constexpr int kMaxInt = std::numeric_limits<int>::max();
-constexpr int kMinInt = std::numeric_limits<int>::min();
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-
 TEST(AdaptiveGrid, CellsTileTheFrame) {
-  struct Case {
-    int width, height, cellWidth, cellHeight;
-  };
+  using Case = std::tuple<int, int, int, int>;
   // The parts of an axis, cut down to a whole number.
-  for (const Case& c : {Case{800, 600, 100, 100}, Case{100, 100, 12, 16}, Case{8, 6, 1, 1}}) {
+  for (const auto& [width, height, cellWidth, cellHeight] :
+       {Case{800, 600, 100, 100}, Case{100, 100, 12, 16}, Case{8, 6, 1, 1}}) {
     adaptive_k_data_t data{};
-    adaptive_k_layout_dataGrid(&data, c.width, c.height);
-    EXPECT_EQ(data.width, c.width);
-    EXPECT_EQ(data.height, c.height);
+    adaptive_k_layout_dataGrid(&data, width, height);
+    EXPECT_EQ(data.width, width);
+    EXPECT_EQ(data.height, height);
     for (int i = 0; i < kAdaptiveKCells; ++i) {
       const adaptive_k_data_grid_t& cell = data.grid[i];
-      EXPECT_EQ(cell.start_x, i % 8 * c.cellWidth);
-      EXPECT_EQ(cell.start_y, i / 8 * c.cellHeight);
-      EXPECT_EQ(cell.end_x, cell.start_x + c.cellWidth - 1);
-      EXPECT_EQ(cell.end_y, cell.start_y + c.cellHeight - 1);
+      EXPECT_EQ(cell.start_x, i % 8 * cellWidth);
+      EXPECT_EQ(cell.start_y, i / 8 * cellHeight);
+      EXPECT_EQ(cell.end_x, cell.start_x + cellWidth - 1);
+      EXPECT_EQ(cell.end_y, cell.start_y + cellHeight - 1);
       EXPECT_EQ(cell.center.x, (cell.start_x + cell.end_x) / 2);
       EXPECT_EQ(cell.center.y, (cell.start_y + cell.end_y) / 2);
     }
@@ -58,100 +50,74 @@ TEST(AdaptiveGrid, SizesWithoutUsableCellsReadCellZero) {
 TEST(AdaptiveGrid, FindsTheCellOfAPoint) {
   adaptive_k_data_t data{};
   adaptive_k_layout_dataGrid(&data, 807, 605);  // cells of 100 by 100 and strips of 7 and 5
-  struct Case {
-    adaptive_k_coordinate_t point;
-    int cell;
-  };
-  for (const Case& c : std::vector<Case>{{{0, 0}, 0},
-                                         {{99, 99}, 0},
-                                         {{100, 99}, 1},
-                                         {{99, 100}, 8},
-                                         {{799, 599}, 47},
-                                         {{450, 250}, 20},
-                                         {{800, 599}, 0},  // the strip at the right
-                                         {{799, 600}, 0},  // the strip below
-                                         {{-1, 300}, 0},
-                                         {{kMinInt, kMaxInt}, 0}}) {
-    EXPECT_EQ(adaptive_k_util_get_dataGrid_idx(&data, &c.point), c.cell)
-        << c.point.x << ' ' << c.point.y;
+  using Case = std::tuple<adaptive_k_coordinate_t, int>;
+  for (const auto& [point, cell] : std::vector<Case>{{{0, 0}, 0},
+                                                     {{99, 99}, 0},
+                                                     {{100, 99}, 1},
+                                                     {{99, 100}, 8},
+                                                     {{799, 599}, 47},
+                                                     {{450, 250}, 20},
+                                                     {{800, 599}, 0},  // the strip at the right
+                                                     {{799, 600}, 0},  // the strip below
+                                                     {{-1, 300}, 0},
+                                                     {{kMinInt, kMaxInt}, 0}}) {
+    EXPECT_EQ(adaptive_k_util_get_dataGrid_idx(&data, &point), cell) << point.x << ' ' << point.y;
   }
 }
 
 TEST(AdaptiveData, InitialValuesAreWholeCoefficients) {
-  struct Case {
-    int16_t calibrated;
-    uint16_t qFormat;
-    int16_t initial;
-  };
-  for (const Case& c : {Case{6400, 6, 100}, Case{6463, 6, 100}, Case{-1, 6, 0}, Case{-65, 6, -1},
-                        Case{77, 0, 77}, Case{32767, 15, 0}, Case{-32768, 15, -1},
-                        Case{-32768, 31, 0}, Case{5, 32, 5}, Case{640, 65535, 0}}) {
+  using Case = std::tuple<int16_t, uint16_t, int16_t>;
+  for (const auto& [calibrated, qFormat, initial] :
+       {Case{6400, 6, 100}, Case{6463, 6, 100}, Case{-1, 6, 0}, Case{-65, 6, -1}, Case{77, 0, 77},
+        Case{32767, 15, 0}, Case{-32768, 15, -1}, Case{-32768, 31, 0}, Case{5, 32, 5},
+        Case{640, 65535, 0}}) {
     std::array<int16_t, kAdaptiveKCells> table{};
-    table[17] = c.calibrated;
+    table[17] = calibrated;
     adaptive_k_data_t data{};
     data.history_locked = 1;
-    adaptive_k_init_data(&data, table.data(), c.qFormat, kAdaptiveKMapAll, 0);
+    adaptive_k_init_data(&data, table.data(), qFormat, kAdaptiveKMapAll, 0);
     const adaptive_k_data_grid_t& cell = data.grid[17];
-    EXPECT_EQ(cell.nearTargetInitDCC, c.initial) << c.calibrated << " Q" << c.qFormat;
-    EXPECT_EQ(cell.farTargetInitDCC, c.initial);
-    EXPECT_EQ(std::count(cell.nearTargetHistory, cell.nearTargetHistory + 5, c.initial), 5);
-    EXPECT_EQ(std::count(cell.farTargetHistory, cell.farTargetHistory + 5, c.initial), 5);
+    EXPECT_EQ(cell.nearTargetInitDCC, initial) << calibrated << " Q" << qFormat;
+    EXPECT_EQ(cell.farTargetInitDCC, initial);
+    EXPECT_EQ(std::count(cell.nearTargetHistory, cell.nearTargetHistory + 5, initial), 5);
+    EXPECT_EQ(std::count(cell.farTargetHistory, cell.farTargetHistory + 5, initial), 5);
     EXPECT_EQ(data.history_locked, 0u);
   }
 }
 
 TEST(AdaptiveData, MappingDecidesWhatSurvives) {
-  struct Case {
-    uint32_t mapping;
-    int16_t history;
-    uint32_t locked;
-  };
-  for (const Case& c : {Case{0, 2, 0}, Case{1, 1, 1}, Case{2, 2, 1}, Case{~0u, 2, 1}}) {
+  using Case = std::tuple<uint32_t, int16_t, uint32_t>;
+  for (const auto& [mapping, history, locked] :
+       {Case{0, 2, 0}, Case{1, 1, 1}, Case{2, 2, 1}, Case{~0u, 2, 1}}) {
     std::array<int16_t, kAdaptiveKCells> table;
     adaptive_k_data_t data{};
     table.fill(1);
     adaptive_k_init_data(&data, table.data(), 0, kAdaptiveKMapAll, 0);
     data.history_locked = 1;
     table.fill(2);
-    adaptive_k_init_data(&data, table.data(), 0, static_cast<adaptive_k_mapping_type>(c.mapping),
-                         0);
-    EXPECT_EQ(data.grid[47].nearTargetHistory[4], c.history) << c.mapping;
-    EXPECT_EQ(data.grid[47].farTargetHistory[0], c.history) << c.mapping;
-    EXPECT_EQ(data.grid[47].nearTargetInitDCC, 2) << c.mapping;
-    EXPECT_EQ(data.history_locked, c.locked) << c.mapping;
+    adaptive_k_init_data(&data, table.data(), 0, static_cast<adaptive_k_mapping_type>(mapping), 0);
+    EXPECT_EQ(data.grid[47].nearTargetHistory[4], history) << mapping;
+    EXPECT_EQ(data.grid[47].farTargetHistory[0], history) << mapping;
+    EXPECT_EQ(data.grid[47].nearTargetInitDCC, 2) << mapping;
+    EXPECT_EQ(data.history_locked, locked) << mapping;
   }
 }
 
-TEST(AdaptiveData, MedianIsTheLowerMiddle) {
-  struct Case {
-    std::vector<int16_t> values;
-    int count;
-    int16_t median;
-  };
-  for (const Case& c : std::vector<Case>{{{7}, 1, 7},
-                                         {{7, 3}, 2, 3},
-                                         {{3, 7}, 2, 3},
-                                         {{9, 1, 5}, 3, 5},
-                                         {{40, 30, 20, 10}, 4, 20},
-                                         {{5, 4, 3, 2, 1}, 5, 3},
-                                         {{1, 1, 1, 9, 9}, 5, 1},
-                                         {{-32768, 32767, 0}, 3, 0},
-                                         {{1, 2, 100, 100, 100}, 2, 1},  // the rest doesn't count
-                                         {{5, 4, 3, 2, 1}, 6, 3},        // held to 1 to 5
-                                         {{5, 4, 3, 2, 1}, kMaxInt, 3},
-                                         {{5, 4, 3, 2, 1}, 0, 5},
-                                         {{5, 4, 3, 2, 1}, kMinInt, 5}}) {
-    EXPECT_EQ(adaptive_k_util_get_median(c.values.data(), c.count), c.median) << c.count;
-    if (c.values.size() != 5) continue;
+TEST(AdaptiveData, MedianOfACountBeyondTheHistoryIsThatOfItsEnd) {
+  const int16_t values[] = {5, 4, 3, 2, 1};
+  using Case = std::tuple<int, int16_t>;
+  for (const auto& [count, median] :
+       {Case{2, 4}, Case{5, 3}, Case{6, 3}, Case{kMaxInt, 3}, Case{0, 5}, Case{kMinInt, 5}}) {
+    EXPECT_EQ(adaptive_k_util_get_median(values, count), median) << count;
     Learner learner;  // the tuned size is held the same way
-    learner.state.data.filterSize = c.count;
-    std::copy_n(c.values.data(), 5, learner.state.data.grid[3].farTargetHistory);
+    learner.state.data.filterSize = count;
+    std::copy_n(values, 5, learner.state.data.grid[3].farTargetHistory);
     EXPECT_EQ(adaptive_k_util_get_dataGrid_DCC(&learner.state.data, 3, kAdaptiveKFarTarget),
-              c.median);
+              median);
   }
 }
 
-TEST(AdaptiveData, MedianOfEveryOrderIsThatOfTheSortedValues) {
+TEST(AdaptiveData, MedianIsTheLowerMiddleOfEveryOrder) {
   constexpr int16_t kSteps[] = {-32768, -1, 0, 1, 32767};
   for (int order = 0; order < 5 * 5 * 5 * 5 * 5; ++order) {
     int16_t values[5];
@@ -232,7 +198,7 @@ TEST(AdaptiveData, BadDirectionsAndCellsAreErrors) {
   adaptive_k_print_data(&data, kAdaptiveKPrintNewest, direction);
   adaptive_k_init_data(&data, nullptr, 6, kAdaptiveKMapAll, 0);
 
-  EXPECT_EQ(std::memcmp(&before, &data, sizeof(data)), 0);
+  EXPECT_TRUE(Same(before, data));
   EXPECT_EQ(log.texts().size(), 1u + 2u * 4u + 4u);
   for (const char* text : {"ADAPTK: S006 - PDLIB error in Adaptive K get data grid K(DCC)!",
                            "ADAPTK: S099 - Error in Adaptive K update data!",
@@ -268,7 +234,7 @@ TEST(AdaptiveBlob, HoldsNearThenFarAndComesBackWhole) {
   EXPECT_EQ(adaptive_k_set_data(&next.state, blob, 960), 1);
   EXPECT_EQ(next.state.data.history_locked, 1u);
   next.state.data.history_locked = 0;
-  EXPECT_EQ(std::memcmp(&next.state.data, &learner.state.data, sizeof(adaptive_k_data_t)), 0);
+  EXPECT_TRUE(Same(next.state.data, learner.state.data));
 }
 
 TEST(AdaptiveBlob, APositionWithoutNearValueKeepsBoth) {
@@ -286,7 +252,7 @@ TEST(AdaptiveBlob, APositionWithoutNearValueKeepsBoth) {
   expected.grid[2].farTargetHistory[1] = -9;
   expected.grid[3].nearTargetHistory[4] = 66;
   expected.grid[3].farTargetHistory[4] = 0;
-  EXPECT_EQ(std::memcmp(&expected, &learner.state.data, sizeof(expected)), 0);
+  EXPECT_TRUE(Same(expected, learner.state.data));
 }
 
 TEST(AdaptiveBlob, WhatIsRefusedChangesNothing) {
@@ -298,7 +264,7 @@ TEST(AdaptiveBlob, WhatIsRefusedChangesNothing) {
     EXPECT_EQ(adaptive_k_set_data(&learner.state, exact.data(), size), 0) << size;
   }
   EXPECT_EQ(adaptive_k_set_data(&learner.state, nullptr, 960), 0);
-  EXPECT_EQ(std::memcmp(&before, &learner.state, sizeof(before)), 0);
+  EXPECT_TRUE(Same(before, learner.state));
   std::vector<std::string> lines(7, "ADAPTK: Setting adaptive K data filed - Wrong data size!");
   lines.push_back("ADAPTK: Setting adaptive K data failed - Null Pointer!");
   EXPECT_EQ(log.texts(), lines);

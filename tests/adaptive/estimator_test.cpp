@@ -2,9 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <functional>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -13,11 +11,6 @@
 #include "support/log_capture.h"
 
 namespace {
-
-constexpr int kMaxInt = std::numeric_limits<int>::max();
-constexpr int kMinInt = std::numeric_limits<int>::min();
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 using Tune = std::function<void(AdaptiveTuning&)>;
 
@@ -218,10 +211,7 @@ TEST(AdaptiveEstimator, StoresInTheDirectionOfTheMove) {
     EXPECT_EQ(learner.state.interpolator.grid[0].farTargetDCC, move.far);
     for (int c = 0; c < kAdaptiveKCells; ++c) {
       if (c == 10 || c == 20) continue;
-      EXPECT_EQ(std::memcmp(&learner.state.data.grid[c], &before.data.grid[c],
-                            sizeof(before.data.grid[c])),
-                0)
-          << c;
+      EXPECT_TRUE(Same(learner.state.data.grid[c], before.data.grid[c])) << c;
     }
   }
 }
@@ -250,7 +240,7 @@ TEST(AdaptiveEstimator, ResetEndsAnyMeasurementOfAnActiveWindow) {
     EXPECT_EQ(learner.Estimator().pd[1], inputs.pd[1]);
     const adaptive_k_estimator_grid_t reset = learner.Estimator();
     learner.Show(3 * kHeld);  // no longer looked at
-    EXPECT_EQ(std::memcmp(&reset, &learner.Estimator(), sizeof(reset)), 0);
+    EXPECT_TRUE(Same(reset, learner.Estimator()));
   }
 }
 
@@ -356,7 +346,7 @@ TEST(AdaptiveSpreading, TheFirstNewMedianFillsTheGrid) {
     const adaptive_k_data_grid_t other = learner.state.data.grid[1];
     for (int i = 0; i < 5; ++i) learner.Show(Move(1000, 550));
     EXPECT_EQ(learner.state.data.grid[0].nearTargetHistory[4], 60);
-    EXPECT_EQ(std::memcmp(&other, &learner.state.data.grid[1], sizeof(other)), 0);
+    EXPECT_TRUE(Same(other, learner.state.data.grid[1]));
   }
 }
 

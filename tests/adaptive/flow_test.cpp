@@ -25,13 +25,10 @@ struct LearningRun : test::SparseRun {
   }
 
   void Init() { ASSERT_EQ(init(), kPDStatusOk); }
-  // A lens at `position` with this true phase difference, the frame in one call or in two.
-  void Show(int position, int phase, bool inTwoCalls = false) {
+  // A lens at `position` with this true phase difference.
+  void Show(int position, int phase) {
     camera.param.lensPosition = position;
     camera.exposeShifted(-phase);
-    if (inTwoCalls) {
-      ASSERT_EQ(call(camera.imageHeight() - 1), kPDStatusOk);
-    }
     ASSERT_EQ(frame(), kPDStatusOk);
   }
   // 288 steps per 8 pixels at half a micron: K is 72. Three frames to start from, four to settle.

@@ -4,9 +4,22 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
+#include <limits>
 #include <vector>
 
 #include "adaptive/pdlib_adaptive_k.h"
+
+inline constexpr int kMaxInt = std::numeric_limits<int>::max();
+inline constexpr int kMinInt = std::numeric_limits<int>::min();
+inline constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+inline constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+// Whether two records hold the same bytes.
+template <class Record>
+bool Same(const Record& a, const Record& b) {
+  return std::memcmp(&a, &b, sizeof(Record)) == 0;
+}
 
 using AdaptiveTuning = afpdlibelements::tessarineTuningAdaptiveK;
 

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -14,8 +13,6 @@
 using test::LogCapture;
 
 namespace {
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 // Every byte says whether it was written.
 pdaf_adaptive_k_t Marked() {
@@ -33,7 +30,7 @@ TEST(AdaptiveInit, WithoutTuningOrTableNothingIsLearnt) {
   adaptive_k_pd_init(&state, nullptr, table.data(), 6, 800, 600);
   adaptive_k_dpd_init(&state, nullptr, table.data(), 6, 800, 600);
   adaptive_k_pd_init(&state, &tuning, nullptr, 6, 800, 600);
-  EXPECT_EQ(std::memcmp(&state, &marked, sizeof(state)), 0);
+  EXPECT_TRUE(Same(state, marked));
 
   // The dual-PD form goes on; only the histories stay.
   adaptive_k_dpd_init(&state, &tuning, nullptr, 6, 800, 600);
@@ -55,7 +52,7 @@ TEST(AdaptiveInit, TurnedOffItTouchesNothingButDebug) {
   expected.debug = 0;
   pdaf_adaptive_k_t state = Marked();
   adaptive_k_pd_init(&state, &tuning, PlainTable().data(), 6, 800, 600);
-  EXPECT_EQ(std::memcmp(&state, &expected, sizeof(state)), 0);
+  EXPECT_TRUE(Same(state, expected));
 }
 
 TEST(AdaptiveInit, StartsAllButTheFocusMapAnew) {
@@ -70,25 +67,18 @@ TEST(AdaptiveInit, StartsAllButTheFocusMapAnew) {
   EXPECT_EQ(state.data.tolFarTargetUpperBound, 2.0F);
   EXPECT_EQ(state.data.tolFarTargetLowerBound, 0.25F);
   EXPECT_EQ(state.data.grid[47].farTargetHistory[4], 147);
-  EXPECT_EQ(state.estimator.param.state0StableCntThres, 3);
-  EXPECT_EQ(state.estimator.param.state1StableCntThres, 2);
-  EXPECT_EQ(state.estimator.param.state0ConfThres, 500);
-  EXPECT_EQ(state.estimator.param.state1ConfThres, 600);
-  EXPECT_EQ(state.estimator.param.state0PhaseDiffThres, 4.0F);
-  EXPECT_EQ(state.estimator.param.state1PhaseDiffThres, 1.0F);
-  EXPECT_EQ(state.estimator.param.timeoutFrameCntThres, 32);
-  EXPECT_EQ(state.estimator.param.minimumLensPosDelta, 100);
+  EXPECT_TRUE(Same(state.estimator.param, {3, 4.0F, 500, 2, 1.0F, 600, 32, 100}));
 
   adaptive_k_estimator_grid_t idle{};
   idle.is_first_run = 1;
   const adaptive_k_interpolator_grid_t zero{};
   for (int i = 0; i < kAdaptiveKWindows; ++i) {
     EXPECT_EQ(state.estimator.active[i], 0u);
-    EXPECT_EQ(std::memcmp(&state.estimator.grid[i], &idle, sizeof(idle)), 0) << i;
-    EXPECT_EQ(std::memcmp(&state.interpolator.grid[i], &zero, sizeof(zero)), 0) << i;
+    EXPECT_TRUE(Same(state.estimator.grid[i], idle)) << i;
+    EXPECT_TRUE(Same(state.interpolator.grid[i], zero)) << i;
   }
   for (const adaptive_k_interpolator_grid_t& grid : state.interpolator.peripheralGrid) {
-    EXPECT_EQ(std::memcmp(&grid, &zero, sizeof(zero)), 0);
+    EXPECT_TRUE(Same(grid, zero));
   }
   for (const adaptive_k_interpolator_grid_t& grid : state.interpolator.focusMapGrid) {
     EXPECT_EQ(grid.nearTargetDCC, 0x5A5A);
@@ -123,8 +113,7 @@ TEST(AdaptiveWindows, TakeTheCoefficientsUnderTheirCentre) {
 }
 
 TEST(AdaptiveWindows, AnIndexBeyondTheArraysIsIgnored) {
-  const int most = std::numeric_limits<int>::max();
-  for (const int window : {-1, 48, 200, most, -most - 1}) {
+  for (const int window : {-1, 48, 200, kMaxInt, kMinInt}) {
     Learner learner;
     const pdaf_adaptive_k_t before = learner.state;
     EXPECT_FALSE(adaptive_k_has_window(window));
@@ -138,7 +127,7 @@ TEST(AdaptiveWindows, AnIndexBeyondTheArraysIsIgnored) {
     EXPECT_FALSE(adaptive_k_has_peripheral_window(window));
     adaptive_k_configure_peripheral_window(&learner.state, 0, 100, 0, 100, window);
     EXPECT_EQ(adaptive_k_get_interpolated_DCC_peripheral(&learner.state, 1.0F, window), 0);
-    EXPECT_EQ(std::memcmp(&learner.state, &before, sizeof(before)), 0) << window;
+    EXPECT_TRUE(Same(learner.state, before)) << window;
   }
 }
 

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "adaptive/learner.h"
 #include "adaptive/random_frames.h"
@@ -79,7 +78,7 @@ class Watched {
 
   void CheckHistories() {
     const adaptive_k_data_t& data = learner_.state.data;
-    if (std::memcmp(&data, &before_.data, sizeof(data)) == 0) return;
+    if (Same(data, before_.data)) return;
     ++learnt_;
     for (int c = 0; c < kAdaptiveKCells; ++c) {
       for (int e = 0; e < kAdaptiveKHistory; ++e) {
@@ -96,17 +95,13 @@ class Watched {
     for (int i = 0; i < kAdaptiveKWindows; ++i) {
       ASSERT_EQ(state.estimator.active[i], before_.estimator.active[i]);
       if (state.estimator.active[i] == 1) continue;
-      ASSERT_EQ(std::memcmp(&state.estimator.grid[i], &before_.estimator.grid[i],
-                            sizeof(adaptive_k_estimator_grid_t)),
-                0);
-      ASSERT_EQ(std::memcmp(&state.interpolator.grid[i], &before_.interpolator.grid[i],
-                            sizeof(adaptive_k_interpolator_grid_t)),
-                0);
+      ASSERT_TRUE(Same(state.estimator.grid[i], before_.estimator.grid[i]));
+      ASSERT_TRUE(Same(state.interpolator.grid[i], before_.interpolator.grid[i]));
     }
     const adaptive_k_interpolator_t& now = state.interpolator;
     const adaptive_k_interpolator_t& then = before_.interpolator;
-    ASSERT_EQ(std::memcmp(now.peripheralGrid, then.peripheralGrid, sizeof(now.peripheralGrid)), 0);
-    ASSERT_EQ(std::memcmp(now.focusMapGrid, then.focusMapGrid, sizeof(now.focusMapGrid)), 0);
+    ASSERT_TRUE(Same(now.peripheralGrid, then.peripheralGrid));
+    ASSERT_TRUE(Same(now.focusMapGrid, then.focusMapGrid));
   }
 
   struct Snapshot {

@@ -4,21 +4,13 @@
 
 #include <cstdint>
 #include <iterator>
-#include <limits>
 
 #include "adaptive/learner.h"
+#include "support/random.h"
 
-class RandomSource {
+class RandomSource : public test::Random {
  public:
-  explicit RandomSource(uint64_t seed) : state_(seed) {}
-
-  uint64_t Bits() {
-    state_ += 0x9E3779B97F4A7C15u;
-    uint64_t z = state_;
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
-    return z ^ (z >> 31);
-  }
+  using Random::Random;
   int Below(int count) { return static_cast<int>(Bits() % static_cast<uint64_t>(count)); }
   bool OneIn(int count) { return Below(count) == 0; }
   // -16 to 16 in steps of a 64th, exact in single precision.
@@ -27,21 +19,20 @@ class RandomSource {
   Value Of(const Value (&values)[count]) {
     return values[Below(static_cast<int>(count))];
   }
-
- private:
-  uint64_t state_;
 };
 
 inline float OddFloat(RandomSource* random) {
-  constexpr float kOdd[] = {
-      std::numeric_limits<float>::quiet_NaN(),  std::numeric_limits<float>::infinity(),
-      -std::numeric_limits<float>::infinity(),  std::numeric_limits<float>::max(),
-      std::numeric_limits<float>::denorm_min(), 0.0F};
+  constexpr float kOdd[] = {kNaN,
+                            kInfinity,
+                            -kInfinity,
+                            std::numeric_limits<float>::max(),
+                            std::numeric_limits<float>::denorm_min(),
+                            0.0F};
   return random->Of(kOdd);
 }
 
 inline int OddInt(RandomSource* random) {
-  constexpr int kOdd[] = {std::numeric_limits<int>::max(), std::numeric_limits<int>::min(), -1, 0};
+  constexpr int kOdd[] = {kMaxInt, kMinInt, -1, 0};
   return random->Of(kOdd);
 }
 

@@ -31,10 +31,7 @@ Outcome RunTool(std::vector<const char*> words) {
 }
 
 TEST(CommandLine, NamesWhatWasMeant) {
-  struct Case {
-    std::vector<const char*> words;
-    const char* fault;
-  };
+  using Case = std::tuple<std::vector<const char*>, const char*>;
   const Case cases[] = {
       {{"shwo", "x"}, "tool: there is no command 'shwo'; did you mean 'show'?\n"},
       {{"zebra"}, "tool: there is no command 'zebra'; expected one of show, link\n"},
@@ -48,10 +45,10 @@ TEST(CommandLine, NamesWhatWasMeant) {
       {{"--verison"}, "there is no option '--verison'; did you mean '--version'?\n"},
       {{"show", "x"}, "--output is required\nRun with --help for more information.\n"},
       {{"show", "x", "y", "-o", "z"}, "not expected: y\n"}};
-  for (const Case& c : cases) {
-    const Outcome outcome = RunTool(c.words);
-    EXPECT_EQ(outcome.status, 2) << c.fault;
-    EXPECT_NE(outcome.errors.find(c.fault), std::string::npos) << outcome.errors;
+  for (const auto& [words, fault] : cases) {
+    const Outcome outcome = RunTool(words);
+    EXPECT_EQ(outcome.status, 2) << fault;
+    EXPECT_NE(outcome.errors.find(fault), std::string::npos) << outcome.errors;
     EXPECT_EQ(outcome.output, "");
   }
 }

@@ -75,11 +75,7 @@ TEST(FlowSelection, DiagonalFollowsTheFirstEntryThatCounts) {
     std::vector<float> values;
     int32_t enabled = 1;
   };
-  const struct {
-    const char* what;
-    std::vector<Extension> entries;
-    bool expected;
-  } cases[] = {
+  const std::tuple<const char*, std::vector<Extension>, bool> cases[] = {
       {"no entries", {}, false},
       {"four", {{"HVSelection", {4, 0}}}, true},
       {"truncates down to four", {{"HVSelection", std::vector<float>(9, 4.9f)}}, true},
@@ -97,10 +93,10 @@ TEST(FlowSelection, DiagonalFollowsTheFirstEntryThatCounts) {
        true},
       {"the first that counts decides", {{"HVSelection", {0, 0}}, {"HVSelection", {4, 0}}}, false},
   };
-  for (const auto& c : cases) {
+  for (const auto& [what, entries, expected] : cases) {
     PdCamera camera;
-    for (const Extension& e : c.entries) camera.addExtension(e.name, e.values, e.enabled);
-    EXPECT_EQ(isDiagonalFlowEnable(&camera.tuning), c.expected) << c.what;
+    for (const Extension& e : entries) camera.addExtension(e.name, e.values, e.enabled);
+    EXPECT_EQ(isDiagonalFlowEnable(&camera.tuning), expected) << what;
   }
 }
 

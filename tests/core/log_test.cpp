@@ -25,18 +25,23 @@ TEST(Log, PrefixNamesLevelProcessTagPlaceAndFunction) {
   PDLIB_ENTRY_ERROR("d");
   PDLIB_ENTRY_INFO("e");
   PDLIB_LOG_LINE(Orvo::Log::kLevelWarning, pdlib::LogTag::kStats, "100%%");
+  const struct {
+    std::string text;
+    uint32_t level;
+  } expected[] = {
+      {Prefix("[ERROR]", "[STATS_AF]", line + 1) + "a 1", 1},
+      {Prefix("[ INFO]", "[STATS_AF]", line + 2) + "b", 4},
+      {Prefix("[ VERB]", "[STATS_AF]", line + 3) + "c", 5},
+      {Prefix("[ERROR]", "[VEK    ]", line + 4) + "d", 1},
+      {Prefix("[ INFO]", "[VEK    ]", line + 5) + "e", 4},
+      {Prefix("[ WARN]", "[STATS_AF]", line + 6) + "100%", 2},
+  };
   const auto lines = Orvo::Host::CapturedLog();
   ASSERT_EQ(lines.size(), 6u);
-  EXPECT_EQ(lines[0].text, Prefix("[ERROR]", "[STATS_AF]", line + 1) + "a 1");
-  EXPECT_EQ(lines[1].text, Prefix("[ INFO]", "[STATS_AF]", line + 2) + "b");
-  EXPECT_EQ(lines[2].text, Prefix("[ VERB]", "[STATS_AF]", line + 3) + "c");
-  EXPECT_EQ(lines[3].text, Prefix("[ERROR]", "[VEK    ]", line + 4) + "d");
-  EXPECT_EQ(lines[4].text, Prefix("[ INFO]", "[VEK    ]", line + 5) + "e");
-  EXPECT_EQ(lines[5].text, Prefix("[ WARN]", "[STATS_AF]", line + 6) + "100%");
-  const uint32_t levels[] = {1, 4, 5, 1, 4, 2};
   for (size_t i = 0; i < lines.size(); ++i) {
+    EXPECT_EQ(lines[i].text, expected[i].text);
     EXPECT_EQ(lines[i].group, Orvo::Log::kGroupStatsAF);
-    EXPECT_EQ(lines[i].level, levels[i]);
+    EXPECT_EQ(lines[i].level, expected[i].level);
   }
 }
 

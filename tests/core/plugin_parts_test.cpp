@@ -33,16 +33,9 @@ PDLibInitParam LcrInit(uint32_t format, uint32_t width) {
   return init;
 }
 
-struct StrideCase {
-  uint32_t format;
-  uint32_t width;
-  uint32_t formatAfter;
-  uint32_t stride;
-};
-
-TEST(LcrConfigure, DerivesFormatAndStride) {
+TEST(LcrConfigure, DerivesFormatStrideAndBlock) {
   const LogCapture log;
-  const StrideCase cases[] = {
+  const std::tuple<uint32_t, uint32_t, uint32_t, uint32_t> cases[] = {
       {1, 4000, 1, 5008},  // 5000 up to the next multiple of 16
       {2, 4000, 2, 8000},
       {2, 4001, 2, 8016},
@@ -54,33 +47,26 @@ TEST(LcrConfigure, DerivesFormatAndStride) {
       {2, 0xffffffffu, 2, 0xfffffff0u},
   };
   const tessarinePDLibType tuning{};
-  for (const StrideCase& c : cases) {
-    PDLibInitParam init = LcrInit(c.format, c.width);
+  for (const auto& [format, width, formatAfter, stride] : cases) {
+    PDLibInitParam init = LcrInit(format, width);
     EXPECT_EQ(PDLibLCRConfigure(&init, &tuning), kPDLibSuccess);
-    const PDLibLcrBufferData& buffer = init.bufferDataInfo.lcrBufferData;
-    EXPECT_EQ(buffer.bufferFormat, c.formatAfter) << c.format;
-    EXPECT_EQ(buffer.isp1BufferStride, c.stride) << c.format << " " << c.width;
-    EXPECT_EQ(buffer.isp1BufferWidth, c.width);
+    PDLibLcrBufferData& buffer = init.bufferDataInfo.lcrBufferData;
+    EXPECT_EQ(buffer.bufferFormat, formatAfter) << format;
+    EXPECT_EQ(buffer.isp1BufferStride, stride) << format << " " << width;
+    EXPECT_EQ(buffer.isp1BufferWidth, width);
     EXPECT_EQ(buffer.ispBufferHeight, 3000u);
     EXPECT_EQ(buffer.isp2BufferWidth, 0u);
     EXPECT_EQ(buffer.imageOverlap, 0u);
     EXPECT_EQ(buffer.isp2BufferStride, 13u);
     EXPECT_EQ(buffer.isp2ImageOffset, 14u);
-  }
-}
-
-TEST(LcrConfigure, CarriesTheBlockWithoutLines) {
-  PDLibInitParam init = LcrInit(1, 4000);
-  const tessarinePDLibType tuning{};
-  PDLibLCRConfigure(&init, &tuning);
-  for (const PDLibLcrBlockPattern* pattern :
-       {&init.nativePatternInfo.lcrBlockPattern,
-        &init.bufferDataInfo.lcrBufferData.isp1BlockPattern}) {
-    EXPECT_EQ(pattern->lineCount, 0);
-    EXPECT_EQ(pattern->horizontalPDOffset, 24u);
-    EXPECT_EQ(pattern->verticalPDOffset, 8u);
-    EXPECT_EQ(pattern->blockDimension.width, 16u);
-    EXPECT_EQ(pattern->blockDimension.height, 32u);
+    for (const auto* pattern :
+         {&init.nativePatternInfo.lcrBlockPattern, &buffer.isp1BlockPattern}) {
+      EXPECT_EQ(pattern->lineCount, 0);  // the block without its lines
+      EXPECT_EQ(pattern->horizontalPDOffset, 24u);
+      EXPECT_EQ(pattern->verticalPDOffset, 8u);
+      EXPECT_EQ(pattern->blockDimension.width, 16u);
+      EXPECT_EQ(pattern->blockDimension.height, 32u);
+    }
   }
 }
 

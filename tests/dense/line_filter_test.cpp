@@ -45,6 +45,8 @@ TEST_P(LineFilter, EveryLengthAndContent) {
       {{0, 0, 0}, {0.5f, 0, 0}},                // halves, to be rounded away from 0
       {{0, 0, 0}, {-0.5f, 0, 0}},
       {{0, 0, 0}, {NAN, 0, 0}},
+      {{0, 0, 0}, {32766 / 65535.0f, 0, 0}},  // one short of either limit at full scale
+      {{0, 0, 0}, {-32767 / 65535.0f, 0, 0}},
   };
   Random any(11);
   const auto coefficient = [&any] { return static_cast<float>(any.Below(4001)) / 1000 - 2; };

@@ -119,7 +119,10 @@ TYPED_TEST(Flow, FirstCallMeasuresTheCentre) {
        {std::pair{"end", 18u}, {"beyond", 20u}, {"start", 6u}, {"above", 1u}}) {
     LogCapture log(1);
     FlowRun<TypeParam> whole, run;
-    for (auto* each : {&whole, &run}) this->start(*each, 4);
+    for (auto* each : {&whole, &run}) {
+      each->camera.param.lensPosition = 5;
+      this->start(*each, 4);
+    }
     ASSERT_EQ(whole.frame(), kPDStatusOk);
     const uint32_t lines = run.camera.imageHeight() * inTwentyFourths / 24;
     std::memset(static_cast<void*>(&run.output), 0x5A, sizeof run.output);
@@ -136,9 +139,13 @@ TYPED_TEST(Flow, FirstCallMeasuresTheCentre) {
                         "lines " +
                         std::to_string(lines)),
               inTwentyFourths == 1 ? 1 : 0);
-    run.camera.exposeShifted(-4);  // too late for this frame
-    ASSERT_EQ(run.frame(), kPDStatusOk);
-    EXPECT_TRUE(SameResults(run.output, whole.output)) << part;
+    run.camera.exposeShifted(-4);  // too late for this frame, as is the lens
+    run.camera.param.lensPosition = 9;
+    for (const uint32_t later : {run.camera.imageHeight() - 1, run.camera.imageHeight()}) {
+      ASSERT_EQ(run.call(later), kPDStatusOk);
+      EXPECT_TRUE(SameResults(run.output, whole.output)) << part << later;
+      EXPECT_NE(log.texts().back().find("cur_lens_pos 5 "), std::string::npos) << part << later;
+    }
     ASSERT_EQ(run.frame(), kPDStatusOk);
     EXPECT_FALSE(SameResults(run.output, whole.output)) << part;
   }

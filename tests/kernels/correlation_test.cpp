@@ -1,10 +1,9 @@
 #include <algorithm>
 #include <numeric>
 
-#include "base/pdlib_log.h"
-#include "host/orvo_host.h"
 #include "kernel_inputs.h"
 #include "kernels/pd_core_correlation.h"
+#include "support/log_capture.h"
 
 namespace {
 
@@ -13,12 +12,10 @@ using kernel_test::Random;
 using kernel_test::Samples;
 
 TEST(NormShift, IsTheLeastThatReachesTheRows) {
-  const struct {
-    uint16_t rows;
-    int shift;
-  } cases[] = {{0, 0}, {1, 0}, {2, 1},      {3, 2},      {4, 2},      {5, 3},
-               {8, 3}, {9, 4}, {16384, 14}, {32768, 15}, {32769, 16}, {65535, 16}};
-  for (const auto& c : cases) EXPECT_EQ(norm_shift(c.rows), c.shift) << c.rows;
+  const std::tuple<uint16_t, int> cases[] = {{0, 0},      {1, 0},      {2, 1},      {3, 2},
+                                             {4, 2},      {5, 3},      {8, 3},      {9, 4},
+                                             {16384, 14}, {32768, 15}, {32769, 16}, {65535, 16}};
+  for (const auto& [rows, shift] : cases) EXPECT_EQ(norm_shift(rows), shift) << rows;
 }
 
 // The definition, in 64 bits.
@@ -56,32 +53,6 @@ TEST(Sad, FollowsItsDefinition) {
       }
     }
   }
-}
-
-TEST(Sad, FindsTheShiftBetweenTheImages) {
-  Random random(2);
-  const Samples scene(400, random, Content::kFullRange);
-  for (int shift : {-10, -3, 0, 4, 10}) {
-    constexpr int16_t kOffset = 10;
-    int sads[21];
-    // left[j] = right[j - shift]
-    pd_core_sad(scene.data() + 50 - shift, scene.data() + 50, 2, 100, 150, sads, kOffset, 21);
-    const auto least = std::min_element(std::begin(sads), std::end(sads));
-    EXPECT_EQ(*least, 0);
-    EXPECT_EQ(least - sads - kOffset, shift);
-  }
-}
-
-// Three rows of one difference of 3: 9 >> 2 in one go, 3 >> 2 in each row.
-TEST(Sad, UpTo24ShiftsAreNormalisedOnceAndMoreRowByRow) {
-  const Samples zeros(3 * 25);
-  Samples threes(3 * 25);
-  std::fill(threes.begin(), threes.end(), uint16_t{3});
-  int sads[25];
-  pd_core_sad(threes.data(), zeros.data(), 3, 24, 25, sads, 0, 24);
-  EXPECT_TRUE(std::all_of(sads, sads + 24, [](int sad) { return sad == 2; }));
-  pd_core_sad(threes.data(), zeros.data(), 3, 25, 25, sads, 0, 25);
-  EXPECT_TRUE(std::all_of(sads, sads + 25, [](int sad) { return sad == 0; }));
 }
 
 TEST(Sad, WithoutRowsOrOutput) {
@@ -219,32 +190,18 @@ TEST(Confidence, MeasuresTheDepthOfTheMinimum) {
   }
 }
 
-TEST(Confidence, OfAFlatImageIsZero) {
+TEST(Confidence, OfAFlatImageIsZeroAndLogged) {
   const int sad[] = {100, 40, 100};  // mean 80
-  const struct {
-    int16_t level;
-    bool trusted;
-  } cases[] = {{-5, true}, {0, true}, {79, true}, {80, true}, {81, false}, {32767, false}};
-  for (const auto& c : cases) {
+  for (const int16_t level : std::initializer_list<int16_t>{-5, 0, 79, 80, 81, 32767}) {
+    const test::LogCapture log(level == 81 ? 2 : 0);
     unsigned short confidence = 7;
-    pd_core_conf(sad, 3, 1, 1, 140, c.level, &confidence);
-    EXPECT_EQ(confidence, c.trusted ? 512 : 0) << c.level;  // (1 - 120/240) * 1024
+    pd_core_conf(sad, 3, 1, 1, 140, level, &confidence);
+    EXPECT_EQ(confidence, level <= 80 ? 512 : 0) << level;  // (1 - 120/240) * 1024
+    if (level != 81) continue;
+    EXPECT_EQ(log.texts(),
+              (std::vector<std::string>{"min_mean_sad_level = 81 sad_len=3",
+                                        "sad_sum = 240 min_mean_sad_level = 81 sad_len=3"}));
   }
-}
-
-TEST(Confidence, LogsTheLevelTest) {
-  const int sad[] = {100, 40, 100};
-  unsigned short confidence = 7;
-  Orvo::Host::StartLogCapture();
-  PDLIB_LOG = 2;
-  pd_core_conf(sad, 3, 1, 1, 140, 81, &confidence);
-  PDLIB_LOG = 0;
-  pd_core_conf(sad, 3, 1, 1, 140, 81, &confidence);
-  const auto lines = Orvo::Host::StopLogCapture();
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_NE(lines[0].text.find("min_mean_sad_level = 81 sad_len=3"), std::string::npos);
-  EXPECT_NE(lines[1].text.find("sad_sum = 240 min_mean_sad_level = 81 sad_len=3"),
-            std::string::npos);
 }
 
 }  // namespace

@@ -59,23 +59,14 @@ class FilterForms : public kernel_test::FastForm {
   }
 };
 
-TEST_P(FilterForms, EveryCountOfColumnsAroundTheVectors) {
+// Every count of columns and of rows around the vectors, and extremes.
+TEST_P(FilterForms, GiveTheScalarImage) {
   for (const Filter& filter : Filters()) {
     for (int cols = 1; cols <= 53; ++cols) {
       Compare(filter, 3, cols, Content::kFullRange);
       Compare(filter, 17, cols, Content::kTenBit);
     }
-  }
-}
-
-TEST_P(FilterForms, EveryCountOfRowsAroundTheVectors) {
-  for (const Filter& filter : Filters()) {
     for (int rows = 0; rows <= 41; ++rows) Compare(filter, rows, 19, Content::kFullRange);
-  }
-}
-
-TEST_P(FilterForms, Extremes) {
-  for (const Filter& filter : Filters()) {
     for (Content content : kernel_test::kContents) Compare(filter, 20, 300, content);
   }
 }

@@ -1,21 +1,15 @@
 // Runs every form of every kernel on the same input and prints one digest per form, then one of the
 // whole correlation in the best form, floating-point results included. All lines of all builds must
 // agree: whatever the form, the compiler, the optimisation level and the processor.
-#include <cinttypes>
 #include <cstdarg>
-#include <cstdio>
-#include <cstring>
-#include <numeric>
 #include <vector>
 
 #include "base/pdlib_log.h"
 #include "kernels/kernel_table.h"
 #include "kernels/pd_core_correlation.h"
 #include "kernels/pd_core_filters.h"
-
-// The kernels are linked without the rest of the library: no log.
-PDLibSwitch PDLIB_LOG;
-void pdlib::WriteLog(const LogSource&, const char*, ...) {}
+#include "parse_pattern.h"
+#include "support/digest.h"
 
 namespace {
 
@@ -32,28 +26,7 @@ class Random {
   uint64_t state_;
 };
 
-// FNV-1a over the little-endian bytes of each value.
-class Digest {
- public:
-  template <class Value>
-  void Add(Value value) {
-    static_assert(sizeof(Value) <= 8);
-    uint64_t bits = 0;
-    std::memcpy(&bits, &value, sizeof value);
-    for (size_t i = 0; i < sizeof value; ++i) {
-      hash_ = (hash_ ^ (bits >> (8 * i) & 0xff)) * 0x100000001b3u;
-    }
-  }
-  template <class Value>
-  void AddAll(const std::vector<Value>& values) {
-    for (const Value value : values) Add(value);
-  }
-  void Print(const char* name) const { std::printf("%s %016" PRIx64 "\n", name, hash_); }
-
- private:
-  uint64_t hash_ = 0xcbf29ce484222325u;
-};
-
+using test::Digest;
 using Image = std::vector<uint16_t>;
 
 Image MakeImage(uint64_t seed, int count, uint32_t range) {
@@ -116,37 +89,21 @@ void DigestParsers(Digest& digest, int pairs, int blocks, uint32_t range) {
   Random random(static_cast<uint64_t>(pairs));
   const uint32_t step = static_cast<uint32_t>(pairs) * 4;
   const size_t count = static_cast<size_t>(pairs * blocks);
-  std::vector<uint32_t> left(static_cast<size_t>(pairs)), right(left);
-  std::vector<uint8_t> last(left.size());
-  Image gainIndex(left.size());
-  for (size_t i = 0; i < left.size(); ++i) {
-    left[i] = random.Below(step);
-    right[i] = random.Below(step);
-    last[i] = i % 2 == 1 || i + 1 == left.size();
-    gainIndex[i] = static_cast<uint16_t>(random.Below(3));
+  kernel_test::ParsePattern pattern{{}, {}, {}, {}, {}, blocks, step};
+  for (int i = 0; i < pairs; ++i) {
+    pattern.leftOffset.push_back(random.Below(step));
+    pattern.rightOffset.push_back(random.Below(step));
+    pattern.leftLast.push_back(i % 2 == 1 || i + 1 == pairs);
+    pattern.gainIndex.push_back(static_cast<uint16_t>(random.Below(3)));
   }
+  pattern.rightLast = pattern.leftLast;
   const Image line = MakeImage(3, static_cast<int>(step) * blocks, range);
   Image gain = MakeImage(4, static_cast<int>(count) + 3, 300);
   for (uint16_t& entry : gain) entry = static_cast<uint16_t>(entry + 200);
-  const uint8_t* bytes = reinterpret_cast<const uint8_t*>(line.data());
 
   Image outLeft(count), outRight(count), rawLeft(count), rawRight(count);
   pdlib::ParseSink sink = {outLeft.data(), outRight.data(), rawLeft.data(), rawRight.data(), 0, 0};
-  const pdlib::ParseRow row = {bytes,
-                               2,
-                               blocks,
-                               step,
-                               pairs,
-                               left.data(),
-                               right.data(),
-                               last.data(),
-                               last.data(),
-                               gainIndex.data(),
-                               gain.data(),
-                               gain.data() + 1,
-                               2,
-                               64,
-                               8};
+  const pdlib::ParseRow row = pattern.Row(line.data(), gain.data(), gain.data() + 1);
   // Enough rows for sums that single precision no longer holds exactly.
   for (int repeat = 0; repeat < 40; ++repeat) {
     sink.left = outLeft.data();
@@ -159,12 +116,10 @@ void DigestParsers(Digest& digest, int pairs, int blocks, uint32_t range) {
   }
   for (const Image* image : {&outLeft, &outRight, &rawLeft, &rawRight}) digest.AddAll(*image);
 
-  const pdlib::OptimizedParseRow optimized = {
-      bytes, 2, blocks, step, pairs, left.data(), right.data(), gain.data(), gain.data() + 2, 64};
   float leftSum = 0;
   float rightSum = 0;
-  pdlib::Kernels().parseRowOptimized(optimized, outLeft.data(), outRight.data(), &leftSum,
-                                     &rightSum);
+  pdlib::Kernels().parseRowOptimized(kernel_test::Optimized(row, gain.data(), gain.data() + 2),
+                                     outLeft.data(), outRight.data(), &leftSum, &rightSum);
   digest.Add(leftSum);
   digest.Add(rightSum);
   digest.AddAll(outLeft);
@@ -254,7 +209,7 @@ void DigestMeasurement(Digest& digest) {
 
 }  // namespace
 
-int main() {
+void DigestKernels() {
   for (auto form = pdlib::AvailableKernels(); *form != nullptr; ++form) {
     pdlib::SelectKernels((*form)->name);
     Digest digest;

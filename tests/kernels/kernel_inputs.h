@@ -13,25 +13,11 @@
 #include <vector>
 
 #include "kernels/kernel_table.h"
+#include "support/random.h"
 
 namespace kernel_test {
 
-// A generator of our own: the same numbers in every standard library.
-class Random {
- public:
-  explicit Random(uint64_t seed) : state_(seed) {}
-
-  uint32_t Next() {
-    state_ += 0x9e3779b97f4a7c15u;
-    uint64_t mixed = (state_ ^ state_ >> 30) * 0xbf58476d1ce4e5b9u;
-    mixed = (mixed ^ mixed >> 27) * 0x94d049bb133111ebu;
-    return static_cast<uint32_t>(mixed >> 32);
-  }
-  uint32_t Below(uint32_t limit) { return Next() % limit; }
-
- private:
-  uint64_t state_;
-};
+using test::Random;
 
 enum class Content { kFullRange, kTenBit, kExtremes, kAllMax };
 inline constexpr Content kContents[] = {Content::kFullRange, Content::kTenBit, Content::kExtremes,

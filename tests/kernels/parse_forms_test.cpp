@@ -1,16 +1,18 @@
 // Every fast form of the parsers gives the scalar form's samples and sums, and touches nothing but
 // the pixels, gains and samples that it uses.
 #include <algorithm>
-#include <numeric>
 
-#include "kernel_inputs.h"
+#include "parse_run.h"
 
 namespace {
 
 using kernel_test::Content;
+using kernel_test::Parse;
+using kernel_test::ParseOptimized;
+using kernel_test::ParsePattern;
+using kernel_test::PixelsOf;
 using kernel_test::Random;
 using kernel_test::Samples;
-using pdlib::KernelTable;
 
 enum class Folding { kOne, kTwo, kFour, kAll, kIrregular, kOpen };
 enum class Gains { kOnePerBlock, kSome, kExtreme };
@@ -32,92 +34,55 @@ struct ParseCase {
 class Scene {
  public:
   explicit Scene(const ParseCase& c)
-      : c_(c),
-        random_(static_cast<uint64_t>(c.blocks * 1000 + c.pairs)),
-        blockStep_(static_cast<uint32_t>(c.pairs) * 3),
-        gainStep_(c.gains == Gains::kOnePerBlock ? 1 : 3),
-        left_(Offsets()),
-        right_(Offsets()),
-        leftLast_(Flags()),
-        rightLast_(Flags()) {
-    for (int i = 0; i < c.pairs; ++i) {
-      gainIndex_.push_back(
-          static_cast<uint16_t>(c.gains == Gains::kOnePerBlock ? 2 : random_.Below(5)));
-    }
+      : c_(c), random_(static_cast<uint64_t>(c.blocks * 1000 + c.pairs)), pattern_(Pattern()) {
     FillLine();
-    const uint32_t lastGain = *std::max_element(gainIndex_.begin(), gainIndex_.end()) +
-                              static_cast<uint32_t>(c.blocks - 1) * gainStep_;
+    const uint32_t lastGain =
+        *std::max_element(pattern_.gainIndex.begin(), pattern_.gainIndex.end()) +
+        static_cast<uint32_t>(c.blocks - 1) * pattern_.gainStep;
     leftGain_ = GainMap(lastGain + 1);
     rightGain_ = GainMap(lastGain + 1);
   }
 
   pdlib::ParseRow row() const {
-    return {.line = line(),
-            .bytesPerPixel = c_.bytesPerPixel,
-            .blockCount = c_.blocks,
-            .blockStep = blockStep_,
-            .pairCount = c_.pairs,
-            .leftOffset = left_.data(),
-            .rightOffset = right_.data(),
-            .leftLast = leftLast_.data(),
-            .rightLast = rightLast_.data(),
-            .gainIndex = gainIndex_.data(),
-            .leftGain = leftGain_->data(),
-            .rightGain = rightGain_->data(),
-            .gainStep = gainStep_,
-            .blackLevel = c_.blackLevel,
-            .shift = c_.shift};
+    return pattern_.Row(line_->data() + kLineOffset, leftGain_->data(), rightGain_->data());
   }
-
-  pdlib::OptimizedParseRow optimizedRow(const uint16_t* leftGain, const uint16_t* rightGain) const {
-    return {.line = line(),
-            .bytesPerPixel = c_.bytesPerPixel,
-            .blockCount = c_.blocks,
-            .blockStep = blockStep_,
-            .pairCount = c_.pairs,
-            .leftOffset = left_.data(),
-            .rightOffset = right_.data(),
-            .leftGain = leftGain,
-            .rightGain = rightGain,
-            .blackLevel = c_.blackLevel};
-  }
-
-  size_t leftSamples() const { return SamplesPerRow(leftLast_); }
-  size_t rightSamples() const { return SamplesPerRow(rightLast_); }
-  size_t pixels() const { return static_cast<size_t>(c_.blocks) * static_cast<size_t>(c_.pairs); }
 
  private:
-  const uint8_t* line() const { return line_->data() + kLineOffset; }
-
-  size_t SamplesPerRow(const std::vector<uint8_t>& last) const {
-    return static_cast<size_t>(std::accumulate(last.begin(), last.end(), 0) * c_.blocks);
-  }
-
-  std::vector<uint32_t> Offsets() {
-    std::vector<uint32_t> offsets;
-    for (int i = 0; i < c_.pairs; ++i) offsets.push_back(random_.Below(blockStep_ * 2));
-    return offsets;
-  }
-
-  std::vector<uint8_t> Flags() {
-    std::vector<uint8_t> last(static_cast<size_t>(c_.pairs));
+  ParsePattern Pattern() {
+    const uint32_t step = static_cast<uint32_t>(c_.pairs) * 3;
+    const bool isOne = c_.gains == Gains::kOnePerBlock;
+    ParsePattern pattern{
+        {},      {}, {}, {}, {}, c_.blocks, step, isOne ? 1u : 3u, c_.bytesPerPixel, c_.blackLevel,
+        c_.shift};
     for (int i = 0; i < c_.pairs; ++i) {
-      bool ends = i + 1 == c_.pairs && c_.folding != Folding::kOpen;
-      if (c_.folding == Folding::kOne) ends = true;
-      if (c_.folding == Folding::kTwo) ends |= i % 2 == 1;
-      if (c_.folding == Folding::kOpen) ends |= i % 2 == 0 && i + 1 < c_.pairs;
-      if (c_.folding == Folding::kFour) ends |= i % 4 == 3;
-      if (c_.folding == Folding::kIrregular) ends |= random_.Below(3) == 0;
-      last[static_cast<size_t>(i)] = ends;
+      pattern.leftOffset.push_back(random_.Below(step * 2));
+      pattern.rightOffset.push_back(random_.Below(step * 2));
+      pattern.leftLast.push_back(IsLast(i));
+      pattern.rightLast.push_back(IsLast(i));
+      pattern.gainIndex.push_back(static_cast<uint16_t>(isOne ? 2 : random_.Below(5)));
     }
-    return last;
+    return pattern;
+  }
+
+  bool IsLast(int pair) {
+    const bool endsBlock = pair + 1 == c_.pairs;
+    switch (c_.folding) {
+      case Folding::kOne: return true;
+      case Folding::kTwo: return endsBlock || pair % 2 == 1;
+      case Folding::kFour: return endsBlock || pair % 4 == 3;
+      case Folding::kAll: return endsBlock;
+      case Folding::kIrregular: return random_.Below(3) == 0 || endsBlock;
+      case Folding::kOpen: return !endsBlock && pair % 2 == 0;
+    }
+    return false;
   }
 
   void FillLine() {
-    const uint32_t lastOffset = std::max(*std::max_element(left_.begin(), left_.end()),
-                                         *std::max_element(right_.begin(), right_.end()));
+    uint32_t lastOffset = 0;
+    for (const auto* offsets : {&pattern_.leftOffset, &pattern_.rightOffset})
+      for (uint32_t offset : *offsets) lastOffset = std::max(lastOffset, offset);
     const size_t pixels =
-        size_t{lastOffset} + size_t{blockStep_} * static_cast<size_t>(c_.blocks - 1) + 1;
+        size_t{lastOffset} + size_t{pattern_.blockStep} * static_cast<size_t>(c_.blocks - 1) + 1;
     const size_t bytes = kLineOffset + pixels * static_cast<size_t>(c_.bytesPerPixel);
     line_ = std::make_unique<kernel_test::Guarded<uint8_t>>(bytes);
     for (uint8_t& byte : *line_) byte = static_cast<uint8_t>(random_.Next());
@@ -137,62 +102,26 @@ class Scene {
   static constexpr size_t kLineOffset = 1;
   ParseCase c_;
   Random random_;
-  uint32_t blockStep_;
-  uint32_t gainStep_;
-  std::vector<uint32_t> left_, right_;
-  std::vector<uint8_t> leftLast_, rightLast_;
-  std::vector<uint16_t> gainIndex_;
+  ParsePattern pattern_;
   std::unique_ptr<kernel_test::Guarded<uint8_t>> line_;
   std::unique_ptr<Samples> leftGain_, rightGain_;
 };
-
-struct Parsed {
-  std::vector<uint16_t> left, right, leftRaw, rightRaw;
-  float leftSum, rightSum;
-  bool operator==(const Parsed&) const = default;
-};
-
-Parsed Parse(const KernelTable& form, const ParseCase& c, const Scene& scene) {
-  Samples left(scene.leftSamples()), right(scene.rightSamples());
-  Samples leftRaw(scene.pixels()), rightRaw(scene.pixels());
-  pdlib::ParseSink sink = {left.data(),
-                           right.data(),
-                           c.raw ? leftRaw.data() : nullptr,
-                           c.raw ? rightRaw.data() : nullptr,
-                           c.startSum,
-                           c.startSum / 2};
-  form.parseRow(scene.row(), sink);
-  EXPECT_EQ(sink.left, left.end());
-  EXPECT_EQ(sink.right, right.end());
-  if (c.raw) {
-    EXPECT_EQ(sink.leftRaw, leftRaw.end());
-    EXPECT_EQ(sink.rightRaw, rightRaw.end());
-  }
-  return {left.values(),     right.values(), leftRaw.values(),
-          rightRaw.values(), sink.leftSum,   sink.rightSum};
-}
-
-Parsed ParseOptimized(const KernelTable& form, const ParseCase& c, const Scene& scene) {
-  Random random(3);
-  const Content content = c.gains == Gains::kExtreme ? Content::kFullRange : Content::kTenBit;
-  const Samples leftGain(scene.pixels(), random, content);
-  const Samples rightGain(scene.pixels(), random, content);
-  Samples left(scene.pixels()), right(scene.pixels());
-  float leftSum = c.startSum;
-  float rightSum = c.startSum / 2;
-  form.parseRowOptimized(scene.optimizedRow(leftGain.data(), rightGain.data()), left.data(),
-                         right.data(), &leftSum, &rightSum);
-  return {left.values(), right.values(), {}, {}, leftSum, rightSum};
-}
 
 class ParseForms : public kernel_test::FastForm {
  protected:
   void Compare(const ParseCase& c) {
     const Scene scene(c);
-    EXPECT_TRUE(Parse(fast(), c, scene) == Parse(kernel_test::ScalarForm(), c, scene))
+    const pdlib::ParseRow row = scene.row();
+    Random random(3);
+    const Content content = c.gains == Gains::kExtreme ? Content::kFullRange : Content::kTenBit;
+    const Samples leftGain(PixelsOf(row), random, content);
+    const Samples rightGain(PixelsOf(row), random, content);
+    const auto optimized = kernel_test::Optimized(row, leftGain.data(), rightGain.data());
+    const pdlib::KernelTable& scalar = kernel_test::ScalarForm();
+    EXPECT_TRUE(Parse(fast(), row, c.startSum, c.raw) == Parse(scalar, row, c.startSum, c.raw))
         << c.blocks << " blocks of " << c.pairs << " pairs";
-    EXPECT_TRUE(ParseOptimized(fast(), c, scene) ==
-                ParseOptimized(kernel_test::ScalarForm(), c, scene))
+    EXPECT_TRUE(ParseOptimized(fast(), optimized, c.startSum) ==
+                ParseOptimized(scalar, optimized, c.startSum))
         << c.blocks << " blocks of " << c.pairs << " pairs, optimized";
   }
 };
@@ -241,15 +170,10 @@ TEST_P(ParseForms, SumsKeepTheirOrderWhereItMatters) {
 }
 
 TEST_P(ParseForms, NoBlocksGiveNothing) {
-  ParseCase c = {.blocks = 1, .pairs = 8};
-  const Scene scene(c);
+  const Scene scene({.blocks = 1, .pairs = 8});
   pdlib::ParseRow row = scene.row();
   row.blockCount = 0;
-  pdlib::ParseSink sink = {nullptr, nullptr, nullptr, nullptr, 7, 8};
-  fast().parseRow(row, sink);
-  EXPECT_EQ(sink.left, nullptr);
-  EXPECT_EQ(sink.leftSum, 7);
-  EXPECT_EQ(sink.rightSum, 8);
+  EXPECT_TRUE(Parse(fast(), row, 7) == (kernel_test::Parsed{{}, {}, {}, {}, 7, 3.5f}));
 }
 
 FOR_EACH_FAST_FORM(ParseForms);

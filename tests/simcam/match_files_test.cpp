@@ -3,9 +3,10 @@
 
 #include <fstream>
 
-#include "errors.h"
 #include "match_run.h"
 #include "picture_file.h"
+#include "scene.h"
+#include "small_sensor.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -19,6 +20,10 @@ constexpr const char* kPng16 =
 constexpr const char* kPng8 =
     "89504e470d0a1a0a0000000d4948445200000002000000010800000000d14920560000000e4944415478010103"
     "00fcff0007c800d900d01fad24f80000000049454e44ae426082";
+// 64 x 16 pixels of one bit, dark on the left half.
+constexpr const char* kHalf =
+    "89504e470d0a1a0a0000000d49484452000000400000001001000000008e9c4484000000114944415478da6360"
+    "0082ff40c030381800700f3fc1d93901090000000049454e44ae426082";
 
 std::string Bytes(const std::string& hex) {
   std::string bytes;
@@ -35,25 +40,11 @@ class MatchFiles : public testing::Test {
     return path;
   }
 
-  template <class Load>
-  static std::string ErrorOf(Load load) {
-    try {
-      load();
-    } catch (const InputError& error) {
-      return error.what();
-    }
-    return "accepted";
-  }
-
   const test::TempFolder folder_;
 };
 
 TEST_F(MatchFiles, GreyPicturesComeAsTheyAre) {
-  struct Case {
-    std::string content;
-    int bits;
-    std::vector<uint16_t> codes;
-  };
+  using Case = std::tuple<std::string, int, std::vector<uint16_t>>;
   const std::vector<Case> cases = {
       {std::string("P5\n3 1\n255\n\x01\x02\xff", 14), 8, {1, 2, 255}},
       {std::string("P5 # made by hand\n# 3 wide\n 3\t1 # and low\n255 \0\x20\n", 50),
@@ -65,12 +56,12 @@ TEST_F(MatchFiles, GreyPicturesComeAsTheyAre) {
       {Bytes(kPng16), 16, {0x1234, 0xfffe}},
       {Bytes(kPng8), 8, {7, 200}},
   };
-  for (const Case& c : cases) {
-    const GreyPicture picture = LoadGreyPicture(Write("a.pgm", c.content));
-    EXPECT_EQ(picture.bits, c.bits);
-    EXPECT_EQ(picture.width, static_cast<int>(c.codes.size()));
+  for (const auto& [content, bits, codes] : cases) {
+    const GreyPicture picture = LoadGreyPicture(Write("a.pgm", content));
+    EXPECT_EQ(picture.bits, bits);
+    EXPECT_EQ(picture.width, static_cast<int>(codes.size()));
     EXPECT_EQ(picture.height, 1);
-    EXPECT_EQ(picture.codes, c.codes);
+    EXPECT_EQ(picture.codes, codes);
   }
 }
 
@@ -96,11 +87,20 @@ TEST_F(MatchFiles, BadPicturesAreNamed) {
   };
   for (const Case& c : cases) {
     const std::string path = Write("b.pgm", c.content);
-    const std::string error = ErrorOf([&] { LoadGreyPicture(path); });
+    const std::string error = test::ErrorOf([&] { LoadGreyPicture(path); });
     EXPECT_EQ(error.rfind(path + ": expected a PGM (P5) or PNG picture of 8 or 16 bits, ", 0), 0u);
     EXPECT_NE(error.find(c.message), std::string::npos) << error;
   }
-  EXPECT_NE(ErrorOf([] { LoadGreyPicture("/nosuch.pgm"); }).find("/nosuch.pgm"), std::string::npos);
+  EXPECT_NE(test::ErrorOf([] { LoadGreyPicture("/nosuch.pgm"); }).find("/nosuch.pgm"),
+            std::string::npos);
+}
+
+// A dark half fills a square by its middle: 16 of its columns.
+TEST_F(MatchFiles, APhotographFillsTheImage) {
+  const Image image =
+      MakeScene(Write("half.png", Bytes(kHalf)), 64, 64, 1)->Render({-8, 0, 72, 64});
+  for (int x : {0, 8, 36}) EXPECT_EQ(image.Row(30)[x], 0) << x;
+  for (int x : {40, 60, 79}) EXPECT_FLOAT_EQ(image.Row(30)[x], 1) << x;
 }
 
 // A white field of 160 x 26 pixels: an interval of the map's columns is ten of them.
@@ -168,7 +168,8 @@ TEST_F(MatchFiles, BadGainsAreNamed) {
   };
   for (const Case& c : cases) {
     const std::string path = Write("g", c.text);
-    const std::string error = ErrorOf([&] { LoadGainMaps(Write("other", c.other), path, 20); });
+    const std::string error =
+        test::ErrorOf([&] { LoadGainMaps(Write("other", c.other), path, 20); });
     EXPECT_EQ(error.rfind(path, 0), 0u) << error;
     EXPECT_NE(error.find(c.message), std::string::npos) << c.text << ": " << error;
   }

@@ -10,7 +10,6 @@ namespace {
 
 using nlohmann::json;
 using PdcamLearn = test::PdcamProcess;
-using test::Outcome;
 
 // Of the sensor s16: 12 codes per pixel, in defocus units of a sixteenth of a code.
 constexpr int kCalibratedK = 12 * 16;
@@ -42,19 +41,13 @@ std::vector<int> MediansOf(const json& result) {
 }
 
 TEST_F(PdcamLearn, FindsTheTrueCoefficientAndStartsFromItAgain) {
-  struct Case {
-    const char* factor;
-    double trueK;
-  };
-  for (const Case& c : {Case{"0.8", 0.8 * kCalibratedK}, Case{"1.25", 1.25 * kCalibratedK}}) {
-    const std::string folder = Path(c.factor);
+  for (const std::string factor : {"0.8", "1.25"}) {
+    const double trueK = std::stod(factor) * kCalibratedK;
+    const std::string folder = Path(factor);
     const std::string arguments = "learn --json --sequences 8 --roi 0.3 0.3 0.55 0.55 --k-error " +
-                                  std::string(c.factor) + " --data-dir " + folder;
-    const Outcome outcome = Run(arguments);
-    ASSERT_EQ(outcome.status, 0) << outcome.errors;
-    EXPECT_EQ(outcome.errors, "");
-    const json result = json::parse(outcome.output);
-    EXPECT_NEAR(result["true_k"], c.trueK, 1e-6);
+                                  factor + " --data-dir " + folder;
+    const json result = RunJson(arguments);
+    EXPECT_NEAR(result["true_k"], trueK, 1e-6);
     EXPECT_EQ(result["blob_bytes"], 960);
     EXPECT_EQ(result["propagated"], true);
     ASSERT_EQ(result["sequences"].size(), 8u);
@@ -65,7 +58,7 @@ TEST_F(PdcamLearn, FindsTheTrueCoefficientAndStartsFromItAgain) {
     EXPECT_EQ(second["propagated"], false);
     EXPECT_EQ(second["started_from_file"], true);
     for (const json& sequence : second["sequences"]) {
-      EXPECT_NEAR(sequence["k_used"].get<double>() / c.trueK, 1, 0.05);
+      EXPECT_NEAR(sequence["k_used"].get<double>() / trueK, 1, 0.05);
       EXPECT_LE(sequence["frames_to_focus"], result["sequences"][0]["frames_to_focus"]);
       EXPECT_LT(sequence["overshoot_steps"], 1);
     }
@@ -75,12 +68,11 @@ TEST_F(PdcamLearn, FindsTheTrueCoefficientAndStartsFromItAgain) {
     ASSERT_EQ(file.size(), 960u);
     const std::vector<int> medians = MediansOf(file);
     EXPECT_EQ(MediansOf(second), medians);
-    const json again = json::parse(Run(arguments).output);
+    const json again = RunJson(arguments);
     EXPECT_EQ(again["propagated"], false);
     EXPECT_EQ(again["started_from_file"], true);
     for (size_t i : {0, 1})
-      EXPECT_EQ(std::count(medians.begin(), medians.end(), again["sequences"][i]["k_used"]) > 0,
-                true);
+      EXPECT_GT(std::count(medians.begin(), medians.end(), again["sequences"][i]["k_used"]), 0);
     // What no window measured is still there, to the bit: the last cell's ten entries.
     const std::string later = ReadFile(folder + kFile);
     EXPECT_EQ(later.substr(470, 10), file.substr(470, 10));
@@ -90,10 +82,8 @@ TEST_F(PdcamLearn, FindsTheTrueCoefficientAndStartsFromItAgain) {
 }
 
 TEST_F(PdcamLearn, StopsAtTheBoundOfAnErrorThatIsTooLarge) {
-  const Outcome outcome =
-      Run("learn --json --sequences 4 --roi 0.3 0.3 0.55 0.55 --k-error 2 --check");
-  ASSERT_EQ(outcome.status, 0) << outcome.errors;
-  const json result = json::parse(outcome.output);
+  const json result =
+      RunJson("learn --json --sequences 4 --roi 0.3 0.3 0.55 0.55 --k-error 2 --check");
   int largest = 0;
   for (const char* histories : {"near_history", "far_history"})
     for (const json& history : result[histories])
@@ -102,20 +92,15 @@ TEST_F(PdcamLearn, StopsAtTheBoundOfAnErrorThatIsTooLarge) {
 }
 
 TEST_F(PdcamLearn, LearnsEachRegionOfAMap) {
-  json map = json::array();
-  for (int row = 0; row < 6; ++row) {
-    json factors = json::array();
+  json map;
+  for (int row = 0; row < 6; ++row)
     for (int column = 0; column < 8; ++column)
-      factors.push_back(row < 3 ? 0.8 + 0.05 * column : 1.2 - 0.05 * column);
-    map.push_back(factors);
-  }
+      map[row].push_back(row < 3 ? 0.8 + 0.05 * column : 1.2 - 0.05 * column);
   Write("map.json", map.dump());
   // Rows 2 and 3, columns 2 to 5.
-  const Outcome outcome =
-      Run("learn --json --sequences 10 --roi 0.25 0.33334 0.75 0.66666 --windows 4x2 --k-map " +
-          Path("map.json") + " --report " + Path("learn.html"));
-  ASSERT_EQ(outcome.status, 0) << outcome.errors;
-  const json result = json::parse(outcome.output);
+  const json result =
+      RunJson("learn --json --sequences 10 --roi 0.25 0.33334 0.75 0.66666 --windows 4x2 --k-map " +
+              Path("map.json") + " --report " + Path("learn.html"));
   for (int row : {2, 3})
     for (int column : {2, 3, 4, 5}) {
       const double trueK = map[row][column].get<double>() * kCalibratedK;
@@ -148,12 +133,7 @@ TEST_F(PdcamLearn, RefusesMapsAndFilesByWhatIsWrongWithThem) {
   odd[2 * (13 * 5 + 2)] = odd[2 * (13 * 5 + 2) + 1] = '\0';                // near, row 1, column 5
   odd[480 + 2 * (47 * 5 + 4)] = odd[480 + 2 * (47 * 5 + 4) + 1] = '\xff';  // far, the last one
   Write("odd.bin", odd);
-  struct Case {
-    std::string arguments;
-    int status;
-    const char* message;
-  };
-  const Case cases[] = {
+  ExpectOutcomes({
       {"learn --k-map /nosuch.json", 3, "/nosuch.json: expected a file that can be read"},
       {"learn --k-map " + Path("empty.json"), 3, "empty.json: expected JSON"},
       {"learn --k-map " + Path("object.json"), 3, "6 rows, found a value of type object"},
@@ -171,13 +151,7 @@ TEST_F(PdcamLearn, RefusesMapsAndFilesByWhatIsWrongWithThem) {
       {"adaptive check " + Path("odd.bin"), 1,
        "near history of row 1, column 5, entry 2: 0 is not above 0\n"
        "far history of row 5, column 7, entry 4: -1 is not above 0\n"},
-  };
-  for (const Case& c : cases) {
-    const Outcome outcome = Run(c.arguments);
-    EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
-    const std::string& text = c.status >= 2 ? outcome.errors : outcome.output;
-    EXPECT_NE(text.find(c.message), std::string::npos) << c.arguments << "\n" << text;
-  }
+  });
 }
 
 TEST_F(PdcamLearn, ShowsWhatAFileHolds) {
@@ -188,17 +162,12 @@ TEST_F(PdcamLearn, ShowsWhatAFileHolds) {
     file += {static_cast<char>(k & 0xff), static_cast<char>(k >> 8)};
   }
   Write("learnt.bin", file);
-  const Outcome outcome = Run("adaptive show --json " + Path("learnt.bin"));
-  ASSERT_EQ(outcome.status, 0) << outcome.errors;
-  const json result = json::parse(outcome.output);
-  EXPECT_EQ(result["near_median"][0], 102);
-  EXPECT_EQ(result["near_median"][47], 100 + 8 * 47 + 2);
+  const json result = RunJson("adaptive show --json " + Path("learnt.bin"));
   EXPECT_EQ(result["far_median"][0], 100 + 8 * 48 + 2);
   EXPECT_EQ(result["far_history"][47], json({860, 861, 862, 863, 864}));
   EXPECT_EQ(MediansOf(result), MediansOf(file));
-  const std::string table = Run("adaptive show " + Path("learnt.bin")).output;
-  for (const char* text : {"102", "862", "860    861    862    863    864"})
-    EXPECT_NE(table.find(text), std::string::npos) << text;
+  ExpectTexts(Run("adaptive show " + Path("learnt.bin")).output,
+              {"102", "862", "860    861    862    863    864"});
 }
 
 }  // namespace

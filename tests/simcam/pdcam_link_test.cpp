@@ -53,27 +53,19 @@ TEST_F(PdcamLink, ShowsWhatChangedValuesMakeOfTheNextFrames) {
   EXPECT_GT(Table().find(" search", held), Table().rfind('\n', change));
 
   // What the stack does and finds: 30 frames a second, exposed for 0.3 of their time, at gain 1.
-  const std::string controls = Tessarine("link --port " + port + " controls").output;
+  const std::string controls = Tessarine(link + " controls").output;
   EXPECT_GT(std::atoi(controls.substr(0, 2) == "1=" ? &controls[2] : "0"), 0) << controls;
   EXPECT_NE(controls.find("\n3=30.000000\n"), std::string::npos) << controls;
-  EXPECT_EQ(Tessarine("link --port " + port + " triggers").output, "1=1.000000\n2=10.000000\n");
+  EXPECT_EQ(Tessarine(link + " triggers").output, "1=1.000000\n2=10.000000\n");
 
   kill(process_, SIGTERM);
   EXPECT_TRUE(Waits([&] { return Table().find("px from it at the end") != std::string::npos; }));
 }
 
 TEST_F(PdcamLink, GoesWithOneRunAndAFile) {
-  const struct {
-    const char* arguments;
-    const char* message;
-  } cases[] = {{"focus --link", "--tuning"},
-               {"focus --link --tuning x --cameras 2", "--link"},
-               {"focus --link --tuning x --runs 3", "--link"}};
-  for (const auto& c : cases) {
-    const Outcome outcome = Run(c.arguments);
-    EXPECT_EQ(outcome.status, 2) << c.arguments;
-    EXPECT_NE(outcome.errors.find(c.message), std::string::npos) << outcome.errors;
-  }
+  ExpectOutcomes({{"focus --link", 2, "--tuning"},
+                  {"focus --link --tuning x --cameras 2", 2, "--link"},
+                  {"focus --link --tuning x --runs 3", 2, "--link"}});
 }
 
 }  // namespace

@@ -36,6 +36,13 @@ class PdcamMatch : public test::PdcamProcess {
     return Path(name);
   }
 
+  // Two of them as arguments.
+  template <class Shift>
+  std::string Views(Shift shift, int largest = 255) const {
+    return Picture("a.pgm", largest, [](int) { return 0.0; }) + " " +
+           Picture("b.pgm", largest, shift) + " ";
+  }
+
   // A picture of 8 bits behind a lens that passes this share of its light at each place along the
   // row, from 0 to 1, on a sensor with this code of black.
   template <class Share>
@@ -69,11 +76,7 @@ TEST_F(PdcamMatch, FindsTheShiftOfEveryWindow) {
   };
   for (const Case& c : cases) {
     const auto shift = [&](int x) { return c.left + (c.right - c.left) * x / kWidth; };
-    const std::string left = Picture("a.pgm", c.largest, [](int) { return 0.0; });
-    const std::string right = Picture("b.pgm", c.largest, shift);
-    const Outcome outcome = Run("match " + left + " " + right + " --json " + c.options);
-    ASSERT_EQ(outcome.status, 0) << outcome.errors;
-    const json result = json::parse(outcome.output);
+    const json result = RunJson("match " + Views(shift, c.largest) + "--json " + c.options);
     ASSERT_EQ(result["windows"].size(), c.windows);
     for (const json& window : result["windows"]) {
       // Within a quarter of a pixel: the fit's own error is a twelfth, and the ramp changes by one
@@ -87,14 +90,10 @@ TEST_F(PdcamMatch, FindsTheShiftOfEveryWindow) {
 }
 
 TEST_F(PdcamMatch, TellsAllInJsonCsvAndReport) {
-  const std::string left = Picture("a.pgm", 255, [](int) { return 0.0; });
-  const std::string right = Picture("b.pgm", 255, [](int) { return 2.0; });
-  const Outcome outcome = Run("match " + left + " " + right + " --json --grid 3x2 --csv " +
-                              Path("m.csv") + " --report " + Path("m.html"));
-  ASSERT_EQ(outcome.status, 0) << outcome.errors;
-  EXPECT_EQ(outcome.errors, "");
-  const json result = json::parse(outcome.output);
-  EXPECT_EQ(result["left"], left);
+  const json result =
+      RunJson("match " + Views([](int) { return 2.0; }) + "--json --grid 3x2 --csv " +
+              Path("m.csv") + " --report " + Path("m.html"));
+  EXPECT_EQ(result["left"], Path("a.pgm"));
   EXPECT_EQ(result["image"], json::array({kWidth, kHeight}));
   ASSERT_EQ(result["windows"].size(), 6u);
   for (const char* name :
@@ -115,12 +114,11 @@ TEST_F(PdcamMatch, TellsAllInJsonCsvAndReport) {
 
 // A match beyond the search range is said to be one, to people as well.
 TEST_F(PdcamMatch, SaysWhatLiesAtTheEdge) {
-  const std::string left = Picture("a.pgm", 255, [](int) { return 0.0; });
-  const std::string right = Picture("b.pgm", 255, [](int) { return 3.0; });
+  const std::string views = Views([](int) { return 3.0; });
   for (const char* range : {"-4 2", "-2 8"}) {
     const bool isBeyond = std::string(range) == "-4 2";
-    const Outcome outcome = Run("match " + left + " " + right + " --grid 3x1 --search-range " +
-                                range + " --report " + Path("m.html"));
+    const Outcome outcome = Run("match " + views + "--grid 3x1 --search-range " + range +
+                                " --report " + Path("m.html"));
     EXPECT_EQ(outcome.output.find("3 of 3 windows matched best at the edge of the search range, -4 "
                                   "to 2 pixels") != std::string::npos,
               isBeyond);
@@ -136,8 +134,7 @@ TEST_F(PdcamMatch, TakesBlackLevelAndGains) {
   const auto rightShare = [](double x) { return 0.7 - 0.4 * x; };
   const std::string white = "P5\n" + std::to_string(kWidth) + " " + std::to_string(kHeight) +
                             "\n255\n" + std::string(kWidth * kHeight, '\xff');
-  Picture("a.pgm", 255, [](int) { return 0.0; });
-  Picture("b.pgm", 255, [](int) { return 2.0; });
+  Views([](int) { return 2.0; });
   const std::string views = Shaded("l.pgm", ReadFile(Path("a.pgm")), 20, leftShare) + " " +
                             Shaded("r.pgm", ReadFile(Path("b.pgm")), 20, rightShare);
   const std::string fields = " --left-gains " + Shaded("lf.pgm", white, 20, leftShare) +
@@ -150,9 +147,7 @@ TEST_F(PdcamMatch, TakesBlackLevelAndGains) {
   Write("l.json", json{leftGains, leftGains}.dump());
   Write("r.json", json{rightGains, rightGains}.dump());
   const auto match = [&](const std::string& options) {
-    const Outcome outcome = Run("match " + views + " --json --grid 1x1 " + options);
-    EXPECT_EQ(outcome.status, 0) << outcome.errors;
-    const json window = json::parse(outcome.output)["windows"][0];
+    const json window = RunJson("match " + views + " --json --grid 1x1 " + options)["windows"][0];
     return std::pair(window["confidence"].get<int>(), window["phase_px"].get<double>());
   };
   const auto plain = match("--black-level 20");
@@ -175,12 +170,7 @@ TEST_F(PdcamMatch, TellsByItsStatusWhatWentWrong) {
   Write("small.pgm", "P5\n2 2\n255\n1234");
   Write("gains.json", "[[1, 1], [1, 1]]");
   Write("wide.json", "[[1, 1, 1], [1, 1, 1]]");
-  struct Case {
-    std::string arguments;
-    int status;
-    std::string message;
-  };
-  const Case cases[] = {
+  ExpectOutcomes({
       {"match --help", 0, ""},
       {"match", 2, "left"},
       {"match " + left, 2, "right"},
@@ -202,13 +192,7 @@ TEST_F(PdcamMatch, TellsByItsStatusWhatWentWrong) {
            Path("wide.json"),
        3, "wide.json: expected a map of the size of that in"},
       {"match " + left + " " + left + " --library /nosuch.so --grid 4x2", 4, "can't load"},
-  };
-  for (const Case& c : cases) {
-    const Outcome outcome = Run(c.arguments);
-    EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
-    EXPECT_NE(outcome.errors.find(c.message), std::string::npos) << c.arguments << "\n"
-                                                                 << outcome.errors;
-  }
+  });
 }
 
 }  // namespace

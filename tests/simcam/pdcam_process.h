@@ -8,8 +8,10 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "support/program.h"
 #include "support/temp_folder.h"
@@ -51,6 +53,34 @@ class PdcamProcess : public testing::Test {
 
   Outcome Run(const std::string& arguments) const {
     return RunProgram(PDCAM_PROGRAM, arguments, Path("errors"));
+  }
+
+  // What a run that ends well prints.
+  nlohmann::json RunJson(const std::string& arguments) const {
+    const Outcome outcome = Run(arguments);
+    EXPECT_EQ(outcome.status, 0) << arguments << "\n" << outcome.errors;
+    EXPECT_EQ(outcome.errors, "");
+    return nlohmann::json::parse(outcome.output);
+  }
+
+  struct Ending {
+    std::string arguments;
+    int status;
+    std::string message;
+  };
+  // A run that couldn't do its work says why with its errors.
+  void ExpectOutcomes(const std::vector<Ending>& cases) const {
+    for (const Ending& c : cases) {
+      const Outcome outcome = Run(c.arguments);
+      EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
+      const std::string said = (c.status >= 2 ? "" : outcome.output) + outcome.errors;
+      EXPECT_NE(said.find(c.message), std::string::npos) << c.arguments << "\n" << said;
+    }
+  }
+
+  static void ExpectTexts(const std::string& page, const std::vector<std::string>& texts) {
+    for (const std::string& text : texts)
+      EXPECT_NE(page.find(text), std::string::npos) << text << " is not in " << page;
   }
 
   // In the background; what it prints goes to files.

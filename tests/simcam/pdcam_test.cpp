@@ -23,12 +23,7 @@ TEST_F(Pdcam, TellsByItsStatusWhatWentWrong) {
   uneven["tuning"] = {{"overlap_sum_by_columns", false}};
   Write("uneven.json", uneven.dump());
   const std::string quick = " --from 0 --to 0 --sensor " + Path("small.json");
-  struct Case {
-    std::string arguments;
-    int status;
-    const char* message;
-  };
-  const Case cases[] = {
+  ExpectOutcomes({
       {"--help", 0, ""},
       {"focus --help", 0, ""},
       {"--version", 0, ""},
@@ -64,13 +59,7 @@ TEST_F(Pdcam, TellsByItsStatusWhatWentWrong) {
       {"adaptive", 2, "subcommand"},
       {"adaptive show /nosuch/file", 3, "/nosuch/file: expected a file that can be read"},
       {"sweep --library /nosuch/library.so" + quick, 4, "can't load the PD library"},
-  };
-  for (const Case& c : cases) {
-    const Outcome outcome = Run(c.arguments);
-    EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
-    EXPECT_NE(outcome.errors.find(c.message), std::string::npos) << c.arguments << "\n"
-                                                                 << outcome.errors;
-  }
+  });
 }
 
 TEST_F(Pdcam, FocusTellsAllInJsonCsvAndReport) {
@@ -111,10 +100,8 @@ TEST_F(Pdcam, FocusTellsAllInJsonCsvAndReport) {
   version.pop_back();
   for (const char* name : {"f.html", "f-1.html"}) {
     ExpectReport(Path(name));
-    const std::string report = ReadFile(Path(name));
-    for (const char* text : {version.c_str(), "pdcam focus --json", ">--dcc-error</td><td>0.08<",
-                             ">--start</td><td>14<"})
-      EXPECT_NE(report.find(text), std::string::npos) << text;
+    ExpectTexts(ReadFile(Path(name)), {version, "pdcam focus --json", ">--dcc-error</td><td>0.08<",
+                                       ">--start</td><td>14<"});
   }
 }
 
@@ -141,9 +128,7 @@ TEST_F(Pdcam, SweepStaysWithinItsErrors) {
                         {"dual-packed --noise little --scene texture", 0.2, 0.7},
                         {"dual-hdr --noise none --from -39 --to 39 --step 2.6", 0.13, 0.3}};
   for (const Case& c : cases) {
-    const Outcome outcome = Run("sweep --json --sensor " + std::string(c.options));
-    ASSERT_EQ(outcome.status, 0) << outcome.errors;
-    const json result = json::parse(outcome.output);
+    const json result = RunJson("sweep --json --sensor " + std::string(c.options));
     const size_t count = result["points"].size();
     ASSERT_GE(count, 31u * 9);
     // Scored here from the points, not taken from the program.
@@ -174,10 +159,9 @@ TEST_F(Pdcam, FocusCheckFailsWhenTheLensHasNoTime) {
   // A line for each of the two runs, out of focus both.
   const std::string csv = ReadFile(Path("b.csv"));
   EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 3) << csv;
-  EXPECT_NE(csv.find(",0\n\"s16\",-1,1,"), std::string::npos) << csv;
-  const std::string report = ReadFile(Path("b.html"));
-  for (const char* text : {"0 of 2 runs end in focus", "NOT in focus", ">--runs</td><td>1<"})
-    EXPECT_NE(report.find(text), std::string::npos) << text;
+  ExpectTexts(csv, {",0\n\"s16\",-1,1,"});
+  ExpectTexts(ReadFile(Path("b.html")),
+              {"0 of 2 runs end in focus", "NOT in focus", ">--runs</td><td>1<"});
 }
 
 // The fixture looks for what it may have left behind.

@@ -17,19 +17,15 @@ class PdcamTuning : public test::PdcamProcess {
   static json Source() {
     return json::parse(ReadFile(TESSARINE_TUNING), nullptr, true, /*ignore_comments=*/true);
   }
-  std::string Compile(const json& source) const {
+  std::string Compile(const json& source, const std::string& name = "tuning.bin") const {
     Write("tuning.json", source.dump());
     const Outcome outcome = test::RunProgram(
-        TESSARINE_PROGRAM, "compile " + Path("tuning.json") + " -o " + Path("tuning.bin"),
-        Path("errors"));
+        TESSARINE_PROGRAM, "compile " + Path("tuning.json") + " -o " + Path(name), Path("errors"));
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
-    return Path("tuning.bin");
+    return Path(name);
   }
   json Focus(const std::string& options) const {
-    const Outcome outcome =
-        Run("focus --json --frames 3 --no-peripheral --roi 0.42 0.42 0.58 0.58 " + options);
-    EXPECT_EQ(outcome.status, 0) << outcome.errors;
-    return json::parse(outcome.output);
+    return RunJson("focus --json --frames 3 --no-peripheral --roi 0.42 0.42 0.58 0.58 " + options);
   }
 };
 
@@ -72,37 +68,26 @@ TEST_F(PdcamTuning, TellsWhatAFileLacks) {
   json plain = source;
   json& values = plain["modes"][0]["modules"]["tessarinePDLib"]["values"];
   values["extensionParam"].erase(values["extensionParam"].size() - 1);
-  std::filesystem::rename(file, Path("full.bin"));
-  std::filesystem::rename(Compile(plain), Path("plain.bin"));
-  std::filesystem::rename(Path("full.bin"), file);
   const std::string grid = " --windows 4x2 --frames 1 --no-peripheral";
   source["modes"][0].erase("modules");
   source["modes"][0]["modes"] = json::array({{{"mode", "Sensor.1"}}});
   Write("noise.bin", "no tuning");
-  struct Case {
-    std::string arguments;
-    int status;
-    const char* message;
-  };
-  const Case cases[] = {
-      {"--mode Default", 2, "--tuning"},
-      {"--tuning /nosuch/file", 3, "/nosuch/file: there is no such file"},
-      {"--tuning " + file + " --mode 'Default|Senser.3'", 3, "did you mean 'Default|Sensor.3'?"},
-      {"--tuning " + Path("plain.bin") + grid, 0, "the tuning leaves OverlapSumByColumns off"},
-      {"--tuning " + Path("noise.bin"), 3, "noise.bin: "},
-      {"--tuning " + file + " --mode 'Default|Sensor.99'", 3, "has no mode 'Default|Sensor.99'"},
-      {"--tuning " + file + " --mode Nonsense.4", 3, "has no mode 'Nonsense.4'"},
-      {"--tuning " + file + " --mode '0.0|1.nonsense'", 3, "has no mode"},
-  };
-  for (const Case& c : cases) {
-    const Outcome outcome = Run("focus " + c.arguments);
-    EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.errors;
-    EXPECT_NE(outcome.errors.find(c.message), std::string::npos) << outcome.errors;
-  }
+  const std::string empty = Compile(source, "empty.bin");
+  ExpectOutcomes({
+      {"focus --mode Default", 2, "--tuning"},
+      {"focus --tuning /nosuch/file", 3, "/nosuch/file: there is no such file"},
+      {"focus --tuning " + file + " --mode 'Default|Senser.3'", 3,
+       "did you mean 'Default|Sensor.3'?"},
+      {"focus --tuning " + Compile(plain, "plain.bin") + grid, 0,
+       "the tuning leaves OverlapSumByColumns off"},
+      {"focus --tuning " + Path("noise.bin"), 3, "noise.bin: "},
+      {"focus --tuning " + file + " --mode 'Default|Sensor.99'", 3,
+       "has no mode 'Default|Sensor.99'"},
+      {"focus --tuning " + file + " --mode Nonsense.4", 3, "has no mode 'Nonsense.4'"},
+      {"focus --tuning " + file + " --mode '0.0|1.nonsense'", 3, "has no mode"},
+      {"focus --tuning " + empty, 3, "no PD tuning for 'Default|Sensor.1'"},
+  });
   EXPECT_EQ(Run("focus --tuning " + file + grid).errors, "");
-  const std::string empty = Compile(source);
-  EXPECT_NE(Run("focus --tuning " + empty).errors.find("no PD tuning for 'Default|Sensor.1'"),
-            std::string::npos);
 }
 
 }  // namespace

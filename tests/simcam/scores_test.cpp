@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "adaptive_file.h"
 #include "camera.h"
 #include "plot.h"
 #include "text.h"
@@ -14,11 +15,7 @@ namespace {
 using namespace simcam;
 
 TEST(FocusScores, CountFramesUntilItStaysInFocus) {
-  struct Case {
-    std::vector<double> phases;
-    std::optional<int> framesToFocus;
-    double overshoot;
-  };
+  using Case = std::tuple<std::vector<double>, std::optional<int>, double>;
   const Case cases[] = {
       {{20, 5, 0.5, 0.2}, 2, 0},
       {{20, 0.5, -3, 0.9, 1.0}, 3, 3},  // through focus and back: counts from the return
@@ -26,11 +23,11 @@ TEST(FocusScores, CountFramesUntilItStaysInFocus) {
       {{0.4, -0.1}, 0, 0.1},
       {{20, 0.5, 1.01}, std::nullopt, 0},
   };
-  for (const Case& c : cases) {
-    const FocusScores scores = ScoreFocus(c.phases, std::nullopt);
-    EXPECT_EQ(scores.framesToFocus, c.framesToFocus);
-    EXPECT_DOUBLE_EQ(scores.overshootSteps, c.overshoot);
-    EXPECT_DOUBLE_EQ(scores.finalTruePhasePx, c.phases.back());
+  for (const auto& [phases, framesToFocus, overshoot] : cases) {
+    const FocusScores scores = ScoreFocus(phases, std::nullopt);
+    EXPECT_EQ(scores.framesToFocus, framesToFocus);
+    EXPECT_DOUBLE_EQ(scores.overshootSteps, overshoot);
+    EXPECT_DOUBLE_EQ(scores.finalTruePhasePx, phases.back());
   }
 }
 
@@ -73,6 +70,14 @@ TEST(ResultWindow, SharesCellsWithItsNeighboursWhenOverlapped) {
   EXPECT_FLOAT_EQ(last.startX, 0.5f);
   EXPECT_FLOAT_EQ(last.endY, 0.75f);
   EXPECT_FLOAT_EQ(ResultWindow(roi, 1, 1, true, 0).endX, 0.75f);
+}
+
+TEST(AdaptiveFile, TakesTheLowerMiddleOfAnEvenCount) {
+  const AdaptiveHistory history = {40, 10, 30, 20, 50};
+  using Case = std::tuple<int, int>;
+  for (const auto& [filterSize, median] :
+       {Case{1, 40}, Case{2, 10}, Case{3, 30}, Case{4, 20}, Case{5, 30}, Case{0, 40}, Case{9, 30}})
+    EXPECT_EQ(Median(history, filterSize), median) << filterSize;
 }
 
 TEST(Text, IsTheSameEverywhere) {

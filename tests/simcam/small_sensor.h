@@ -1,18 +1,21 @@
-// A small sensor with two processors, so that frames take no time.
+// Small sensors, so that frames take no time.
 #pragma once
 
 #include <cmath>
 #include <functional>
+#include <nlohmann/json.hpp>
+#include <string>
 
+#include "errors.h"
 #include "frame_renderer.h"
 #include "scene.h"
 #include "sensor.h"
 
 namespace test {
 
-// 14 bits, 640 x 480 pixels; blocks of 16 x 16 with one pair in each of two columns, the PD pixels
-// of the frame in place. The second processor starts at column 304 and sees columns 304 to 335
-// together with the first one, which ends at 336.
+// With two processors: 14 bits, 640 x 480 pixels; blocks of 16 x 16 with one pair in each of two
+// columns, the PD pixels of the frame in place. The second processor starts at column 304 and sees
+// columns 304 to 335 together with the first one, which ends at 336.
 inline constexpr const char* kSmallSensor = R"json({
   "name": "small", "image": [640, 480], "sensor_type": 3, "pixel_depth": 14, "black_level": 1000,
   "white_level": 16000, "blocks": [39, 29],
@@ -25,8 +28,39 @@ inline constexpr const char* kSmallSensor = R"json({
              "second_pattern": {"block": [16, 16], "offset": [24, 4]}}
 })json";
 
+// A dual-PD sensor: 320 x 48 sites of 2 x 2 pixels, 12 bits in words.
+inline constexpr const char* kSmallDualSensor = R"json({
+  "name": "small-dual", "image": [640, 96], "sensor_type": 4, "pixel_depth": 12,
+  "black_level": 200, "white_level": 3500,
+  "dual": {"site": [2, 2], "packing": "words"}
+})json";
+
+// With the values of a JSON merge patch.
+inline std::string Patched(const std::string& text, const std::string& patch) {
+  nlohmann::json description = nlohmann::json::parse(text);
+  description.merge_patch(nlohmann::json::parse(patch));
+  return description.dump();
+}
+
+inline simcam::SensorDescription Sensor(const std::string& text, const std::string& patch = "{}") {
+  return simcam::ParseSensor(Patched(text, patch), "small.json");
+}
 inline simcam::SensorDescription SmallSensor() {
-  return simcam::ParseSensor(kSmallSensor, "small.json");
+  return Sensor(kSmallSensor);
+}
+inline simcam::SensorDescription DualSensor(const std::string& patch = "{}") {
+  return Sensor(kSmallDualSensor, patch);
+}
+
+// What is said about a wrong input.
+template <class Load>
+std::string ErrorOf(Load load) {
+  try {
+    load();
+  } catch (const simcam::InputError& error) {
+    return error.what();
+  }
+  return "accepted";
 }
 
 inline simcam::BlockArea AllBlocks(const simcam::SensorDescription& sensor) {

@@ -79,15 +79,13 @@ TEST_F(Entry, TellsTheRegisteredInterfaceItsName) {
   EXPECT_EQ(g_seenName, "com.zyn.stats.pdlib");
 }
 
-struct OpenCase {
-  const char* what;
-  ParamList list;
-  bool isActual;
-};
-
 TEST_F(Entry, OnlyAnActualOpenGivesAnObject) {
   enter();
-  OpenCase cases[] = {
+  struct {
+    const char* what;
+    ParamList list;
+    bool isActual;
+  } cases[] = {
       {"both", ParamList::Open(0), true},
       {"camera first", ParamList().addCamera(2, 6).addOverride(0, 1), true},
       {"larger records", ParamList().addOverride(0, 1, 8).addCamera(2, 1, 400), true},
@@ -103,7 +101,7 @@ TEST_F(Entry, OnlyAnActualOpenGivesAnObject) {
       {"types of the other call", ParamList().addOverride(0, 1).addCamera(1, 0), false},
   };
   VekPDLib marker{};
-  for (OpenCase& c : cases) {
+  for (auto& c : cases) {
     VekPDLib* lib = &marker;
     EXPECT_EQ(callbacks_.pfnCreate(&lib, c.list.get()), kPDLibSuccess) << c.what;
     EXPECT_EQ(lib != &marker, c.isActual) << c.what;

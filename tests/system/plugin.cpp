@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include <cstring>
+#include <stdexcept>
 
 namespace test {
 
@@ -94,9 +95,8 @@ VekPDLib* Plugin::open(uint32_t cameraId) {
 
 VekPDLib* Plugin::start(const Camera& camera) {
   VekPDLib* lib = open(camera.createParams.initParam.cameraInfo.cameraId);
-  if (lib != nullptr) {
-    EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
-  }
+  if (lib == nullptr) throw std::runtime_error("the camera doesn't open");
+  EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
   return lib;
 }
 

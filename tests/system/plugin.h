@@ -56,7 +56,7 @@ class Plugin : public testing::Test {
   // Calls the entry and takes the callbacks.
   void enter();
   VekPDLib* open(uint32_t cameraId);  // enters first, if need be
-  // Opens the camera and initialises its session.
+  // Opens the camera, or throws, and initialises its session.
   VekPDLib* start(const Camera& camera);
   // A frame of the camera with so many windows, into `output_`.
   int process(VekPDLib* lib, const Camera& camera, uint32_t columns = 2, uint32_t rows = 2);

@@ -13,12 +13,11 @@ class ProfileSession : public Plugin {
     enter();
     Orvo::Host::SetClock(5'000'000'000, 1'000'000);  // a millisecond per look
   }
-  static size_t summaries() {
-    size_t count = 0;
-    for (const std::string& text : logTexts()) {
-      count += text.find("Profile PDLIB Summary(ms) Start") != std::string::npos ? 1 : 0;
-    }
-    return count;
+  static int64_t summaries() {
+    const auto texts = logTexts();
+    return std::count_if(texts.begin(), texts.end(), [](const std::string& text) {
+      return text.find("Profile PDLIB Summary(ms) Start") != std::string::npos;
+    });
   }
   int processFrame(VekPDLib* lib) { return process(lib, camera_); }
   Camera camera_{2};
@@ -26,7 +25,6 @@ class ProfileSession : public Plugin {
 
 TEST_F(ProfileSession, ListsModulesAndSumsUpInitAndFrames) {
   VekPDLib* lib = start(camera_);
-  ASSERT_NE(lib, nullptr);
   const std::string prefix = "CID:2 Profile Module";
   EXPECT_EQ(logTexts(),
             (std::vector<std::string>{
@@ -43,7 +41,7 @@ TEST_F(ProfileSession, ListsModulesAndSumsUpInitAndFrames) {
                 "========== CID:2 Profile Profiling Summary End ============="}));
   Orvo::Host::StartLogCapture();
   ASSERT_EQ(processFrame(lib), kPDLibSuccess);
-  EXPECT_EQ(summaries(), 1u);
+  EXPECT_EQ(summaries(), 1);
   EXPECT_TRUE(wasLogged("===== CID:2 Profile PDLIB Summary(ms) Start, Frame:00002 ======"));
   EXPECT_TRUE(wasLogged(prefix + ": PDLIBProfileInit = 0.000"));
   EXPECT_FALSE(wasLogged(prefix + ": PDLIBProfilePhaseDetect = 0.000"));
@@ -56,43 +54,38 @@ TEST_F(ProfileSession, ListsModulesAndSumsUpInitAndFrames) {
 TEST_F(ProfileSession, EndsWithTheFirstCloseAndIsFreedWithTheLast) {
   const uint64_t before = Orvo::Host::Allocations().live;
   VekPDLib* lib = start(camera_);
-  ASSERT_NE(lib, nullptr);
   ASSERT_EQ(open(2), lib);
   EXPECT_EQ(processFrame(lib), kPDLibSuccess);
-  EXPECT_EQ(summaries(), 2u);  // of initialisation and frame
+  EXPECT_EQ(summaries(), 2);  // of initialisation and frame
   const uint64_t running = Orvo::Host::Allocations().live;
   close(2);
   EXPECT_EQ(Orvo::Host::Allocations().live, running);
   EXPECT_EQ(processFrame(lib), kPDLibSuccess);
-  EXPECT_EQ(summaries(), 2u);
+  EXPECT_EQ(summaries(), 2);
   close(2);
   EXPECT_EQ(Orvo::Host::Allocations().live, before);
 }
 
 TEST_F(ProfileSession, BelongsToOneCamera) {
   VekPDLib* lib = start(camera_);
-  ASSERT_NE(lib, nullptr);
-  Camera other(3);
-  VekPDLib* otherLib = open(3);
-  ASSERT_EQ(otherLib->pfnInitialize(otherLib, &other.createParams), kPDLibSuccess);
-  const PDLibInputs inputs = other.inputs();
-  EXPECT_EQ(otherLib->pfnProcess(otherLib, &inputs, &output_), kPDLibSuccess);
-  EXPECT_EQ(summaries(), 1u);
+  const Camera other(3);
+  VekPDLib* otherLib = start(other);
+  EXPECT_EQ(process(otherLib, other), kPDLibSuccess);
+  EXPECT_EQ(summaries(), 1);
   EXPECT_EQ(processFrame(lib), kPDLibSuccess);
-  EXPECT_EQ(summaries(), 2u);
+  EXPECT_EQ(summaries(), 2);
   close(3);
   EXPECT_EQ(processFrame(lib), kPDLibSuccess);
-  EXPECT_EQ(summaries(), 3u);
+  EXPECT_EQ(summaries(), 3);
   close(2);
 }
 
 TEST_F(ProfileSession, IsDisabledForACameraThatTheFlagsDoNotMean) {
   camera_.createParams.initParam.profileFlags |= 1u << 24 | 3u << 25;
   VekPDLib* lib = start(camera_);
-  ASSERT_NE(lib, nullptr);
   EXPECT_TRUE(wasLogged("CID:2 Profile PDLIB module enabled:"));
   EXPECT_EQ(processFrame(lib), kPDLibSuccess);
-  EXPECT_EQ(summaries(), 0u);
+  EXPECT_EQ(summaries(), 0);
   close(2);
 }
 
@@ -112,7 +105,7 @@ TEST_F(ProfileSession, MissingMemoryCostsOnlyTheProfile) {
   Orvo::Host::NeverFailAllocation();
   EXPECT_TRUE(wasLogged("out of memory for the profile block of camera 2"));
   EXPECT_EQ(processFrame(lib), kPDLibSuccess);
-  EXPECT_EQ(summaries(), 0u);
+  EXPECT_EQ(summaries(), 0);
   close(2);
 }
 

@@ -1,4 +1,5 @@
 // Sessions of a camera: sharing, frames, files, several cameras.
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <latch>
@@ -34,38 +35,31 @@ TEST_F(Session, IsSharedByCountUntilTheLastClose) {
   close(4);
 }
 
-struct CloseCase {
-  const char* what;
-  ParamList list;
-};
-
 TEST_F(Session, OnlyAnActualCloseFreesTheObject) {
   VekPDLib* lib = open(2);
-  CloseCase counted[] = {
-      {"no override", ParamList().addCamera(1, 2)},
-      {"short override", ParamList().addCamera(1, 2).addOverride(0, 1, 3)},
-      {"override 0", ParamList::Close(2, 0)},
-      {"override 2", ParamList::Close(2, 2)},
+  struct {
+    const char* what;
+    ParamList list;
+    bool isCounted;
+  } cases[] = {
+      {"no override", ParamList().addCamera(1, 2), true},
+      {"short override", ParamList().addCamera(1, 2).addOverride(0, 1, 3), true},
+      {"override 0", ParamList::Close(2, 0), true},
+      {"override 2", ParamList::Close(2, 2), true},
+      {"empty", ParamList(), false},
+      {"no camera", ParamList().addOverride(0, 1), false},
+      {"camera 8", ParamList::Close(8), false},
+      {"camera of all ones", ParamList::Close(0xffffffffu), false},
+      {"another camera", ParamList::Close(5), false},
   };
-  for (CloseCase& c : counted) {
-    open(2);
-    EXPECT_EQ(lib->pfnDestroy(lib, c.list.get()), kPDLibSuccess) << c.what;
-    EXPECT_EQ(lib->instanceCount, 1u) << c.what;
-  }
-  CloseCase ignored[] = {
-      {"empty", ParamList()},
-      {"no camera", ParamList().addOverride(0, 1)},
-      {"camera 8", ParamList::Close(8)},
-      {"camera of all ones", ParamList::Close(0xffffffffu)},
-      {"another camera", ParamList::Close(5)},
-  };
-  for (CloseCase& c : ignored) {
+  for (auto& c : cases) {
+    if (c.isCounted) open(2);
     EXPECT_EQ(lib->pfnDestroy(lib, c.list.get()), kPDLibSuccess) << c.what;
     EXPECT_EQ(lib->instanceCount, 1u) << c.what;
   }
   EXPECT_EQ(lib->pfnDestroy(lib, nullptr), kPDLibSuccess);
   // A count of 0 without an actual close keeps the object, and can't fall below.
-  for (int i = 0; i < 2; ++i) lib->pfnDestroy(lib, counted[0].list.get());
+  for (int i = 0; i < 2; ++i) lib->pfnDestroy(lib, cases[0].list.get());
   EXPECT_EQ(lib->instanceCount, 0u);
   EXPECT_EQ(Orvo::Host::Allocations().live, liveBefore_ + 1);
   EXPECT_EQ(lib->pfnDestroy(nullptr, ParamList::Close(2).get()), kPDLibSuccess);
@@ -74,7 +68,6 @@ TEST_F(Session, OnlyAnActualCloseFreesTheObject) {
 TEST_F(Session, MeasuresAFrame) {
   const Camera camera(0);
   VekPDLib* lib = start(camera);
-  ASSERT_NE(lib, nullptr);
   EXPECT_EQ(lib->pfnConfigure(lib, nullptr), kPDLibSuccess);
   ASSERT_EQ(process(lib, camera), kPDLibSuccess);
   EXPECT_EQ(output_.processingResult, 1u);
@@ -91,7 +84,6 @@ TEST_F(Session, VerboseLogTellsAFrameInOrder) {
   Camera camera(0);
   camera.createParams.initParam.logLevel = 2;
   VekPDLib* lib = start(camera);
-  ASSERT_NE(lib, nullptr);
   Orvo::Host::StartLogCapture();
   ASSERT_EQ(process(lib, camera, 1, 1), kPDLibSuccess);
   const char* const expected[] = {
@@ -142,7 +134,13 @@ TEST_F(Session, AnswersParameters) {
   const Camera camera(0);
   PDHwConfig config{};
   PDSwInfo info{9};
-  PDLibGetParamRequest request{kGetHardwareConfig, {&config, 77}};
+  // The status and the size of the answer.
+  const auto ask = [&](uint32_t type, void* answer) {
+    PDLibGetParamRequest request{type, {answer, 77}};
+    const int status = lib->pfnGetParam(lib, &request);
+    return std::pair(status, request.output.size);
+  };
+  PDLibGetParamRequest request{kGetSWInfo, {&info, 77}};
   EXPECT_EQ(lib->pfnGetParam(nullptr, &request), kPDLibFailed);
   EXPECT_EQ(lib->pfnGetParam(lib, nullptr), kPDLibFailed);
   for (const bool isInitialised : {false, true}) {
@@ -152,26 +150,18 @@ TEST_F(Session, AnswersParameters) {
     }
     config.enable = 5;
     info.lcrEnabled = 9;
-    request = {kGetHardwareConfig, {&config, 77}};
-    EXPECT_EQ(lib->pfnGetParam(lib, &request), expected);
-    EXPECT_EQ(request.output.size, isInitialised ? sizeof(PDHwConfig) : 0u);
+    EXPECT_EQ(ask(kGetHardwareConfig, &config),
+              std::pair(expected, isInitialised ? uint32_t{sizeof(PDHwConfig)} : 0u));
     EXPECT_EQ(config.enable, 0u);
-    request = {kGetSWInfo, {&info, 77}};
-    EXPECT_EQ(lib->pfnGetParam(lib, &request), expected);
-    EXPECT_EQ(request.output.size, isInitialised ? 4u : 0u);
+    EXPECT_EQ(ask(kGetSWInfo, &info), std::pair(expected, isInitialised ? 4u : 0u));
     EXPECT_EQ(info.lcrEnabled, 0u);
   }
+  info.lcrEnabled = 9;
   for (const uint32_t type : {2u, 0xffffffffu}) {
-    info.lcrEnabled = 9;
-    request = {type, {&info, 77}};
-    EXPECT_EQ(lib->pfnGetParam(lib, &request), kPDLibSuccess);
-    EXPECT_EQ(request.output.size, 77u);
+    EXPECT_EQ(ask(type, &info), std::pair(int{kPDLibSuccess}, 77u));
     EXPECT_EQ(info.lcrEnabled, 9u);
   }
-  for (const uint32_t type : {0u, 1u}) {
-    request = {type, {nullptr, 77}};
-    EXPECT_EQ(lib->pfnGetParam(lib, &request), kPDLibFailed);
-  }
+  for (const uint32_t type : {0u, 1u}) EXPECT_EQ(ask(type, nullptr).first, kPDLibFailed);
   close(0);
 }
 
@@ -179,7 +169,6 @@ TEST_F(Session, ASecondSessionFindsTheCoreRunning) {
   Camera camera(1);
   camera.createParams.initParam.logLevel = 1;
   VekPDLib* lib = start(camera);
-  ASSERT_NE(lib, nullptr);
   void* handle = lib->pPrivate;
   open(1);
   EXPECT_EQ(lib->pfnInitialize(lib, &camera.createParams), kPDLibSuccess);
@@ -193,38 +182,67 @@ TEST_F(Session, ASecondSessionFindsTheCoreRunning) {
 
 // ---- Files of learnt coefficients
 
-std::vector<char> ReadAll(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+using Blob = std::vector<int16_t>;
+
+class LearntFile : public Plugin {
+ protected:
+  // Opens the camera, shows it some frames and closes it.
+  void Run(uint32_t cameraId, int32_t learns = 1) {
+    Camera camera(cameraId);
+    camera.createParams.initParam.logLevel = 1;
+    camera.tuning.adaptiveK.enable = learns;
+    camera.tuning.adaptiveK.filterSize = 3;
+    VekPDLib* lib = start(camera);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(process(lib, camera), kPDLibSuccess);
+    close(cameraId);
+  }
+  Blob Read(uint32_t cameraId) const {
+    std::ifstream file(dataFile(cameraId), std::ios::binary);
+    const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
+    Blob values(bytes.size() / 2);
+    std::memcpy(values.data(), bytes.data(), values.size() * 2);
+    return values;
+  }
+  void Write(uint32_t cameraId, const Blob& values) const {
+    std::ofstream(dataFile(cameraId), std::ios::binary)
+        .write(reinterpret_cast<const char*>(values.data()),
+               static_cast<std::streamsize>(values.size() * 2));
+  }
+  const Blob calibrated_ = Blob(480, 1);  // 1024 with ten fractional bits
+};
+
+TEST_F(LearntFile, ComesBackBitForBit) {
+  Blob values;
+  for (int i = 0; i < 480; ++i) values.push_back(static_cast<int16_t>(i * 137 - 32768 + 1));
+  Write(3, values);
+  Run(3);
+  EXPECT_EQ(Read(3), values);
+  Run(4);  // another camera has its own, which begins with the calibration
+  EXPECT_EQ(Read(3), values);
+  EXPECT_EQ(Read(4), calibrated_);
 }
 
-TEST_F(Session, LoadsTheFileOfItsOwnCamera) {
-  for (const size_t size : {0u, 959u, 960u, 2000u}) {
-    std::ofstream(dataFile(6), std::ios::binary) << std::string(size, 'k');
+TEST_F(LearntFile, OneThatLacksBytesCountsAsNone) {
+  for (const size_t size : {0u, 2u, 479u, 480u, 1000u}) {
+    Write(6, Blob(size, 7));
     Orvo::Host::StartLogCapture();
-    Camera camera(6);
-    camera.createParams.initParam.logLevel = 1;
-    VekPDLib* lib = start(camera);
-    ASSERT_NE(lib, nullptr);
+    Run(6, 0);
     EXPECT_TRUE(wasLogged("pFilePath is /var/cache/camera/pdlibdata6.bin"));
-    // One that lacks bytes counts as none.
-    EXPECT_EQ(wasLogged("Can not load adaptive PDAF data - using defaults"), size < 960);
-    close(6);
-    // Nothing was learnt, so that what is there isn't overwritten.
-    EXPECT_EQ(ReadAll(dataFile(6)), std::vector<char>(size, 'k'));
+    EXPECT_EQ(wasLogged("Can not load adaptive PDAF data - using defaults"), size < 480);
+    EXPECT_EQ(Read(6), Blob(size, 7)) << "nothing was learnt that could be stored";
+    Run(6);
+    EXPECT_EQ(Read(6)[0], size < 480 ? 1 : 7) << size;
   }
 }
 
-TEST_F(Session, AMissingFileIsNoError) {
-  Camera camera(5);
-  camera.createParams.initParam.logLevel = 1;
-  VekPDLib* lib = start(camera);
-  ASSERT_NE(lib, nullptr);
-  EXPECT_TRUE(wasLogged("pFilePath is /var/cache/camera/pdlibdata5.bin"));
+TEST_F(LearntFile, OneThatIsMissingIsNoErrorAndWhatIsNoFileIsSurvived) {
+  Run(5, 0);
   EXPECT_TRUE(wasLogged("Failed to open the adaptive k data file"));
   EXPECT_TRUE(wasLogged("Can not load adaptive PDAF data - using defaults"));
   for (const auto& line : Orvo::Host::CapturedLog()) EXPECT_NE(line.level, 1u) << line.text;
-  close(5);
+  std::filesystem::create_directory(dataFile(5));
+  Run(5);
+  EXPECT_TRUE(std::filesystem::is_directory(dataFile(5)));
 }
 
 // ---- Several cameras

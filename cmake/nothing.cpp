@@ -1,0 +1,2 @@
+// The program whose only use is that others share the headers parsed for it.
+int main() {}
