@@ -216,18 +216,14 @@ TEST(ParameterTypes, ShortNamesFitTheirField) {
       {"12345678901234567890123456789012", "12345678901234567890123456789012"},
       // 40 characters: the first 8, "-", the last 23
       {"1234567890123456789012345678901234567890", "12345678-89012345678901234567890"}};
-  for (const auto& [name, expected] : cases) {
+  const auto typeOf = [](const char* name) {
     char type[ModuleData::kMaxType + 1];
     ModuleData::GetType(type, name);
-    EXPECT_STREQ(type, expected);
-  }
-  std::set<std::string> types;
-  const auto addType = [&](const char* name) {
-    char type[ModuleData::kMaxType + 1];
-    ModuleData::GetType(type, name);
-    EXPECT_TRUE(types.insert(type).second) << name;
+    return std::string(type);
   };
-#define ADD_TYPE(name) addType(#name);
+  for (const auto& [name, expected] : cases) EXPECT_EQ(typeOf(name), expected);
+  std::set<std::string> types;
+#define ADD_TYPE(name) EXPECT_TRUE(types.insert(typeOf(#name)).second) << #name;
   SENSOR_SET_MODULES(ADD_TYPE)
   FACE_DETECTION_SET_MODULES(ADD_TYPE)
   ImageSensorModuleSetManager sensor;

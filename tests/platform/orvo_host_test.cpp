@@ -98,9 +98,8 @@ TEST_F(LogTest, LinesOfManyThreadsStayWhole) {
   for (std::thread& thread : threads) thread.join();
   std::map<std::string, int> counts;
   for (const Host::LogLine& line : Host::StopLogCapture()) ++counts[line.text];
-  EXPECT_EQ(counts,
-            (std::map<std::string, int>{
-                {"thread 0", 200}, {"thread 1", 200}, {"thread 2", 200}, {"thread 3", 200}}));
+  EXPECT_EQ(counts.size(), 4u);
+  for (const auto& [text, count] : counts) EXPECT_EQ(count, 200) << text;
 }
 
 TEST(FileName, IsWhatStandsBehindTheLastSlash) {

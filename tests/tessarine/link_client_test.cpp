@@ -19,26 +19,22 @@ using test::Peer;
 using test::Request;
 using Script = test::LinkServer::Script;
 
-tessarine::Bytes FromHex(const std::string& hex) {
-  tessarine::Bytes bytes;
-  for (size_t i = 0; i + 1 < hex.size(); i += hex[i] == ' ' ? 1 : 2)
-    if (hex[i] != ' ')
-      bytes.push_back(static_cast<uint8_t>(std::stoi(hex.substr(i, 2), nullptr, 16)));
-  return bytes;
+tessarine::Bytes Bytes(const std::string& bytes) {
+  return {bytes.begin(), bytes.end()};
 }
 
+// Against the client that the link's own tests have.
 TEST(LinkFrame, HasTheBytesOfTheProtocol) {
   EXPECT_EQ(tessarine::ToBytes({LinkCommand::kChildModes, 7, TextPayload("Default")}),
-            FromHex("595a 0300 1200 07000000 44656661756c7400"));
-  EXPECT_EQ(tessarine::ToBytes({LinkCommand::kTriggerValues, 7, {}}), FromHex("595a 0700 0600"));
-  const auto set = TextPayload("Default:tessarinePDLib.preProcess:boxFilterLength=3");
-  EXPECT_EQ(tessarine::ToBytes({LinkCommand::kSetValues, 0xA1B2C3D4, set}).size(), 62u);
-  const auto reply = tessarine::ToFrame(FromHex("595a 0800 0f00 d4c3b2a1 0001 020304"));
+            Bytes(test::TextFrame(3, 7, "Default")));
+  EXPECT_EQ(tessarine::ToBytes({LinkCommand::kTriggerValues, 7, {}}), Bytes(test::ShortFrame(7)));
+  const std::string payload("\0\1\2\3\4", 5);
+  const auto reply = tessarine::ToFrame(Bytes(test::Frame(8, 0xA1B2C3D4, payload)));
   ASSERT_TRUE(reply);
   EXPECT_EQ(reply->command, LinkCommand::kCustom);
   EXPECT_EQ(reply->id, 0xA1B2C3D4);
-  EXPECT_EQ(reply->payload, FromHex("0001 020304"));
-  EXPECT_FALSE(tessarine::ToFrame(FromHex("595a 0500 0800 0000")));
+  EXPECT_EQ(reply->payload, Bytes(payload));
+  EXPECT_FALSE(tessarine::ToFrame(Bytes(test::ShortHeader(5, 8) + "id")));
   EXPECT_THROW(tessarine::ToBytes({LinkCommand::kCustom, 1, tessarine::Bytes(65526)}),
                tessarine::LinkError);
 }

@@ -20,13 +20,8 @@ using nlohmann::json;
 using tessarine::Bytes;
 using tessarine::LinkDevice;
 using tessarine::Model;
-using tessarine::ModuleSchema;
 using tessarine::Value;
 using test::Outcome;
-
-const ModuleSchema& Schema() {
-  return tessarine::KnownModules().front();
-}
 
 class LibraryLink : public test::Tool {
  protected:
@@ -244,7 +239,7 @@ TEST_F(LibraryLink, SavesWhatCompilesToTheSameRecord) {
   const tessarine::Branch branch = *tessarine::ParseBranch("Default|Sensor.3");
   for (uint32_t seed = 0; seed < 6; ++seed) {
     tessarine::Module module = MakeModule(seed);
-    MakeTellable(*Schema().root, module.value);
+    MakeTellable(*module.Schema()->root, module.value);
     TuningSetManager manager;
     const Bytes file = tessarine::WriteFile(tessarine::ModelOf(branch, module));
     ASSERT_TRUE(manager.LoadBinaryParameters(file.data(), file.size()));

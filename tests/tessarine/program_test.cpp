@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "sources.h"
+#include "support/tuning_file.h"
 #include "tool.h"
 
 namespace {
@@ -9,10 +10,6 @@ namespace {
 using nlohmann::json;
 using test::Model;
 using test::Outcome;
-
-std::string Text(const tessarine::Bytes& bytes) {
-  return {bytes.begin(), bytes.end()};
-}
 
 constexpr const char* kSmall = R"({"modes": [{"mode": "Default", "modules": {"tessarinePDLib":
   {"values": {"preProcess": {"boxFilterLength": 4}}}},
@@ -41,7 +38,7 @@ TEST_F(Tessarine, TellsByItsStatusWhatWentWrong) {
   Model twins = test::FromSource(R"({"modes": [{"mode": "0", "modes": [{"mode": "Scene.AR"}]}]})");
   twins.modes.push_back(twins.modes.back());
   twins.modes.back().id = 2;
-  Write("twins.bin", Text(tessarine::WriteFile(twins)));
+  test::WriteFile(Path("twins.bin"), tessarine::WriteFile(twins));
   const std::string small = " " + Path("small.bin");
   const std::string bad = " " + Path("damaged.bin");
   const std::tuple<std::string, int, std::string> cases[] = {
@@ -177,7 +174,7 @@ TEST_F(Tessarine, EscapesControlCharactersOfNames) {
                            "31m",
                            "\xff"})
     model.modes[0].modules.push_back({0, type, {1, 0, 0}, {}, {7}});
-  Write("odd.bin", Text(tessarine::WriteFile(model)));
+  test::WriteFile(Path("odd.bin"), tessarine::WriteFile(model));
   Write("plain.json", R"({"modes": [{"mode": "Default"}]})");
   for (const std::string& command : {"show " + Path("odd.bin"), "check " + Path("odd.bin"),
                                      "diff " + Path("plain.json") + " " + Path("odd.bin")}) {
