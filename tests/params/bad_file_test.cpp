@@ -1,5 +1,6 @@
 // Files that are wrong, memory that runs out, reads that fail: a stated result, nothing lost.
 #include <functional>
+#include <optional>
 
 #include "support/memory_file.h"
 #include "tuning_fixture.h"
@@ -39,23 +40,31 @@ uint32_t WordAt(const Bytes& file, size_t offset) {
 
 class BadFile : public Tuning {
  protected:
-  // Loads into the same manager again and uses whatever is there.
-  void loadAndUse(const Bytes& bytes, bool fileMode) {
+  // Loads into the same manager again and uses whatever is there. A number that tells the records
+  // from others; nothing if the load failed.
+  std::optional<uint64_t> loadAndUse(const Bytes& bytes, bool fileMode, bool byText = true) {
     Orvo::Host::StartLogCapture();
-    EXPECT_TRUE(file_.write(bytes, 1));
+    if (fileMode) {
+      EXPECT_TRUE(file_.write(bytes, 1));
+    }
     const bool loaded = fileMode ? manager->LoadBinaryParameters(file_.path())
                                  : manager->LoadBinaryParameters(bytes.data(), bytes.size());
     EXPECT_EQ(manager->IsLoadValid(), loaded);
-    char text[2048];
+    uint64_t records = 0;
     for (const auto& branch : {kRootBranch, kDeepBranch}) {
       tessarinePDLibType* record = get(branch);
-      manager->GetValue(branch.data(), static_cast<uint32_t>(branch.size()), "tessarinePDLib",
-                        nullptr, text, sizeof(text));
+      if (record != nullptr) Mix(*record, records);
+      char text[2048];
+      if (byText)
+        manager->GetValue(branch.data(), static_cast<uint32_t>(branch.size()), "tessarinePDLib",
+                          nullptr, text, sizeof(text));
       if (record != nullptr) record->Release();
     }
-    manager->GetChildModes("0.0", text, sizeof(text));
+    char modes[256];
+    manager->GetChildModes("0.0", modes, sizeof(modes));
     manager->FreeBinaryParameters();
     manager->FreeReplacedParameters();
+    return loaded ? std::optional(records) : std::nullopt;
   }
   MemoryFile file_;
 };
@@ -172,6 +181,7 @@ TEST_F(BadFile, CyclesOfParentsAndLinksAreRefused) {
       {parents, {{0, 0, 0, 0}, {1, 2, 0, 2}, {2, 2, 1, 1}}},
       {parents, {{0, 0, 0, 0}, {1, 2, 0, 3}, {2, 2, 0, 1}, {3, 2, 0, 2}}},
       {links, {{0, 0, 0, 0}, {1, 2, 0, 0, 2}, {2, 2, 1, 0, 3}, {3, 2, 2, 0, 1}}},
+      {links, {{0, 0, 0, 0}, {1, 2, 0, 0, 2}, {2, 2, 0, 1}}},
       {"", {{0, 0, 0, 1}, {1, 2, 0, 0}}},                   // the first entry's parent counts not
       {"", {{0, 0, 0, 0}, {1, 2, 0, 2}, {2, 1, 0, 0}}},     // a parent may come later
       {"", {{0, 0, 0, 0}, {1, 2, 0, 0, 0}, {2, 2, 0, 1}}},  // a link to an ancestor is no cycle
@@ -228,6 +238,34 @@ TEST_F(BadFile, AFileCantHaveItsBytesCopiedWithoutEnd) {
   file.modules[0].data = bytes;
   EXPECT_FALSE(load(file.build(), false));
   EXPECT_EQ(get(kRootBranch), nullptr);
+}
+
+// Each bit turned over and each length, with a checksum that is right: in memory, and through a
+// file.
+TEST_F(BadFile, EveryBitAndEveryLengthEndsInADefinedResult) {
+  for (const VersionUnion version : {VersionUnion{5, 0, 0}, VersionUnion{2, 0, 0}}) {
+    TuningFile file = SmallFile(version);
+    file.modules.erase(file.modules.begin());  // one record is enough
+    const Bytes good = file.build();
+    renew();
+    const auto tryOut = [&](Bytes bytes, bool byText) {
+      RepairChecksum(bytes);
+      manager->SetLogLevels(byText, byText, byText);
+      const auto inMemory = loadAndUse(bytes, false, byText);
+      const auto fromFile = loadAndUse(bytes, true, byText);
+      if (inMemory && fromFile) {
+        EXPECT_EQ(inMemory, fromFile);
+      }
+    };
+    for (size_t bit = 0; bit < good.size() * 8; ++bit) {
+      Bytes bytes = good;
+      bytes[bit / 8] ^= static_cast<uint8_t>(1u << (bit % 8));
+      tryOut(bytes, bit % 9 == 0);
+    }
+    for (size_t length = 0; length < good.size(); ++length)
+      tryOut(Bytes(good.begin(), good.begin() + static_cast<ptrdiff_t>(length)), true);
+    EXPECT_TRUE(manager->LoadBinaryParameters(good.data(), good.size()));
+  }
 }
 
 TEST_F(BadFile, EveryAllocationMayFail) {
