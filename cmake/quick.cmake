@@ -25,6 +25,9 @@ endfunction()
 
 # pdlib_precompiled(target commands|tests|json)
 function(pdlib_precompiled target kind)
+  if(PDLIB_UNITY AND kind STREQUAL commands)
+    return() # one piece parses them once as well
+  endif()
   if(PDLIB_PRECOMPILED AND TARGET parsed_headers_of_${kind})
     target_precompile_headers(${target} REUSE_FROM parsed_headers_of_${kind})
   elseif(PDLIB_PRECOMPILED)

@@ -78,12 +78,12 @@ void PrintAdaptiveHistories(const AdaptiveFile& file) {
 }
 
 void AddAdaptiveCommand(CLI::App& app, int& status) {
-  struct Options {
+  struct AdaptiveOptions {
     std::string path;
     bool isJson = false;
     int filterSize = simcam::kAdaptiveEntries;
   };
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<AdaptiveOptions>();
   CLI::App* command =
       app.add_subcommand("adaptive", "Shows or checks a file of learnt coefficients");
   command->require_subcommand(1);

@@ -23,7 +23,7 @@ using simcam::FocusRun;
 
 constexpr int kMostFrames = 100000;
 
-struct Options {
+struct FocusOptions {
   CameraOptions camera;
   OutputOptions output;
   BatchOptions batch;
@@ -71,7 +71,8 @@ std::string ProgressText(const FocusFrame& frame, int frames) {
   return text;
 }
 
-std::unique_ptr<FocusRun> OpenCamera(const Options& options, const Device& device, int camera) {
+std::unique_ptr<FocusRun> OpenCamera(const FocusOptions& options, const Device& device,
+                                     int camera) {
   const std::string& name =
       camera == 1 && !options.secondSensor.empty() ? options.secondSensor : options.camera.sensor;
   simcam::SensorDescription sensor = options.camera.Sensor(name);
@@ -85,7 +86,7 @@ std::unique_ptr<FocusRun> OpenCamera(const Options& options, const Device& devic
 }
 
 // Several cameras take turns, frame by frame, in one process, as in a phone.
-std::vector<FocusResult> RunCameras(const Options& options, const Device& device) {
+std::vector<FocusResult> RunCameras(const FocusOptions& options, const Device& device) {
   std::vector<std::unique_ptr<FocusRun>> runs;
   for (int camera = 0; camera < options.cameras; ++camera)
     runs.push_back(OpenCamera(options, device, camera));
@@ -132,7 +133,7 @@ class RefusalLine {
 };
 
 // In real time, with the live link up, until all frames have run or somebody stops it.
-std::vector<FocusResult> RunLinked(const Options& options, const Device& device) {
+std::vector<FocusResult> RunLinked(const FocusOptions& options, const Device& device) {
   const auto run = OpenCamera(options, device, 0);
   const unsigned port = options.camera.File()->LinkPort();
   std::fprintf(stderr, "live link on port %u: try 'tessarine link --port %u info'; Ctrl-C ends\n",
@@ -153,7 +154,7 @@ std::vector<FocusResult> RunLinked(const Options& options, const Device& device)
   return {run->Result()};
 }
 
-int RunOnce(const Options& options) {
+int RunOnce(const FocusOptions& options) {
   const Device device(options.camera);
   const bool isLinked = options.camera.isLinked;
   const std::vector<FocusResult> results =
@@ -176,8 +177,8 @@ int RunOnce(const Options& options) {
   return kDone;
 }
 
-int Run(const Options& given) {
-  Options options = given;
+int Run(const FocusOptions& given) {
+  FocusOptions options = given;
   if (options.camera.isLinked && options.hasNoEnd) options.focus.frames = kMostFrames;
   if (options.camera.isLinked && (options.batch.IsWanted() || options.cameras > 1))
     throw CLI::ValidationError("--link", "goes with one camera and one run");
@@ -200,7 +201,7 @@ int Run(const Options& given) {
 }  // namespace
 
 void AddFocusCommand(CLI::App& app, int& status) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<FocusOptions>();
   options->camera.settings.dccError = 0.08;
   options->focus.curveWindow = -1;
   CLI::App* command = AddCommand(app, "focus", "Brings the camera into focus, frame by frame");

@@ -26,7 +26,7 @@ constexpr double kAllowedKError = 0.05;
 constexpr double kAllowedFrames = 0.1;
 constexpr double kAllowedOvershoot = 0.05;
 
-struct Options {
+struct LearnOptions {
   CameraOptions camera;
   simcam::LearnSettings learn;
   std::string kMap;
@@ -98,13 +98,13 @@ bool AreHistoriesBounded(const LearnResult& result) {
   return hasBound;
 }
 
-struct Check {
+struct PassedCheck {
   std::string what;
   bool isPassed;
 };
 
-std::vector<Check> Judge(const LearnResult& result, const LearnResult& perfect) {
-  std::vector<Check> checks;
+std::vector<PassedCheck> Judge(const LearnResult& result, const LearnResult& perfect) {
+  std::vector<PassedCheck> checks;
   const auto add = [&](std::string what, bool isPassed) {
     checks.push_back({std::move(what), isPassed});
   };
@@ -145,8 +145,8 @@ LearnResult RunOne(const CameraOptions& camera, const simcam::CameraSettings& se
                              });
 }
 
-int Run(const Options& given) {
-  Options options = given;
+int Run(const LearnOptions& given) {
+  LearnOptions options = given;
   if (!options.kMap.empty()) {
     options.learn.kMap = simcam::LoadKMap(options.kMap);
     // One window for each region of the middle: a window across regions would see several K at
@@ -160,7 +160,7 @@ int Run(const Options& given) {
   options.camera.Fit(sensor, settings);
   WarnOfWindows(sensor, settings);
 
-  std::vector<Check> checks;
+  std::vector<PassedCheck> checks;
   std::optional<LearnResult> perfect;
   if (options.isCheck) {
     CameraOptions elsewhere = options.camera;
@@ -176,23 +176,23 @@ int Run(const Options& given) {
   }
   const LearnResult result = RunOne(options.camera, settings, sensor, options.learn);
   if (perfect) checks = Judge(result, *perfect);
-  const bool isPassed =
-      std::all_of(checks.begin(), checks.end(), [](const Check& check) { return check.isPassed; });
+  const bool isPassed = std::all_of(checks.begin(), checks.end(),
+                                    [](const PassedCheck& check) { return check.isPassed; });
 
   options.output.SaveCsv(LearnCsv(result));
   simcam::RunRecord record = options.output.Record();
-  for (const Check& check : checks)
+  for (const PassedCheck& check : checks)
     if (!check.isPassed) record.failures.push_back(check.what);
   options.output.SaveReport(LearnReport(result, record));
   if (options.output.isJson) {
     simcam::OrderedJson json = ToJson(result);
-    for (const Check& check : checks)
+    for (const PassedCheck& check : checks)
       json["checks"].push_back({{"what", check.what}, {"passed", check.isPassed}});
     PrintJson(json);
   } else {
     Print(result);
     if (!checks.empty()) std::printf("\n");
-    for (const Check& check : checks)
+    for (const PassedCheck& check : checks)
       std::printf("%s: %s\n", check.isPassed ? "passed" : "FAILED", check.what.c_str());
   }
   return isPassed ? kDone : kCheckFailed;
@@ -201,7 +201,7 @@ int Run(const Options& given) {
 }  // namespace
 
 void AddLearnCommand(CLI::App& app, int& status) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<LearnOptions>();
   CLI::App* command =
       AddCommand(app, "learn",
                  "Focuses a module whose calibration is off, while the library learns how it is");

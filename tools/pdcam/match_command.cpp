@@ -15,7 +15,7 @@ namespace {
 using simcam::MatchResult;
 using simcam::MatchWindow;
 
-struct Options {
+struct MatchOptions {
   std::string left;
   std::string right;
   std::string grid = "8x6";
@@ -50,7 +50,7 @@ void PrintTable(const MatchResult& result) {
   if (!edges.empty()) std::printf("%s\n", edges.c_str());
 }
 
-simcam::MatchSettings Settings(const Options& options) {
+simcam::MatchSettings Settings(const MatchOptions& options) {
   simcam::MatchSettings settings = options.match;
   const GridSize grid = ParseGrid("--grid", options.grid);
   settings.columns = static_cast<int>(grid.columns);
@@ -66,7 +66,7 @@ simcam::MatchSettings Settings(const Options& options) {
   return settings;
 }
 
-int Run(const Options& options) {
+int Run(const MatchOptions& options) {
   const simcam::MatchSettings settings = Settings(options);
   const Device device(options.library, "", settings.logLevel);
   const MatchResult result =
@@ -84,7 +84,7 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddMatchCommand(CLI::App& app, int& status) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<MatchOptions>();
   CLI::App* command = AddCommand(
       app, "match", "Compares two pictures, the left and the right view of a real dual-PD sensor");
   command->add_option("left", options->left, "The left view: PGM or PNG of 8 or 16 bits")

@@ -40,13 +40,13 @@ void Print(const std::string& name) {
 }  // namespace
 
 void AddSensorsCommand(CLI::App& app, int& status) {
-  struct Options {
+  struct SensorsOptions {
     std::string name;
     bool isJson = false;
     bool isSchema = false;
     bool isFields = false;
   };
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<SensorsOptions>();
   CLI::App* command = app.add_subcommand("sensors", "Lists the sensor descriptions, prints one");
   command->add_option("name", options->name, "Prints this one as a JSON file to copy")
       ->check([](const std::string& name) {

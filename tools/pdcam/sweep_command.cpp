@@ -16,7 +16,7 @@ using simcam::SweepResult;
 
 constexpr int kMostSteps = 100000;
 
-struct Options {
+struct SweepOptions {
   CameraOptions camera;
   OutputOptions output;
   simcam::SweepSettings sweep;
@@ -42,7 +42,7 @@ void PrintTable(const SweepResult& result) {
   if (result.failedFrames > 0) std::printf("%d frames failed\n", result.failedFrames);
 }
 
-int Run(const Options& options) {
+int Run(const SweepOptions& options) {
   if (options.sweep.from > options.sweep.to)
     throw CLI::ValidationError("--from", "expected a value up to that of --to");
   if ((options.sweep.to - options.sweep.from) / options.sweep.step > kMostSteps)
@@ -76,7 +76,7 @@ int Run(const Options& options) {
 }  // namespace
 
 void AddSweepCommand(CLI::App& app, int& status) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<SweepOptions>();
   CLI::App* command =
       AddCommand(app, "sweep", "Measures through the lens' travel and compares with the truth");
   options->camera.AddTo(*command);
