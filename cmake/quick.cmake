@@ -23,10 +23,11 @@ function(pdlib_parsed_headers kind)
   endif()
 endfunction()
 
-# pdlib_precompiled(target commands|tests|json)
+# pdlib_precompiled(target commands|tests|json [ONE_PIECE]): ONE_PIECE for a target whose sources go to the compiler in
+# one piece with PDLIB_UNITY, and so parse the headers once as well.
 function(pdlib_precompiled target kind)
-  if(PDLIB_UNITY AND kind STREQUAL commands)
-    return() # one piece parses them once as well
+  if(PDLIB_UNITY AND "ONE_PIECE" IN_LIST ARGN)
+    return()
   endif()
   if(PDLIB_PRECOMPILED AND TARGET parsed_headers_of_${kind})
     target_precompile_headers(${target} REUSE_FROM parsed_headers_of_${kind})

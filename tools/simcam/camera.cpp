@@ -9,8 +9,6 @@
 namespace simcam {
 namespace {
 
-constexpr double kExposureShare = 0.3;  // of the frame time
-
 SensorDescription Checked(const SensorDescription& sensor, const CameraSettings& settings) {
   SensorDescription adapted = sensor;
   if (settings.columns * settings.rows == 1) adapted.tuning.gridOverlap = false;

@@ -13,6 +13,9 @@
 
 namespace simcam {
 
+// The part of a frame's time in which it is exposed.
+inline constexpr double kExposureShare = 0.3;
+
 struct CameraSettings {
   std::string scene = "mixed";
   uint64_t seed = 1;  // of the scene and of the noise

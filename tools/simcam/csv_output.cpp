@@ -14,7 +14,7 @@ std::string Line(const std::vector<std::string>& values) {
   return line + "\n";
 }
 
-std::string Phase(const PDLibDefocusInfo& measured) {
+std::string PhaseText(const PDLibDefocusInfo& measured) {
   return Fixed(static_cast<double>(measured.phaseDiff), 4);
 }
 
@@ -32,7 +32,7 @@ std::string Quoted(const std::string& text) {
 void AddFrame(std::string& csv, const FocusFrame& frame) {
   const auto add = [&](const std::string& window, const PDLibDefocusInfo& measured) {
     csv += Line({std::to_string(frame.index), Fixed(frame.lensPosition, 3),
-                 Fixed(frame.truePhasePx, 4), window, Phase(measured),
+                 Fixed(frame.truePhasePx, 4), window, PhaseText(measured),
                  std::to_string(measured.defocus), std::to_string(measured.confidence),
                  std::to_string(frame.processingResult), ActionName(frame.action)});
   };
@@ -44,7 +44,7 @@ void AddFrame(std::string& csv, const FocusFrame& frame) {
 
 std::string SweepLine(const SweepPoint& point, const std::string& window) {
   const double error = static_cast<double>(point.measured.phaseDiff) - point.truePhasePx;
-  return Line({Fixed(point.truePhasePx, 4), window, Phase(point.measured), Fixed(error, 4),
+  return Line({Fixed(point.truePhasePx, 4), window, PhaseText(point.measured), Fixed(error, 4),
                std::to_string(point.measured.confidence), std::to_string(point.measured.defocus),
                Fixed(point.trueDefocus, 2)});
 }
@@ -53,7 +53,7 @@ void AddMatched(std::string& csv, const MatchSettings& settings,
                 const std::vector<std::string>& place, const PDLibDefocusInfo& measured) {
   std::vector<std::string> values = place;
   values.insert(values.end(),
-                {Phase(measured), std::to_string(measured.confidence),
+                {PhaseText(measured), std::to_string(measured.confidence),
                  std::to_string(measured.rangeLow), std::to_string(measured.rangeHigh),
                  std::to_string(measured.defocus), IsAtEdge(settings, measured) ? "1" : "0"});
   csv += Line(values);

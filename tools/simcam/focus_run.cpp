@@ -7,8 +7,6 @@
 namespace simcam {
 namespace {
 
-constexpr double kExposureShare = 0.3;  // of the frame time
-
 // Focus lies near the middle of the travel, elsewhere for each seed, so that both ways are open.
 double FocusCode(const LensDescription& lens, uint64_t seed) {
   const double share = 0.44 + 0.12 * Unit(Mix(seed, 0xf0c5));

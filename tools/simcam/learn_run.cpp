@@ -11,7 +11,6 @@
 namespace simcam {
 namespace {
 
-constexpr double kExposureShare = 0.3;  // of the frame time
 // Frames for which the lens must be held before a sequence ends, beyond those that the library asks
 // for: the measurement is stored on the frame after them.
 constexpr int kFramesAfterEnd = 2;

@@ -6,14 +6,13 @@
 #include "camera.h"
 #include "errors.h"
 #include "shading.h"
+#include "window_limits.h"
 #include "window_samples.h"
 
 namespace simcam {
 namespace {
 
 constexpr double kUnityGain = 1024;
-// What must be left of a line for a comparison when all shifts are to see the same samples.
-constexpr int kFewestSamples = 16;
 // Samples are summed in 16 bits, up to 4 lines at full depth.
 constexpr int kSmallestDepth = 8;
 

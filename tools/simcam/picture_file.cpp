@@ -27,7 +27,7 @@ namespace simcam {
 namespace {
 
 constexpr int kLargestSide = 16384;
-constexpr uintmax_t kLargestFile = uintmax_t{1} << 30;
+constexpr uintmax_t kLargestPicture = uintmax_t{1} << 30;
 
 [[noreturn]] void Refuse(const std::string& path, const std::string& found) {
   throw InputError(path + ": expected a PGM (P5) or PNG picture of 8 or 16 bits, " + found);
@@ -38,7 +38,7 @@ std::string ReadBytes(const std::string& path) {
   const auto size = std::filesystem::file_size(path, error);
   std::ifstream stream(path, std::ios::binary);
   if (error || !stream) Refuse(path, "found no file that can be read");
-  if (size > kLargestFile) Refuse(path, "found more than 1 GiB");
+  if (size > kLargestPicture) Refuse(path, "found more than 1 GiB");
   return std::string(std::istreambuf_iterator<char>(stream), {});
 }
 

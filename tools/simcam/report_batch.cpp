@@ -9,7 +9,7 @@
 namespace simcam {
 namespace {
 
-std::string Side(const BatchGroup& group) {
+std::string DirectionText(const BatchGroup& group) {
   return group.direction > 0 ? "+" : "-";
 }
 
@@ -19,7 +19,8 @@ std::string FramesText(const std::optional<int>& frames) {
 
 // The way of all runs of a group. Those that end out of focus stand out.
 std::string Convergence(const BatchGroup& group) {
-  Plot plot(group.Sensor() + ", from " + Side(group), "frame", "true phase difference, pixels");
+  Plot plot(group.Sensor() + ", from " + DirectionText(group), "frame",
+            "true phase difference, pixels");
   plot.AddBand(-group.AllowedPx(), group.AllowedPx(), "in focus");
   for (const bool isInFocus : {true, false})
     for (const FocusResult& run : group.runs) {
@@ -35,7 +36,7 @@ std::string Convergence(const BatchGroup& group) {
 std::string GroupTable(const BatchResult& result) {
   std::vector<std::vector<std::string>> rows;
   for (const BatchGroup& group : result.groups)
-    rows.push_back({group.Sensor(), Side(group),
+    rows.push_back({group.Sensor(), DirectionText(group),
                     std::to_string(group.InFocus()) + " of " + std::to_string(group.runs.size()),
                     Short(group.AllowedPx()) + " px", Fixed(group.WorstPx(), 2),
                     Fixed(group.FramesToFocus(), 1), group.IsPassed() ? "passed" : "FAILED"});

@@ -10,7 +10,7 @@
 namespace simcam {
 namespace {
 
-double Phase(const SweepPoint& point) {
+double MeasuredPhase(const SweepPoint& point) {
   return static_cast<double>(point.measured.phaseDiff);
 }
 
@@ -23,8 +23,9 @@ Plot::Points ByPhase(const std::vector<SweepPoint>& points, Value value) {
 
 std::string MeasuredAgainstTrue(const SweepResult& result) {
   Plot plot("Measured against true", "true phase difference, pixels", "measured, pixels");
-  plot.AddDots("windows", color::kWindows, ByPhase(result.points, Phase), Plot::Marker::kRing);
-  plot.AddLine("whole ROI", color::kMeasured, ByPhase(result.roiPoints, Phase));
+  plot.AddDots("windows", color::kWindows, ByPhase(result.points, MeasuredPhase),
+               Plot::Marker::kRing);
+  plot.AddLine("whole ROI", color::kMeasured, ByPhase(result.roiPoints, MeasuredPhase));
   plot.AddLine("no error", color::kTruth,
                ByPhase(result.roiPoints, [](const SweepPoint& p) { return p.truePhasePx; }),
                Plot::Line::kDashed);
@@ -32,7 +33,9 @@ std::string MeasuredAgainstTrue(const SweepResult& result) {
 }
 
 std::string Errors(const SweepResult& result) {
-  const auto error = [](const SweepPoint& point) { return Phase(point) - point.truePhasePx; };
+  const auto error = [](const SweepPoint& point) {
+    return MeasuredPhase(point) - point.truePhasePx;
+  };
   Plot plot("Error", "true phase difference, pixels", "measured - true, pixels");
   plot.IncludeY(0.5);
   plot.IncludeY(-0.5);

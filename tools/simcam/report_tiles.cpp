@@ -13,7 +13,7 @@ constexpr int kFigureWidth = 400;
 constexpr int kPixelsPerUnit = 2;          // of the pictures, for fine screens
 constexpr double kSmallestLabel = 8;       // units of the drawing, as are all below
 constexpr double kConfidenceShare = 0.75;  // its label's height over that of the phase difference
-constexpr double kLetterWidth = 0.6;       // of a label's height
+constexpr double kLabelLetterWidth = 0.6;  // of a label's height
 
 // What a window says at a glance: by colour, by the line around it, and by a marker's shape.
 struct Look {
@@ -73,7 +73,7 @@ std::string LabelIn(double width, double height, double x, double y, double larg
                     const std::string& text) {
   const double letters = static_cast<double>(text.size());
   const double size =
-      std::min({largest, (width - 8) / (letters * kLetterWidth), (height - 8) / 1.2});
+      std::min({largest, (width - 8) / (letters * kLabelLetterWidth), (height - 8) / 1.2});
   if (size < kSmallestLabel) return "";
   return "<text class=\"label\" text-anchor=\"middle\" style=\"font-size:" + Fixed(size, 1) +
          "px\" x=\"" + Fixed(x, 1) + "\" y=\"" + Fixed(y + size / 3, 1) + "\">" + text +

@@ -8,9 +8,6 @@
 namespace simcam {
 namespace {
 
-// Of dual-PD sensors: what must be left of a cell's line when all shifts are to see the same
-// samples.
-constexpr int kFewestSamples = 16;
 // Area of a ROI up to which all of its rows are read, as a share of the image.
 constexpr float kFullCoverage = 0.09f;
 

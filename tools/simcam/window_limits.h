@@ -8,6 +8,10 @@
 
 namespace simcam {
 
+// Of dual-PD sensors: what must be left of a cell's line when all shifts are to see the same
+// samples.
+inline constexpr int kFewestSamples = 16;
+
 // Why the library can't measure in windows of this grid, and how large the ROI has to be for that;
 // "" if it can.
 std::string WhyTooSmall(const SensorDescription& sensor, const CameraSettings& settings);
