@@ -49,6 +49,7 @@ struct Kind<SparseCamera> {
   static constexpr bool kTriesAgain = true;   // a window whose memory was missing
   static constexpr bool kNeedsTuning = true;  // or else it has a fallback
   static constexpr bool kRoiTypeRebuilds = false;
+  static constexpr bool kHandsOutTuning = true;
   // Rows of pixels stand at y = 0, 1, 8 and 9 of a block, columns at x = 1, 5, 9 and 13.
   static constexpr int64_t kUnreadBytes = 6 * 1920 + 2 * 2;
 };
@@ -73,6 +74,7 @@ struct Kind<DualCamera> {
   static constexpr bool kTriesAgain = false;
   static constexpr bool kNeedsTuning = false;
   static constexpr bool kRoiTypeRebuilds = true;
+  static constexpr bool kHandsOutTuning = false;
   static constexpr int64_t kUnreadBytes = 0;
 };
 
@@ -389,6 +391,9 @@ TYPED_TEST(Flow, RefusesNull) {
   EXPECT_EQ(run.flow->GetAdaptiveData(&data, nullptr), kPDStatusBadInput);
   EXPECT_EQ(run.flow->SetAdaptiveData(nullptr, 960), kPDStatusBadInput);
   EXPECT_EQ(run.flow->SetAdaptiveData(&size, -1), kPDStatusOk);
+  void* tuning = nullptr;
+  EXPECT_EQ(run.flow->GetTuningData(&tuning), kPDStatusOk);
+  EXPECT_EQ(tuning != nullptr, TestFixture::K::kHandsOutTuning);
   EXPECT_EQ(run.frame(), kPDStatusOk);
 }
 
