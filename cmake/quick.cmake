@@ -36,13 +36,13 @@ function(pdlib_precompiled target kind)
   endif()
 endfunction()
 
-# pdlib_cheap(target): what runs for a moment only is not worth the optimiser's time. Under sanitizers programs, which
-# drive the libraries that are examined, are not optimised at all.
+# pdlib_cheap(target): what runs for a moment only is not worth the optimiser's time. Under sanitizers, whose checks
+# multiply it, it gets none of it.
 function(pdlib_cheap target)
   target_compile_options(${target} PRIVATE $<$<CONFIG:Release,RelWithDebInfo>:${PDLIB_CHEAP_LEVEL}>)
   get_target_property(type ${target} TYPE)
-  if(PDLIB_SANITIZE AND type STREQUAL "EXECUTABLE")
-    target_compile_options(${target} PRIVATE -O0 -g0)
+  if(PDLIB_SANITIZE AND NOT PDLIB_BUILD_FUZZ)
+    target_compile_options(${target} PRIVATE -O0 $<$<STREQUAL:${type},EXECUTABLE>:-g0>)
   endif()
 endfunction()
 set(PDLIB_CHEAP_LEVEL -O1 CACHE STRING "Optimisation level of command lines and tests in a release build")

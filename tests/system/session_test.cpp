@@ -200,7 +200,7 @@ class LearntFile : public Plugin {
     std::ifstream file(dataFile(cameraId), std::ios::binary);
     const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
     Blob values(bytes.size() / 2);
-    std::memcpy(values.data(), bytes.data(), values.size() * 2);
+    if (!values.empty()) std::memcpy(values.data(), bytes.data(), values.size() * 2);
     return values;
   }
   void Write(uint32_t cameraId, const Blob& values) const {
