@@ -67,7 +67,8 @@ bool IsUsable(const PDLibCallbacks* callbacks) {
 }
 
 void SelectProfile(uint32_t cameraId) {
-  m_profile = pdlib::plugin::IsCameraId(cameraId) ? g_profileData[cameraId].profile.load() : nullptr;
+  m_profile =
+      pdlib::plugin::IsCameraId(cameraId) ? g_profileData[cameraId].profile.load() : nullptr;
 }
 
 // `status` of the core that filled `size` bytes, as an answer to PDLibGetParam.
