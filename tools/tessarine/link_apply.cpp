@@ -86,8 +86,9 @@ void CheckOrigin(LinkDevice& device, const WantedModule& wanted, const std::stri
   const std::string branch = ToText(wanted.branch);
   if (wanted.mayBeShared) {
     const std::string absent = FindAbsentMode(device, branch);
-    if (!absent.empty()) change.assignments.clear();
-    if (!absent.empty()) change.problems.push_back(absent);
+    if (absent.empty()) return;
+    change.assignments.clear();
+    change.problems.push_back(absent);
     return;
   }
   const std::optional<std::string> origin = OtherOrigin(device, branch, module);
